@@ -1,0 +1,40 @@
+// The desktop that this process shows and its latest list of displays, shared by the frameworks.
+//
+// QRV_DESKTOP chooses the desktop: "x11" or "x11:<display>", "virtual" or "virtual:<layout>".
+// Unset: X11 when DISPLAY is set, else no desktop. It is read at every refresh (never in a process
+// with raised privileges); a changed value closes the old desktop and opens the new one.
+#ifndef PLATFORM_DESKTOP_SESSION_H_
+#define PLATFORM_DESKTOP_SESSION_H_
+
+#include <optional>
+#include <vector>
+
+#include "platform/desktop/desktop.h"
+
+namespace qrv::desktop {
+
+// The framework facility that asks for pixels. Told apart so that a program can see which one
+// delivered its capture.
+enum class Reader : unsigned { kDisplayImage = 1, kOpenGL = 2, kQuickDraw = 4 };
+
+// Asks the desktop for its displays anew and keeps the answer for FindDisplay. Null when there is
+// no desktop or it can't be reached. The list is valid until the next refresh. Never throws.
+const std::vector<Display>* RefreshDisplays() noexcept;
+
+// The display of the latest list with that identifier (after a refresh when there is no list yet),
+// or nothing.
+std::optional<Display> FindDisplay(uint32_t id) noexcept;
+
+// Desktop::Capture on the process's desktop, with the part clipped to the display's pixels by the
+// caller. Records `reader` when it delivers.
+Frame Capture(const Display& display, const PixelRect& part, Reader reader) noexcept;
+
+}  // namespace qrv::desktop
+
+extern "C" {
+// The facilities that have delivered pixels since the last call, as bits of qrv::desktop::Reader;
+// forgets them.
+unsigned QRVTakeReaders(void);
+}
+
+#endif  // PLATFORM_DESKTOP_SESSION_H_

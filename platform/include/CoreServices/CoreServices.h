@@ -1,0 +1,37 @@
+// The part of CoreServices that the plug-in uses: the system's version and the frameworks folder.
+#ifndef CORESERVICES_CORESERVICES_H_
+#define CORESERVICES_CORESERVICES_H_
+
+#include <CoreFoundation/CoreFoundation.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+typedef SInt16 FSVolumeRefNum;
+
+enum {
+  noErr = 0,
+  paramErr = -50,
+  memFullErr = -108,
+  fnfErr = -43,
+  gestaltUndefSelectorErr = -5551
+};
+enum { kOnAppropriateDisk = -32767 };
+enum { kFrameworksFolderType = 0x6672616D };      // 'fram'
+enum { gestaltSystemVersionMajor = 0x73797331 };  // 'sys1'
+enum { gestaltSystemVersionMinor = 0x73797332 };  // 'sys2'
+
+// Answers the selector: 0 and the value in `response`, or an error and `response` untouched.
+OSErr Gestalt(OSType selector, SInt32* response);
+
+// A reference to the folder of the given type: 0 and the reference, or an error (fnfErr when there
+// is no such folder).
+OSErr FSFindFolder(FSVolumeRefNum volume, OSType folderType, Boolean createFolder,
+                   FSRef* foundReference);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif  // CORESERVICES_CORESERVICES_H_

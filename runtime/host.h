@@ -1,0 +1,105 @@
+// The host runtime: loads the plug-in into this process and is the host to it.
+//
+// One host at a time: the plug-in keeps the resolver of the host that started it.
+#ifndef RUNTIME_HOST_H_
+#define RUNTIME_HOST_H_
+
+#include <cstdint>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "host/host_types.h"
+
+namespace qrv::runtime {
+
+// Which program the host pretends to run. Desktop programs keep pictures as bitmap contexts,
+// console and web programs as console images.
+enum class ApplicationKind { kDesktop, kConsole, kWeb };
+
+struct HostOptions {
+  ApplicationKind application = ApplicationKind::kDesktop;
+  std::optional<double> version = 2013.03;  // nothing: the host has no "REALGetRBVersion"
+  bool picturesHaveAlpha = false;           // pictures of a desktop program carry an alpha channel
+  // Entry points that this host lacks, by the names that a plug-in asks for. A host older than
+  // 2013.0 lacks "PluginGetStringData" and "PluginDisposeStringData" of itself.
+  std::set<std::string, std::less<>> missing;
+};
+
+// What the host has handed out and not got back. All zero between calls, apart from the
+// references that the test or program itself holds.
+struct Ledger {
+  long objects = 0;            // objects alive, pictures included
+  long strings = 0;            // strings alive
+  long references = 0;         // references held on both, by anybody outside the host
+  long pictureLocks = 0;       // picture descriptions locked
+  long stringLocks = 0;        // strings locked
+  long stringDataBuffers = 0;  // string data not disposed of
+
+  bool operator==(const Ledger&) const = default;
+};
+
+// An image read out of a host picture: rows top-down, 4 bytes a pixel: red, green, blue, alpha
+// (255 opaque; from the picture's mask where it has one).
+struct Image {
+  int32_t width = 0;
+  int32_t height = 0;
+  std::vector<uint8_t> rgba;
+};
+
+struct RegisteredMethod {
+  void* function = nullptr;
+  std::string declaration;
+  uint32_t flags = 0;
+};
+
+class Host {
+ public:
+  explicit Host(HostOptions options);
+  ~Host();
+  Host(const Host&) = delete;
+  Host& operator=(const Host&) = delete;
+
+  // Loads the plug-in at `path` and starts it. On failure false, and `error` says what and why.
+  bool LoadPlugin(const std::string& path, std::string& error);
+  // Starts a plug-in that is linked into this program.
+  void StartPlugin(void (*pluginMain)(REALresolver));
+
+  // The interface version code that the plug-in reported; 0 when it reported none.
+  int InterfaceVersion() const;
+  const std::vector<RegisteredMethod>& Methods() const;
+
+  // Calls the method with exactly that declaration. The result carries one reference, which the
+  // caller gives back with Release. Nil when the method is not registered.
+  template <typename Result, typename... Arguments>
+  Result Call(std::string_view declaration, Arguments... arguments) const {
+    void* function = Find(declaration);
+    return function == nullptr ? Result{}
+                               : reinterpret_cast<Result (*)(Arguments...)>(function)(arguments...);
+  }
+
+  // A new string with one reference; `encoding` is the host's code.
+  REALstringStruct* NewString(std::string_view bytes, uint32_t encoding = kRawBytesEncoding);
+  static std::string_view Bytes(const REALstringStruct* string);
+  static uint32_t Encoding(const REALstringStruct* string);
+  static long References(const REALstringStruct* string);
+  static long References(const REALpictureStruct* picture);
+  void Release(REALstringStruct* string);
+  void Release(REALpictureStruct* picture);
+
+  // The picture's pixels; an image of size 0 for nil or when there is no memory.
+  static Image Read(const REALpictureStruct* picture);
+  // The mask attached to the picture, not owned, or null.
+  static REALpictureStruct* Mask(const REALpictureStruct* picture);
+
+  const Ledger& Outstanding() const;
+
+ private:
+  void* Find(std::string_view declaration) const;
+};
+
+}  // namespace qrv::runtime
+
+#endif  // RUNTIME_HOST_H_

@@ -1,0 +1,23 @@
+#include "platform/corefoundation/object.h"
+
+// There is one allocator, the process's own, and functions that take one do not look at it.
+const CFAllocatorRef kCFAllocatorSystemDefault = nullptr;
+
+void CFRelease(CFTypeRef object) {
+  if (object != nullptr) static_cast<const qrv::corefoundation::Object*>(object)->Release();
+}
+
+const void* CFDictionaryGetValue(CFDictionaryRef dictionary, const void* key) {
+  if (dictionary == nullptr || key == nullptr) return nullptr;
+  const std::string& text = static_cast<CFStringRef>(key)->characters;
+  for (const auto& [name, value] : dictionary->entries) {
+    if (name == text) return value;
+  }
+  return nullptr;
+}
+
+Boolean CFNumberGetValue(CFNumberRef number, CFNumberType type, void* value) {
+  if (number == nullptr || value == nullptr || type != kCFNumberSInt32Type) return false;
+  *static_cast<SInt32*>(value) = number->value;
+  return true;
+}

@@ -5,6 +5,7 @@
 #define RUNTIME_HOST_H_
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <set>
 #include <string>
@@ -23,6 +24,9 @@ struct HostOptions {
   ApplicationKind application = ApplicationKind::kDesktop;
   std::optional<double> version = 2013.03;  // nothing: the host has no "REALGetRBVersion"
   bool picturesHaveAlpha = false;           // pictures of a desktop program carry an alpha channel
+  // The alpha info of a desktop program's pictures: 1, 2, 5 or 6. Unset: 2 with an alpha channel,
+  // else 6.
+  std::optional<uint32_t> bitmapAlphaInfo;
   // Entry points that this host lacks, by the names that a plug-in asks for. A host older than
   // 2013.0 lacks "PluginGetStringData" and "PluginDisposeStringData" of itself.
   std::set<std::string, std::less<>> missing;
@@ -31,12 +35,14 @@ struct HostOptions {
 // What the host has handed out and not got back. All zero between calls, apart from the
 // references that the test or program itself holds.
 struct Ledger {
-  long objects = 0;            // objects alive, pictures included
+  long objects = 0;            // objects alive: pictures, masks that belong to pictures, graphics
   long strings = 0;            // strings alive
   long references = 0;         // references held on both, by anybody outside the host
   long pictureLocks = 0;       // picture descriptions locked
-  long stringLocks = 0;        // strings locked
+  long stringLocks = 0;        // strings locked; each lock is one of the references above
   long stringDataBuffers = 0;  // string data not disposed of
+  long violations = 0;         // calls against the interface: unlocked without a lock, released too
+                               // often, a pointer that the host never gave out
 
   bool operator==(const Ledger&) const = default;
 };
@@ -54,6 +60,8 @@ struct RegisteredMethod {
   std::string declaration;
   uint32_t flags = 0;
 };
+
+struct HostState;
 
 class Host {
  public:
@@ -91,6 +99,12 @@ class Host {
 
   // The picture's pixels; an image of size 0 for nil or when there is no memory.
   static Image Read(const REALpictureStruct* picture);
+  // The same one row at a time: row `y` as width x 4 bytes at `rgba`.
+  static void ReadRow(const REALpictureStruct* picture, int32_t y, uint8_t* rgba);
+  static int32_t Width(const REALpictureStruct* picture);
+  static int32_t Height(const REALpictureStruct* picture);
+  // Whether the picture has a mask or an alpha channel, so that some pixel may not be opaque.
+  static bool MayBeTransparent(const REALpictureStruct* picture);
   // The mask attached to the picture, not owned, or null.
   static REALpictureStruct* Mask(const REALpictureStruct* picture);
 
@@ -98,6 +112,8 @@ class Host {
 
  private:
   void* Find(std::string_view declaration) const;
+
+  std::unique_ptr<HostState> state_;
 };
 
 }  // namespace qrv::runtime

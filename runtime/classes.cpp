@@ -1,0 +1,95 @@
+#include "runtime/classes.h"
+
+#include <string.h>
+
+#include "runtime/graphics.h"
+#include "runtime/pictures.h"
+#include "runtime/string_services.h"
+
+namespace qrv::runtime {
+
+namespace {
+
+struct ApplicationClass {
+  const char* name;
+  ApplicationKind application;
+};
+
+constexpr ApplicationClass kApplicationClasses[] = {
+    {"Application", ApplicationKind::kDesktop},
+    {"WebApplication", ApplicationKind::kWeb},
+    {"ConsoleApplication", ApplicationKind::kConsole},
+};
+
+constexpr char kPictureClass[] = "Picture";
+
+constexpr char kPictureConstructor[] = "Constructor(width as integer, height as integer)";
+constexpr char kDrawPicture[] =
+    "DrawPicture(Image as Picture, x as Integer, y as Integer, w as Integer, h as Integer, "
+    "sx as Integer = 0, sy as Integer = 0, sw as Integer = -10000, sh as Integer = -10000)";
+constexpr char kLenB[] = "LenB( s as string ) as integer";
+
+// A class reference is the address of the class's name: opaque, and never null.
+void* ReferenceTo(const char* name) { return const_cast<char*>(name); }
+
+void ConstructPicture(REALobjectStruct* instance, int width, int height) noexcept {
+  HostState* host = CurrentHost();
+  if (host == nullptr) {
+    return;
+  }
+  auto* picture = IsAlive(*host, instance) ? dynamic_cast<REALpictureStruct*>(instance) : nullptr;
+  if (picture == nullptr) {
+    ++host->ledger.violations;
+    return;
+  }
+  GivePixels(*host, *picture, width, height);
+}
+
+}  // namespace
+
+void* GetClassRef(const char* name) noexcept {
+  const HostState* host = CurrentHost();
+  if (host == nullptr || name == nullptr) {
+    return nullptr;
+  }
+  for (const ApplicationClass& known : kApplicationClasses) {
+    if (known.application == host->options.application && strcmp(known.name, name) == 0) {
+      return ReferenceTo(known.name);
+    }
+  }
+  return strcmp(kPictureClass, name) == 0 ? ReferenceTo(kPictureClass) : nullptr;
+}
+
+REALobjectStruct* NewInstance(const char* className) noexcept {
+  HostState* host = CurrentHost();
+  if (host == nullptr || className == nullptr || strcmp(className, kPictureClass) != 0) {
+    return nullptr;
+  }
+  return UnlessOutOfMemory<REALobjectStruct*>(nullptr, [=] { return MakeEmptyPicture(*host); });
+}
+
+void* LoadObjectMethod(REALobjectStruct* object, const char* declaration) noexcept {
+  HostState* host = CurrentHost();
+  if (host == nullptr) {
+    return nullptr;
+  }
+  if (!IsAlive(*host, object)) {
+    ++host->ledger.violations;
+    return nullptr;
+  }
+  const bool isPicture = dynamic_cast<REALpictureStruct*>(object) != nullptr;
+  if (isPicture && strcmp(declaration, kPictureConstructor) == 0) {
+    return reinterpret_cast<void*>(ConstructPicture);
+  }
+  if (!isPicture && strcmp(declaration, kDrawPicture) == 0) {
+    return reinterpret_cast<void*>(DrawPicture);
+  }
+  return nullptr;
+}
+
+void* LoadGlobalMethod(void* /*reserved*/, const char* declaration) noexcept {
+  const bool known = declaration != nullptr && strcmp(declaration, kLenB) == 0;
+  return known ? reinterpret_cast<void*>(LenB) : nullptr;
+}
+
+}  // namespace qrv::runtime

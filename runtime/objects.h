@@ -1,0 +1,46 @@
+// Reference-counted objects of the host.
+#ifndef RUNTIME_OBJECTS_H_
+#define RUNTIME_OBJECTS_H_
+
+#include <memory>
+
+#include "host/host_types.h"
+#include "runtime/state.h"
+
+// An object lives while somebody outside the host holds a reference or another object of the host
+// keeps it. A picture derives from it with no offset, so that its address is the object's too.
+struct REALobjectStruct {
+  REALobjectStruct() = default;
+  REALobjectStruct(const REALobjectStruct&) = delete;
+  REALobjectStruct& operator=(const REALobjectStruct&) = delete;
+  virtual ~REALobjectStruct() = default;
+
+  // Called once, before the object goes: lets go of the objects that it keeps.
+  virtual void LetGoOfOthers(qrv::runtime::HostState&) {}
+
+  long references = 0;  // held outside the host
+  long keepers = 0;     // objects of the host that keep this one
+};
+
+namespace qrv::runtime {
+
+// Hands a new object to the host, which owns it from here on. It has no reference and no keeper
+// yet. Throws std::bad_alloc.
+REALobjectStruct* Admit(HostState& host, std::unique_ptr<REALobjectStruct> object);
+
+bool IsAlive(const HostState& host, REALobjectStruct* object);
+
+void AddReference(HostState& host, REALobjectStruct* object);
+// Gives a reference back; the object goes with the last one unless it is kept.
+void DropReference(HostState& host, REALobjectStruct* object);
+
+void Keep(REALobjectStruct* object);
+void LetGo(HostState& host, REALobjectStruct* object);
+
+// Host entry points.
+void LockObject(REALobjectStruct* object) noexcept;
+void UnlockObject(REALobjectStruct* object) noexcept;
+
+}  // namespace qrv::runtime
+
+#endif  // RUNTIME_OBJECTS_H_

@@ -1,0 +1,66 @@
+// Pictures of the host, in the pixel form of its kind of application.
+#ifndef RUNTIME_PICTURES_H_
+#define RUNTIME_PICTURES_H_
+
+#include <ApplicationServices/ApplicationServices.h>
+
+#include <cstdint>
+#include <memory>
+
+#include "runtime/console_image.h"
+#include "runtime/objects.h"
+
+namespace qrv::runtime {
+
+constexpr long kMaximumPictureSide = 32767;  // pixels
+
+struct ContextDeleter {
+  void operator()(CGContextRef context) const { CGContextRelease(context); }
+};
+struct MemoryDeleter {
+  void operator()(void* memory) const;
+};
+
+// Turns one row of a picture's pixels into red, green, blue, alpha.
+using RowReader = void (*)(const uint8_t* pixels, int32_t width, uint8_t* rgba);
+
+}  // namespace qrv::runtime
+
+// Exactly one of `bitmap` and `image` is set; neither in an instance whose constructor has not run.
+struct REALpictureStruct : REALobjectStruct {
+  void LetGoOfOthers(qrv::runtime::HostState& host) override;
+
+  bool HasPixels() const { return bitmap != nullptr || image != nullptr; }
+  uint8_t* Row(int32_t y) const;
+
+  int32_t width = 0;
+  int32_t height = 0;
+  size_t rowBytes = 0;
+  std::unique_ptr<uint8_t, qrv::runtime::MemoryDeleter> memory;  // of `bitmap`
+  std::unique_ptr<CGContext, qrv::runtime::ContextDeleter> bitmap;
+  qrv::runtime::ConsoleImagePtr image;
+  qrv::runtime::RowReader readRow = nullptr;
+  bool hasAlpha = false;
+  bool locked = false;
+  bool lockRefused = false;           // since the last lock or unlock
+  REALpictureStruct* mask = nullptr;  // kept by this picture
+};
+
+namespace qrv::runtime {
+
+// A new picture with one reference, without pixels as yet. Throws std::bad_alloc.
+REALpictureStruct* MakeEmptyPicture(HostState& host);
+
+// Gives the picture its zeroed pixels in the host's form. False when the size is not in 1 ...
+// 32767, when it has pixels already and when there is no memory.
+bool GivePixels(const HostState& host, REALpictureStruct& picture, long width, long height);
+
+// A new picture of that size with one reference, or null. Throws std::bad_alloc.
+REALpictureStruct* MakePicture(HostState& host, long width, long height);
+
+// Row `y` as red, green, blue, alpha; the alpha is the mask's where there is one: 255 - grey.
+void ReadPictureRow(const REALpictureStruct& picture, int32_t y, uint8_t* rgba);
+
+}  // namespace qrv::runtime
+
+#endif  // RUNTIME_PICTURES_H_

@@ -1,0 +1,35 @@
+// The entry point that the host calls once, after it has loaded the plug-in and before any method.
+
+#include "host/bridge.h"
+#include "plugin/method_table.h"
+
+namespace {
+
+// The version of the plug-in interface to speak with a host of that version.
+int32_t InterfaceVersion(double hostVersion) {
+  struct Threshold {
+    double hostVersion;
+    int32_t code;
+  };
+  static const Threshold kThresholds[] = {{2013.03, 12}, {2013.0, 11}, {2012.0, 10}};
+  for (const Threshold& threshold : kThresholds) {
+    if (hostVersion >= threshold.hostVersion) return threshold.code;
+  }
+  return 9;
+}
+
+}  // namespace
+
+extern "C" __attribute__((visibility("default"))) void REALPluginMain(REALresolver resolver) {
+  gResolver = resolver;
+  const auto registerVersion =
+      reinterpret_cast<void (*)(int32_t)>(resolver("RegisterPluginVersion"));
+  const auto hostVersion = reinterpret_cast<double (*)()>(gResolver("REALGetRBVersion"));
+  if (hostVersion != nullptr) rbversion = hostVersion();
+  const int32_t interfaceVersion = InterfaceVersion(rbversion);
+  if (registerVersion != nullptr) registerVersion(interfaceVersion);
+  for (REALmethodDefinition& method : globalMethods) {
+    method.flags = AdaptMethodFlags(method.flags, rbversion);
+  }
+  for (REALmethodDefinition& method : globalMethods) REALRegisterMethod(&method);
+}

@@ -1,0 +1,236 @@
+#include "cli/arguments.h"
+
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <map>
+
+#include "cli/failure.h"
+
+namespace qrv::cli {
+
+namespace {
+
+using runtime::ApplicationKind;
+
+constexpr char kProgram[] = "qrvshot";
+constexpr char kVersion[] = QRV_VERSION;
+constexpr char kDefaultImage[] = "screenshot.png";
+constexpr char kDefaultRaw[] = "screenshot.raw";
+
+// Values as they stand on the command line, to be turned into Arguments.
+struct Words {
+  std::string application = "desktop";
+  std::string hostVersion;
+  std::string display;
+  std::string rect;
+  std::string size;
+  std::string strategy;
+  std::string format;
+  std::string width;
+  std::string height;
+  std::string rowBytes;
+};
+
+const std::map<std::string, ApplicationKind> kApplications = {
+    {"desktop", ApplicationKind::kDesktop},
+    {"console", ApplicationKind::kConsole},
+    {"web", ApplicationKind::kWeb},
+};
+
+void AddCommonOptions(CLI::App& app, Arguments& arguments, Words& words) {
+  app.add_option("--plugin", arguments.plugin, "The plug-in to load")->type_name("PATH");
+  app.add_option("--app", words.application, "The kind of host program: desktop, console or web")
+      ->check(CLI::IsMember({"desktop", "console", "web"}))
+      ->type_name("KIND");
+  app.add_option("--host-version", words.hostVersion,
+                 "The host's version, such as 2011.04; none for a host that states none")
+      ->type_name("X");
+  app.add_flag("--alpha", arguments.host.picturesHaveAlpha,
+               "Pictures of a desktop program have an alpha channel");
+  app.add_option("--desktop", arguments.desktop,
+                 "x11, x11:DISPLAY, virtual or virtual:LAYOUT (default: $QRV_DESKTOP, else x11 "
+                 "when DISPLAY is set)")
+      ->type_name("WHICH");
+  app.add_option("--system-version", arguments.systemVersion,
+                 "The generation of the system, such as 10.6 (default: $QRV_SYSTEM_VERSION, else "
+                 "10.7)")
+      ->type_name("M.N");
+}
+
+void AddImageOptions(CLI::App& command, Arguments& arguments, Words& words) {
+  command
+      .add_option("-o,--output", arguments.output,
+                  "The image file; - is standard output (default: screenshot.png)")
+      ->type_name("FILE");
+  command
+      .add_option("--format", words.format,
+                  "png or ppm (default: by the file's extension, else png)")
+      ->check(CLI::IsMember({"png", "ppm"}))
+      ->type_name("FORMAT");
+  command.add_option("--compression", arguments.compression, "PNG: 0 none ... 9 smallest file")
+      ->check(CLI::Range(0, 9))
+      ->type_name("0-9");
+}
+
+CLI::Option* AddDisplayOption(CLI::App& command, Words& words) {
+  return command
+      .add_option("--display", words.display, "The display's index, as in `qrvshot displays`")
+      ->type_name("N");
+}
+
+CLI::App* AddCapture(CLI::App& app, Arguments& arguments, Words& words) {
+  CLI::App* command = app.add_subcommand("capture", "Capture the screen into an image file");
+  CLI::Option* display = AddDisplayOption(*command, words);
+  CLI::Option* rect =
+      command->add_option("--rect", words.rect, "A rectangle of the desktop instead of a display")
+          ->excludes(display)
+          ->type_name("L,T,W,H");
+  command->add_option("--size", words.size, "Scale the rectangle to this size")
+      ->needs(rect)
+      ->type_name("WxH");
+  command
+      ->add_option("--strategy", words.strategy,
+                   "Capture in this way or not at all: display-image, opengl or quickdraw")
+      ->check(CLI::IsMember({"display-image", "opengl", "quickdraw"}))
+      ->excludes(app.get_option("--system-version"))
+      ->type_name("HOW");
+  AddImageOptions(*command, arguments, words);
+  return command;
+}
+
+CLI::App* AddDisplays(CLI::App& app, Arguments& arguments) {
+  CLI::App* command = app.add_subcommand("displays", "List the displays");
+  command->add_flag("--json", arguments.json, "As JSON");
+  return command;
+}
+
+CLI::App* AddRaw(CLI::App& app, Arguments& arguments, Words& words) {
+  CLI::App* command = app.add_subcommand(
+      "raw", "Write a display's raw pixels, and print their width, height and bytes per row");
+  AddDisplayOption(*command, words);
+  command
+      ->add_option("-o,--output", arguments.output,
+                   "The file; - is standard output (default: screenshot.raw)")
+      ->type_name("FILE");
+  command->add_flag("--json", arguments.json, "Print the three numbers as JSON");
+  return command;
+}
+
+CLI::App* AddFromRaw(CLI::App& app, Arguments& arguments, Words& words) {
+  CLI::App* command = app.add_subcommand("from-raw", "Turn raw pixels into an image file");
+  command->add_option("--width", words.width, "Pixels per row")->required()->type_name("N");
+  command->add_option("--height", words.height, "Rows")->required()->type_name("N");
+  command->add_option("--row-bytes", words.rowBytes, "Bytes from one row to the next")
+      ->required()
+      ->type_name("N");
+  command->add_option("file", arguments.input, "The raw pixels; - is standard input")
+      ->required()
+      ->type_name("FILE");
+  AddImageOptions(*command, arguments, words);
+  return command;
+}
+
+[[noreturn]] void FailUsage(const std::string& message) {
+  throw Failure(kWrongUsage, message + ". Run `qrvshot --help` for the usage.");
+}
+
+// `value` unless it is nothing, which is a fault of the option's text.
+template <typename Value>
+Value Require(const std::optional<Value>& value, const std::string& option, const std::string& text,
+              const char* expected) {
+  if (!value) {
+    FailUsage(option + " " + text + " is not " + expected);
+  }
+  return *value;
+}
+
+int32_t RequireInteger(const std::string& option, const std::string& text) {
+  return Require(ParseInteger(text), option, text, "a 32-bit integer");
+}
+
+void InterpretHost(Arguments& arguments, const Words& words) {
+  arguments.host.application = kApplications.at(words.application);
+  if (words.hostVersion == "none") {
+    arguments.host.version.reset();
+  } else if (!words.hostVersion.empty()) {
+    arguments.host.version = Require(ParseHostVersion(words.hostVersion), "--host-version",
+                                     words.hostVersion, "a version such as 2013.03, nor none");
+  }
+  if (!arguments.systemVersion.empty() && !IsSystemVersion(arguments.systemVersion)) {
+    FailUsage("--system-version " + arguments.systemVersion + " is not a version such as 10.6");
+  }
+}
+
+void InterpretCapture(Arguments& arguments, const Words& words) {
+  if (!words.display.empty()) {
+    arguments.display = RequireInteger("--display", words.display);
+  }
+  if (!words.rect.empty()) {
+    arguments.rect = Require(ParseRect(words.rect), "--rect", words.rect,
+                             "four 32-bit integers: left,top,width,height");
+  }
+  if (!words.size.empty()) {
+    arguments.size =
+        Require(ParseSize(words.size), "--size", words.size, "two 32-bit integers: widthxheight");
+  }
+  for (const Strategy& strategy : kStrategies) {
+    if (strategy.name == words.strategy) {
+      arguments.strategy = &strategy;
+      arguments.systemVersion = strategy.systemVersion;
+    }
+  }
+}
+
+void InterpretOutput(Arguments& arguments, const Words& words) {
+  if (arguments.output.empty()) {
+    arguments.output = arguments.command == Command::kRaw ? kDefaultRaw : kDefaultImage;
+  }
+  const bool isPpm =
+      words.format.empty() ? arguments.output.ends_with(".ppm") : words.format == "ppm";
+  arguments.format = isPpm ? ImageFormat::kPpm : ImageFormat::kPng;
+}
+
+void Interpret(Arguments& arguments, const Words& words) {
+  InterpretHost(arguments, words);
+  InterpretCapture(arguments, words);
+  InterpretOutput(arguments, words);
+  if (arguments.command == Command::kFromRaw) {
+    arguments.width = RequireInteger("--width", words.width);
+    arguments.height = RequireInteger("--height", words.height);
+    arguments.rowBytes = RequireInteger("--row-bytes", words.rowBytes);
+  }
+}
+
+}  // namespace
+
+std::optional<Arguments> ParseArguments(int argc, const char* const* argv) {
+  Arguments arguments;
+  Words words;
+  CLI::App app("Screenshots through the plug-in ScreenshotQRV", kProgram);
+  app.set_version_flag("--version", kVersion);
+  app.require_subcommand(1);
+  app.fallthrough();
+  AddCommonOptions(app, arguments, words);
+  const std::map<const CLI::App*, Command> commands = {
+      {AddCapture(app, arguments, words), Command::kCapture},
+      {AddDisplays(app, arguments), Command::kDisplays},
+      {app.add_subcommand("methods", "List the methods that the plug-in offers"),
+       Command::kMethods},
+      {AddRaw(app, arguments, words), Command::kRaw},
+      {AddFromRaw(app, arguments, words), Command::kFromRaw},
+  };
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    if (error.get_exit_code() == 0) {  // help or version
+      app.exit(error);
+      return std::nullopt;
+    }
+    FailUsage(error.what());
+  }
+  arguments.command = commands.at(app.get_subcommands().front());
+  Interpret(arguments, words);
+  return arguments;
+}
+
+}  // namespace qrv::cli

@@ -1,0 +1,134 @@
+#include <cstdio>
+#include <string>
+
+#include "cli/commands.h"
+#include "cli/desktop_choice.h"
+#include "cli/failure.h"
+#include "cli/image_file.h"
+#include "cli/report.h"
+#include "cli/start_host.h"
+#include "runtime/displays.h"
+
+namespace qrv::cli {
+
+namespace {
+
+using runtime::DisplayInfo;
+using runtime::Host;
+
+constexpr std::string_view kMain = "ScreenshotQRV as picture";
+constexpr std::string_view kDisplay = "ScreenshotDisplayQRV(index as integer) as picture";
+constexpr std::string_view kRect =
+    "ScreenshotRectQRV(left as integer, top as integer, width as integer, height as integer) as "
+    "picture";
+constexpr std::string_view kScaled =
+    "ScreenshotRectQRV(left as integer, top as integer, width as integer, height as integer, "
+    "destwidth as integer, destheight as integer) as picture";
+
+std::string_view Declaration(const Arguments& arguments) {
+  if (arguments.rect) {
+    return arguments.size ? kScaled : kRect;
+  }
+  return arguments.display ? kDisplay : kMain;
+}
+
+REALpictureStruct* CallMethod(const Host& host, const Arguments& arguments) {
+  const std::string_view declaration = Declaration(arguments);
+  if (arguments.rect) {
+    const Rect& rect = *arguments.rect;
+    if (arguments.size) {
+      return host.Call<REALpictureStruct*>(declaration, rect.left, rect.top, rect.width,
+                                           rect.height, arguments.size->width,
+                                           arguments.size->height);
+    }
+    return host.Call<REALpictureStruct*>(declaration, rect.left, rect.top, rect.width, rect.height);
+  }
+  if (arguments.display) {
+    return host.Call<REALpictureStruct*>(declaration, *arguments.display);
+  }
+  return host.Call<REALpictureStruct*>(declaration);
+}
+
+std::string Subject(const Arguments& arguments) {
+  std::string subject = "the main display";
+  if (arguments.rect) {
+    subject = "the rectangle";
+  } else if (arguments.display) {
+    subject = "display " + std::to_string(*arguments.display);
+  }
+  return subject + " of " + DesktopName();
+}
+
+bool HasUsableSize(int32_t width, int32_t height) {
+  constexpr int32_t kMaximumSide = 32767;
+  return width >= 1 && height >= 1 && width <= kMaximumSide && height <= kMaximumSide;
+}
+
+// The first display whose pixels only a display image can deliver, or null.
+const DisplayInfo* DisplayOfOddDepth(const std::vector<DisplayInfo>& displays) {
+  for (const DisplayInfo& display : displays) {
+    if (display.bitsPerPixel < 24) {
+      return &display;
+    }
+  }
+  return nullptr;
+}
+
+std::string WhyNothing(const Arguments& arguments, const std::vector<DisplayInfo>& displays) {
+  if (arguments.rect && !HasUsableSize(arguments.rect->width, arguments.rect->height)) {
+    return "Its width and height must lie in 1 to 32767; correct --rect.";
+  }
+  if (arguments.size && !HasUsableSize(arguments.size->width, arguments.size->height)) {
+    return "The new width and height must lie in 1 to 32767; correct --size.";
+  }
+  const DisplayInfo* odd = DisplayOfOddDepth(displays);
+  if (odd != nullptr && !arguments.systemVersion.empty()) {
+    return "A display of it has " + std::to_string(odd->bitsPerPixel) +
+           " bits per pixel, which OpenGL does not read, and QuickDraw only at 8, 24 and 32; try "
+           "--strategy display-image.";
+  }
+  return "The desktop may have changed or gone during the capture; try again, or another "
+         "--strategy.";
+}
+
+// Throws when another facility than the wanted strategy's has delivered pixels. None has when the
+// rectangle meets no display.
+void RequireStrategy(const Arguments& arguments) {
+  const unsigned used = runtime::TakeFacilitiesUsed();
+  const Strategy* wanted = arguments.strategy;
+  if (wanted == nullptr || (used & ~wanted->facility) == 0) {
+    return;
+  }
+  std::string others;
+  for (const Strategy& strategy : kStrategies) {
+    if (&strategy != wanted && (used & strategy.facility) != 0) {
+      others += (others.empty() ? "" : ", ") + std::string(strategy.name);
+    }
+  }
+  throw Failure(kNothingCaptured, "The strategy " + std::string(wanted->name) + " can't capture " +
+                                      Subject(arguments) + "; " + others +
+                                      " can. Try that, or leave --strategy out.");
+}
+
+}  // namespace
+
+void Capture(const Arguments& arguments) {
+  const auto host = StartHost(arguments);
+  RequireMethod(*host, Declaration(arguments));
+  const std::vector<DisplayInfo> displays = RequireDisplays();
+  if (!arguments.rect) {
+    RequireDisplay(displays, arguments.display);
+  }
+  runtime::TakeFacilitiesUsed();
+  const Owned picture(*host, CallMethod(*host, arguments));
+  if (picture.Get() == nullptr) {
+    throw Failure(kNothingCaptured, "The capture of " + Subject(arguments) + " yielded nothing. " +
+                                        WhyNothing(arguments, displays));
+  }
+  RequireStrategy(arguments);
+  const Rows rows = RowsOf(picture.Get());
+  WriteImage(rows, arguments.output, arguments.format, arguments.compression);
+  ReportImage(arguments.output, rows, DesktopName());
+}
+
+}  // namespace qrv::cli

@@ -1,0 +1,45 @@
+#include <cstdio>
+
+#include "cli/commands.h"
+#include "cli/desktop_choice.h"
+
+namespace qrv::cli {
+
+namespace {
+
+using runtime::DisplayInfo;
+
+void PrintLine(size_t index, const DisplayInfo& display) {
+  printf("%zu  id %u  %dx%d  at %d,%d  %d bits per pixel", index, display.id, display.width,
+         display.height, display.x, display.y, display.bitsPerPixel);
+  if (display.pixelWidth != display.width || display.pixelHeight != display.height) {
+    printf("  %dx%d pixels", display.pixelWidth, display.pixelHeight);
+  }
+  puts(display.isMain ? "  main" : "");
+}
+
+void PrintJson(size_t index, const DisplayInfo& display) {
+  printf(
+      "%s\n  {\"index\": %zu, \"id\": %u, \"x\": %d, \"y\": %d, \"width\": %d, \"height\": %d, "
+      "\"pixelWidth\": %d, \"pixelHeight\": %d, \"bitsPerPixel\": %d, \"main\": %s}",
+      index == 0 ? "" : ",", index, display.id, display.x, display.y, display.width, display.height,
+      display.pixelWidth, display.pixelHeight, display.bitsPerPixel,
+      display.isMain ? "true" : "false");
+}
+
+}  // namespace
+
+void ShowDisplays(const Arguments& arguments) {
+  const std::vector<DisplayInfo> displays = RequireDisplays();
+  if (arguments.json) {
+    fputs("[", stdout);
+  }
+  for (size_t index = 0; index < displays.size(); ++index) {
+    (arguments.json ? PrintJson : PrintLine)(index, displays[index]);
+  }
+  if (arguments.json) {
+    puts("\n]");
+  }
+}
+
+}  // namespace qrv::cli

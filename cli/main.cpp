@@ -1,0 +1,60 @@
+#include <signal.h>
+#include <stdio.h>
+
+#include <new>
+
+#include "cli/arguments.h"
+#include "cli/commands.h"
+#include "cli/desktop_choice.h"
+#include "cli/failure.h"
+
+namespace {
+
+using qrv::cli::Arguments;
+using qrv::cli::Command;
+
+void Run(const Arguments& arguments) {
+  qrv::cli::ChooseDesktop(arguments);
+  switch (arguments.command) {
+    case Command::kCapture:
+      return qrv::cli::Capture(arguments);
+    case Command::kDisplays:
+      return qrv::cli::ShowDisplays(arguments);
+    case Command::kMethods:
+      return qrv::cli::ShowMethods(arguments);
+    case Command::kRaw:
+      return qrv::cli::WriteRaw(arguments);
+    case Command::kFromRaw:
+      return qrv::cli::ConvertRaw(arguments);
+  }
+}
+
+int Fail(qrv::cli::ExitCode code, const char* message) {
+  fflush(stdout);
+  fprintf(stderr, "qrvshot: %s\n", message);
+  return code;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  // A reader that has gone and a file that grows too long are reported as failed writes.
+  signal(SIGPIPE, SIG_IGN);
+  signal(SIGXFSZ, SIG_IGN);
+  try {
+    if (const auto arguments = qrv::cli::ParseArguments(argc, argv)) {
+      Run(*arguments);
+    }
+  } catch (const qrv::cli::Failure& failure) {
+    return Fail(failure.Code(), failure.what());
+  } catch (const std::bad_alloc&) {
+    return Fail(qrv::cli::kNothingCaptured,
+                "There is too little memory. Try a smaller part of the desktop.");
+  } catch (const std::exception& error) {
+    return Fail(qrv::cli::kNothingCaptured, error.what());
+  }
+  if (fflush(stdout) != 0 || ferror(stdout) != 0) {
+    return Fail(qrv::cli::kCouldNotReadOrWrite, "Standard output could not be written.");
+  }
+  return qrv::cli::kDone;
+}

@@ -1,0 +1,51 @@
+#include "cli/start_host.h"
+
+#include <filesystem>
+#include <system_error>
+
+#include "cli/failure.h"
+
+namespace qrv::cli {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr char kInstalledPlugin[] = QRV_INSTALLED_PLUGIN;
+
+std::string DefaultPlugin() {
+  std::error_code error;
+  const fs::path beside =
+      fs::read_symlink("/proc/self/exe", error).parent_path() / "ScreenshotQRV.so";
+  for (const fs::path& candidate : {beside, fs::path(kInstalledPlugin)}) {
+    if (fs::exists(candidate, error)) {
+      return candidate.string();
+    }
+  }
+  throw Failure(kCouldNotReadOrWrite, "The plug-in is neither at " + beside.string() + " nor at " +
+                                          kInstalledPlugin + ". Name it with --plugin.");
+}
+
+}  // namespace
+
+std::unique_ptr<runtime::Host> StartHost(const Arguments& arguments) {
+  auto host = std::make_unique<runtime::Host>(arguments.host);
+  const std::string plugin = arguments.plugin.empty() ? DefaultPlugin() : arguments.plugin;
+  std::string error;
+  if (!host->LoadPlugin(plugin, error)) {
+    throw Failure(kCouldNotReadOrWrite, error + ". Name another plug-in with --plugin.");
+  }
+  return host;
+}
+
+void RequireMethod(const runtime::Host& host, std::string_view declaration) {
+  for (const runtime::RegisteredMethod& method : host.Methods()) {
+    if (method.declaration == declaration) {
+      return;
+    }
+  }
+  throw Failure(kNothingCaptured, "This plug-in does not offer \"" + std::string(declaration) +
+                                      "\". `qrvshot methods` lists what it offers.");
+}
+
+}  // namespace qrv::cli

@@ -1,0 +1,38 @@
+// The host with the plug-in loaded, as the command line describes it.
+#ifndef CLI_START_HOST_H_
+#define CLI_START_HOST_H_
+
+#include <memory>
+#include <string_view>
+
+#include "cli/arguments.h"
+#include "runtime/host.h"
+
+namespace qrv::cli {
+
+// Loads the plug-in that the arguments name, else the one beside this program, else the installed
+// one. Throws Failure.
+std::unique_ptr<runtime::Host> StartHost(const Arguments& arguments);
+
+// Throws Failure when the plug-in has not registered the method with that declaration.
+void RequireMethod(const runtime::Host& host, std::string_view declaration);
+
+// A picture or string of a host, given back to it at the end.
+template <typename Record>
+class Owned {
+ public:
+  Owned(runtime::Host& host, Record* record) : host_(host), record_(record) {}
+  ~Owned() { host_.Release(record_); }
+  Owned(const Owned&) = delete;
+  Owned& operator=(const Owned&) = delete;
+
+  Record* Get() const { return record_; }
+
+ private:
+  runtime::Host& host_;
+  Record* record_;
+};
+
+}  // namespace qrv::cli
+
+#endif  // CLI_START_HOST_H_

@@ -1,0 +1,110 @@
+#include "platform/quickdraw/device.h"
+
+#include <algorithm>
+#include <limits>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include "platform/desktop/session.h"
+#include "platform/quickdraw/guarded.h"
+#include "platform/quickdraw/pixel_map.h"
+#include "platform/quickdraw/quickdraw.h"
+
+namespace qrv::quickdraw {
+namespace {
+
+struct Device {
+  GDHandle handle() { return &pointer; }
+
+  GDevice record = {};
+  GDevice* pointer = &record;
+  OwnedMap map;
+  desktop::Display display;
+};
+
+std::mutex mutex;
+// Both guarded by `mutex`. The first `liveCount` devices stand for the displays of the latest list,
+// in its order. The others are kept for the handles to them that programs may still have.
+std::vector<std::unique_ptr<Device>> devices;
+size_t liveCount = 0;
+
+short Saturate(int64_t coordinate) {
+  return static_cast<short>(std::clamp<int64_t>(coordinate, std::numeric_limits<short>::min(),
+                                                std::numeric_limits<short>::max()));
+}
+
+Rect BoundsOf(const desktop::PixelRect& rect) {
+  return {Saturate(rect.y), Saturate(rect.x), Saturate(int64_t{rect.y} + rect.height),
+          Saturate(int64_t{rect.x} + rect.width)};
+}
+
+void Fill(Device& device, const desktop::Display& display) {
+  const Rect bounds = BoundsOf(display.bounds);
+  device.display = display;
+  device.map.Fill(bounds, display.quickDrawPixelSize, nullptr, 0);
+  device.record = GDevice{};
+  device.record.gdPMap = device.map.handle();
+  device.record.gdRect = bounds;
+}
+
+void FillAll(const std::vector<desktop::Display>& displays) {
+  while (devices.size() < displays.size()) devices.push_back(std::make_unique<Device>());
+  for (size_t i = 0; i < displays.size(); ++i) Fill(*devices[i], displays[i]);
+  for (size_t i = 1; i < displays.size(); ++i) {
+    devices[i - 1]->record.gdNextGD = devices[i]->handle();
+  }
+  liveCount = displays.size();
+}
+
+GDHandle RefreshDevices() {
+  const std::lock_guard lock(mutex);
+  liveCount = 0;
+  if (const auto* displays = desktop::RefreshDisplays()) FillAll(*displays);
+  return liveCount == 0 ? nullptr : devices.front()->handle();
+}
+
+template <typename Test>
+Device* FindDeviceThat(Test test) {
+  const auto end = devices.begin() + static_cast<std::ptrdiff_t>(liveCount);
+  const auto found = std::find_if(devices.begin(), end, test);
+  return found == end ? nullptr : found->get();
+}
+
+template <typename Test>
+std::optional<Screen> FindScreenThat(Test test) {
+  const std::lock_guard lock(mutex);
+  const Device* device = FindDeviceThat(test);
+  if (device == nullptr) return std::nullopt;
+  return Screen{device->display, device->map.record().pixelSize};
+}
+
+}  // namespace
+
+std::optional<Screen> FindScreen(PixMapHandle map) {
+  return FindScreenThat([=](const auto& device) { return device->map.handle() == map; });
+}
+
+std::optional<Screen> FindScreen(const void* mapIdentity) {
+  return FindScreenThat([=](const auto& device) { return device->map.identity() == mapIdentity; });
+}
+
+}  // namespace qrv::quickdraw
+
+GDHandle GetDeviceList() {
+  return qrv::quickdraw::Guarded<GDHandle>(nullptr, qrv::quickdraw::RefreshDevices);
+}
+
+GDHandle GetMainDevice() {
+  return qrv::quickdraw::Guarded<GDHandle>(nullptr, qrv::quickdraw::RefreshDevices);
+}
+
+GDHandle GetNextDevice(GDHandle device) {
+  using namespace qrv::quickdraw;
+  return Guarded<GDHandle>(nullptr, [=] {
+    const std::lock_guard lock(mutex);
+    const Device* found =
+        FindDeviceThat([=](const auto& each) { return each->handle() == device; });
+    return found == nullptr ? nullptr : found->record.gdNextGD;
+  });
+}

@@ -1,0 +1,75 @@
+// The QuickDraw functions of the ApplicationServices framework. Programs find them by name in the
+// loaded framework; this header serves the framework itself and its tests.
+//
+// A port is a graphics world, or the default port, which is current until a program chooses
+// another and which has no pixels. Each thread has a current port of its own. Ports, handles and
+// maps are checked against those that exist: for any other (null, disposed of, made up) a function
+// does nothing, and yields null, 0 or false.
+#ifndef PLATFORM_QUICKDRAW_QUICKDRAW_H_
+#define PLATFORM_QUICKDRAW_QUICKDRAW_H_
+
+#include <ApplicationServices/QuickDraw.h>
+
+extern "C" {
+
+// --- Devices: the displays, the main one first. ---
+
+// The first device and the main device, which is the same one; both ask the desktop anew. Null when
+// there is none. A device's record stays where it is for the life of the process and is filled
+// anew by these two calls, so the handle of a display that has gone is harmless.
+GDHandle GetDeviceList();
+GDHandle GetMainDevice();
+GDHandle GetNextDevice(GDHandle device);
+
+// --- Worlds: memory to draw in, at first all zero. ---
+
+// Depths 8, 16, 24 and 32; paramErr for another one, or a rectangle without positive width and
+// height. There are no colour tables: a pixel of depth 8 is a grey level.
+QDErr NewGWorld(GWorldPtr* world, short depth, const Rect* bounds, CTabHandle colors,
+                GDHandle device, GWorldFlags flags);
+// The default port takes the place of a world that was current.
+void DisposeGWorld(GWorldPtr world);
+
+// --- Ports ---
+
+void GetPort(GrafPtr* port);
+void SetPort(GrafPtr port);
+void SetGWorld(GWorldPtr world, GDHandle device);
+// Fills `bounds` and returns it.
+Rect* GetPortBounds(GrafPtr port, Rect* bounds);
+const BitMap* GetPortBitMapForCopyBits(GrafPtr port);
+
+// --- Pixel maps, of worlds and of devices. The pixels of a device have no address. ---
+
+PixMapHandle GetGWorldPixMap(GWorldPtr world);
+Boolean LockPixels(PixMapHandle map);
+void UnlockPixels(PixMapHandle map);
+Ptr GetPixBaseAddr(PixMapHandle map);
+// The distance between rows; a pixel map's own field has no room for that of a wide world.
+long GetPixRowBytes(PixMapHandle map);
+short GetPixDepth(PixMapHandle map);
+
+// --- Drawing in the current port ---
+
+Pattern* GetQDGlobalsBlack(Pattern* black);
+// blackColor or whiteColor; any other colour changes nothing.
+void ForeColor(long color);
+void BackColor(long color);
+// A pattern's set bits take the foreground colour, the others the background colour.
+void FillRect(const Rect* rect, const Pattern* pattern);
+
+// --- Rectangles and copying ---
+
+// The common part of two rectangles, (0, 0, 0, 0) when there is none.
+Boolean SectRect(const Rect* first, const Rect* second, Rect* common);
+
+// Copies `sourceRect` of a world or device into `targetRect` of a world, each in the coordinates of
+// its own map, scaling to the nearest pixel and leaving out what lies outside either map. Colours
+// are copied as they are. Copies nothing to a device, in a mode other than srcCopy, or with a
+// mask.
+void CopyBits(const BitMap* source, const BitMap* target, const Rect* sourceRect,
+              const Rect* targetRect, short mode, RgnHandle mask);
+
+}  // extern "C"
+
+#endif  // PLATFORM_QUICKDRAW_QUICKDRAW_H_

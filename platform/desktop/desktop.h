@@ -58,6 +58,12 @@ class Desktop {
   // display's pixels. An empty frame when the display is gone, the desktop can't be reached, does
   // not answer in time, or there is no memory.
   virtual Frame Capture(const Display& display, const PixelRect& part) = 0;
+
+  // What a person calls it: "X11 :0", "virtual desktop". Lives as long as the desktop.
+  virtual const char* Name() const = 0;
+
+  // One line on why the last call failed; empty when it didn't. Valid until the next call.
+  virtual const char* Problem() const { return ""; }
 };
 
 }  // namespace qrv::desktop

@@ -1,8 +1,12 @@
 // The desktop that this process shows and its latest list of displays, shared by the frameworks.
 //
 // QRV_DESKTOP chooses the desktop: "x11" or "x11:<display>", "virtual" or "virtual:<layout>".
-// Unset: X11 when DISPLAY is set, else no desktop. It is read at every refresh (never in a process
-// with raised privileges); a changed value closes the old desktop and opens the new one.
+// Unset or empty: X11 when DISPLAY is set, else no desktop. "x11" alone means the server of
+// DISPLAY. Anything else, or a layout that does not parse, is no desktop. Both variables are read
+// at every refresh (never in a process with raised privileges); a changed choice closes the old
+// desktop and opens the new one. Frames of the old one stay valid.
+//
+// Like the frameworks' callers, the session is for one thread at a time.
 #ifndef PLATFORM_DESKTOP_SESSION_H_
 #define PLATFORM_DESKTOP_SESSION_H_
 
@@ -35,6 +39,14 @@ extern "C" {
 // The facilities that have delivered pixels since the last call, as bits of qrv::desktop::Reader;
 // forgets them.
 unsigned QRVTakeReaders(void);
+
+// One line on why the last refresh found no desktop, or why the last capture failed; "" when all is
+// well. Valid until the next refresh or capture.
+const char* QRVDesktopProblem(void);
+
+// The desktop of the last refresh as a person calls it: "X11 :0", "virtual desktop"; "no desktop"
+// when there is none. Valid until the next refresh.
+const char* QRVDesktopName(void);
 }
 
 #endif  // PLATFORM_DESKTOP_SESSION_H_

@@ -1,0 +1,157 @@
+#include "platform/desktop/layout.h"
+
+#include <algorithm>
+
+namespace qrv::desktop {
+namespace {
+
+constexpr size_t kMaxDisplays = 32;
+constexpr int32_t kMaxSide = 32767;
+constexpr int32_t kMaxPosition = 32767;
+constexpr int32_t kMaxScale = 4;
+constexpr int kMaxDigits = 5;
+constexpr size_t kMaxQuotedLength = 40;
+
+struct Depth {
+  int32_t bitsPerPixel;
+  int32_t bitsPerSample;
+  int32_t samplesPerPixel;
+  int16_t quickDrawPixelSize;
+};
+constexpr Depth kDepths[] = {{32, 8, 3, 32}, {16, 5, 3, 16}, {8, 8, 1, 8}};
+
+class Scanner {
+ public:
+  explicit Scanner(std::string_view text) : rest_(text) {}
+
+  bool AtEnd() const { return rest_.empty(); }
+
+  bool Take(char wanted) {
+    if (rest_.empty() || rest_.front() != wanted) return false;
+    rest_.remove_prefix(1);
+    return true;
+  }
+
+  bool TakeNumber(int32_t& number) {
+    number = 0;
+    int digits = 0;
+    while (!rest_.empty() && rest_.front() >= '0' && rest_.front() <= '9') {
+      if (++digits > kMaxDigits) return false;
+      number = number * 10 + (rest_.front() - '0');
+      rest_.remove_prefix(1);
+    }
+    return digits > 0;
+  }
+
+  bool TakePosition(int32_t& position) {
+    const bool plus = Take('+');
+    const bool minus = Take('-');
+    if ((!plus && !minus) || !TakeNumber(position)) return false;
+    if (minus) position = -position;
+    return true;
+  }
+
+ private:
+  std::string_view rest_;
+};
+
+bool SetDepth(Display& display, int32_t bitsPerPixel) {
+  const Depth* const depth =
+      std::find_if(std::begin(kDepths), std::end(kDepths),
+                   [bitsPerPixel](const Depth& each) { return each.bitsPerPixel == bitsPerPixel; });
+  if (depth == std::end(kDepths)) return false;
+  display.bitsPerPixel = depth->bitsPerPixel;
+  display.bitsPerSample = depth->bitsPerSample;
+  display.samplesPerPixel = depth->samplesPerPixel;
+  display.quickDrawPixelSize = depth->quickDrawPixelSize;
+  return true;
+}
+
+// The options of an entry; null, or what was expected.
+const char* ParseOptions(Scanner& scanner, Display& display, int32_t& scale) {
+  int32_t bitsPerPixel = 0;
+  scale = 0;
+  while (!scanner.AtEnd()) {
+    if (bitsPerPixel == 0 && scanner.Take('@')) {
+      if (!scanner.TakeNumber(bitsPerPixel) || !SetDepth(display, bitsPerPixel)) {
+        return "expected @8, @16 or @32";
+      }
+    } else if (scale == 0 && scanner.Take('*')) {
+      if (!scanner.TakeNumber(scale) || scale < 1 || scale > kMaxScale) {
+        return "expected *1 to *4";
+      }
+    } else {
+      return "expected WIDTHxHEIGHT+X+Y, then @BITS or *SCALE at most once each";
+    }
+  }
+  if (bitsPerPixel == 0) SetDepth(display, 32);
+  if (scale == 0) scale = 1;
+  return nullptr;
+}
+
+// One entry, with its bounds as written; null, or what was expected.
+const char* ParseEntry(std::string_view entry, Display& display) {
+  Scanner scanner(entry);
+  PixelRect& bounds = display.bounds;
+  if (!scanner.TakeNumber(bounds.width) || !scanner.Take('x') ||
+      !scanner.TakeNumber(bounds.height) || !scanner.TakePosition(bounds.x) ||
+      !scanner.TakePosition(bounds.y)) {
+    return "expected WIDTHxHEIGHT+X+Y";
+  }
+  int32_t scale = 1;
+  if (const char* expected = ParseOptions(scanner, display, scale)) return expected;
+  display.pixelWidth = bounds.width * scale;
+  display.pixelHeight = bounds.height * scale;
+  if (std::min(bounds.width, bounds.height) < 1 ||
+      std::max(display.pixelWidth, display.pixelHeight) > kMaxSide) {
+    return "expected sides of 1 to 32767 pixels";
+  }
+  const auto tooFar = [](int32_t position) {
+    return position < -kMaxPosition || position > kMaxPosition;
+  };
+  if (tooFar(bounds.x) || tooFar(bounds.y)) return "expected positions of -32767 to 32767";
+  return nullptr;
+}
+
+std::string DescribeEntry(size_t number, std::string_view entry, const char* expected) {
+  std::string description = "layout entry " + std::to_string(number) + " '";
+  for (const char each : entry.substr(0, kMaxQuotedLength)) {
+    description += each >= ' ' && each <= '~' ? each : '?';
+  }
+  if (entry.size() > kMaxQuotedLength) description += "...";
+  return description + "': " + expected;
+}
+
+void MoveMainToOrigin(std::vector<Display>& displays) {
+  const PixelRect main = displays.front().bounds;
+  for (Display& display : displays) {
+    display.bounds.x -= main.x;
+    display.bounds.y -= main.y;
+  }
+}
+
+}  // namespace
+
+bool ParseLayout(std::string_view layout, std::vector<Display>& displays, std::string& problem) {
+  displays.clear();
+  for (size_t start = 0; start <= layout.size();) {
+    const size_t end = std::min(layout.find(',', start), layout.size());
+    const std::string_view entry = layout.substr(start, end - start);
+    start = end + 1;
+
+    Display display;
+    display.id = static_cast<uint32_t>(displays.size()) + 1;
+    const char* expected = displays.size() == kMaxDisplays ? "expected at most 32 displays"
+                                                           : ParseEntry(entry, display);
+    if (expected) {
+      problem = DescribeEntry(display.id, entry, expected);
+      displays.clear();
+      return false;
+    }
+    displays.push_back(display);
+  }
+  MoveMainToOrigin(displays);
+  return true;
+}
+
+}  // namespace qrv::desktop

@@ -1,0 +1,86 @@
+// X servers for tests: an Xvfb of the test's own, that listens on this machine only, on a free
+// display number, and ends with the object that started it or with the test's process.
+//
+// Everything here throws std::runtime_error when it can't do what it is asked.
+#ifndef TESTS_SUPPORT_XVFB_H_
+#define TESTS_SUPPORT_XVFB_H_
+
+#include <sys/types.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace qrv::testing {
+
+// Rows from top to bottom, three bytes a pixel: red, green, blue.
+struct RgbImage {
+  int width = 0;
+  int height = 0;
+  std::vector<uint8_t> pixels;
+};
+
+class Xvfb {
+ public:
+  // A server with one screen, WIDTHxHEIGHTxDEPTH, and further arguments such as
+  // {"-extension", "MIT-SHM"}. Returns when it answers.
+  explicit Xvfb(std::string screen = "800x600x24", std::vector<std::string> arguments = {});
+  Xvfb(const Xvfb&) = delete;
+  Xvfb& operator=(const Xvfb&) = delete;
+  ~Xvfb();
+
+  // Its display's name, ":7". Stays the same when it is restarted.
+  const std::string& display() const { return display_; }
+  // 0 while it isn't running.
+  pid_t pid() const { return pid_; }
+
+  void Kill();      // ends it without notice
+  void Restart();   // after Kill: a new server at the same display
+  void Stop();      // it no longer answers, as a hung server
+  void Continue();  // after Stop
+
+  // Runs a program with DISPLAY set to this server and returns what it wrote to its standard
+  // output. Throws when it doesn't end with status 0.
+  std::string Run(const std::vector<std::string>& command) const;
+
+  // Gives a screen of at least 2720x1024 pixels the monitors "left", 1440x900+0+0, and "right",
+  // 1280x1024+1440+0. One of them is primary.
+  enum class Primary { kLeft, kRight };
+  void SetTwoMonitors(Primary primary = Primary::kLeft) const;
+
+  // Covers the root window with random pixels, and with rectangles of random pixels, the same for
+  // the same seed. Gives a screen with a colour map random colours first.
+  void FillRandom(uint32_t seed) const;
+
+  // The root window as an independent program sees it.
+  RgbImage ImportScreen() const;
+
+ private:
+  void Start(const std::vector<std::string>& displayArguments);
+  void End(int signal);
+  void RemoveLeftovers() const;
+
+  std::string screen_;
+  std::vector<std::string> arguments_;
+  std::string display_;
+  pid_t pid_ = 0;
+  pid_t lastPid_ = 0;
+};
+
+// Sets an environment variable for the lifetime of the object; unsets it when `value` is null.
+class ScopedVariable {
+ public:
+  ScopedVariable(const char* name, const char* value);
+  ScopedVariable(const ScopedVariable&) = delete;
+  ScopedVariable& operator=(const ScopedVariable&) = delete;
+  ~ScopedVariable();
+
+ private:
+  std::string name_;
+  std::string previous_;
+  bool wasSet_;
+};
+
+}  // namespace qrv::testing
+
+#endif  // TESTS_SUPPORT_XVFB_H_

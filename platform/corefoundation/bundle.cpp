@@ -2,11 +2,13 @@
 #include <dlfcn.h>
 #include <link.h>
 
+#include <exception>
 #include <filesystem>
 #include <new>
 #include <string>
 #include <system_error>
 
+#include "platform/corefoundation/library_file.h"
 #include "platform/corefoundation/url.h"
 
 namespace {
@@ -47,14 +49,14 @@ CFBundleRef CFBundleCreate(CFAllocatorRef, CFURLRef url) try {
   return nullptr;
 }
 
-Boolean CFBundleLoadExecutable(CFBundleRef bundle) {
+Boolean CFBundleLoadExecutable(CFBundleRef bundle) try {
   if (bundle == nullptr) return false;
   if (bundle->library != nullptr) return true;
-  // The loader would wait for a writer if the name were that of a pipe.
-  std::error_code error;
-  if (!std::filesystem::is_regular_file(bundle->executable, error)) return false;
+  if (!qrv::corefoundation::IsCompleteLibrary(bundle->executable)) return false;
   bundle->library = dlopen(bundle->executable.c_str(), RTLD_NOW | RTLD_LOCAL);
   return bundle->library != nullptr;
+} catch (const std::exception&) {
+  return false;
 }
 
 void* CFBundleGetFunctionPointerForName(CFBundleRef bundle, CFStringRef functionName) {

@@ -48,7 +48,8 @@ struct Rgb16 {
     at[0] = static_cast<uint8_t>(word >> 8);
     at[1] = static_cast<uint8_t>(word);
   }
-  static uint32_t Widen(uint32_t sample) { return (sample & 31) << 3 | (sample & 31) >> 2; }
+  // The lower 5 bits times 255 / 31, rounded to the nearest.
+  static uint32_t Widen(uint32_t bits) { return ((bits & 31) * 527 + 23) >> 6; }
 };
 
 struct Rgb24 {

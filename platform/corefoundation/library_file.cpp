@@ -1,0 +1,50 @@
+#include "platform/corefoundation/library_file.h"
+
+#include <elf.h>
+#include <link.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <fstream>
+#include <system_error>
+#include <vector>
+
+namespace qrv::corefoundation {
+namespace {
+
+using Header = ElfW(Ehdr);
+using Segment = ElfW(Phdr);
+
+constexpr unsigned char kOwnClass = sizeof(void*) == 8 ? ELFCLASS64 : ELFCLASS32;
+
+template <typename Record>
+bool Read(std::istream& file, uint64_t offset, Record* records, size_t count) {
+  file.seekg(static_cast<std::streamoff>(offset));
+  return static_cast<bool>(file.read(reinterpret_cast<char*>(records),
+                                     static_cast<std::streamsize>(count * sizeof(Record))));
+}
+
+bool IsOwnKind(const Header& header) {
+  return memcmp(header.e_ident, ELFMAG, SELFMAG) == 0 && header.e_ident[EI_CLASS] == kOwnClass &&
+         header.e_type == ET_DYN && header.e_phentsize == sizeof(Segment);
+}
+
+}  // namespace
+
+bool IsCompleteLibrary(const std::filesystem::path& path) {
+  std::error_code error;
+  if (!std::filesystem::is_regular_file(path, error)) return false;
+  const uint64_t size = std::filesystem::file_size(path, error);
+  std::ifstream file(path, std::ios::binary);
+  Header header;
+  if (error || !Read(file, 0, &header, 1) || !IsOwnKind(header)) return false;
+
+  std::vector<Segment> segments(header.e_phnum);
+  if (!Read(file, header.e_phoff, segments.data(), segments.size())) return false;
+  return std::all_of(segments.begin(), segments.end(), [=](const Segment& segment) {
+    return segment.p_offset <= size && segment.p_filesz <= size - segment.p_offset;
+  });
+}
+
+}  // namespace qrv::corefoundation

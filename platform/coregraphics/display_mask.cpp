@@ -2,21 +2,18 @@
 
 #include <algorithm>
 #include <array>
-#include <mutex>
 
 #include "platform/desktop/session.h"
 
 namespace qrv::coregraphics {
 namespace {
 
-std::mutex bitsMutex;
 std::array<uint32_t, 32> displayOfBit;  // identifiers; 0 is a bit that stands for no display
 
 }  // namespace
 
 uint32_t MaskOfDisplay(uint32_t id) noexcept {
   if (id == 0 || !desktop::FindDisplay(id)) return 0;
-  const std::lock_guard lock(bitsMutex);
   auto bit = std::find(displayOfBit.begin(), displayOfBit.end(), id);
   if (bit == displayOfBit.end()) bit = std::find(displayOfBit.begin(), displayOfBit.end(), 0U);
   if (bit == displayOfBit.end()) {
@@ -29,7 +26,6 @@ uint32_t MaskOfDisplay(uint32_t id) noexcept {
 }
 
 std::optional<desktop::Display> DisplayOfMask(uint32_t mask) noexcept {
-  const std::lock_guard lock(bitsMutex);
   for (size_t bit = 0; bit < displayOfBit.size(); ++bit) {
     if ((mask >> bit & 1U) == 0 || displayOfBit[bit] == 0) continue;
     if (auto display = desktop::FindDisplay(displayOfBit[bit])) return display;

@@ -61,7 +61,7 @@ CGRect CGDisplayBounds(CGDirectDisplayID display) {
 }
 
 CFDictionaryRef CGDisplayCurrentMode(CGDirectDisplayID display) try {
-  static thread_local Dictionary currentMode;  // of the thread's latest call
+  static Dictionary currentMode;  // of the latest call
   currentMode.reset();
   const auto found = qrv::desktop::FindDisplay(display);
   if (found) currentMode = MakeMode(*found);

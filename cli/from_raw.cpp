@@ -40,6 +40,13 @@ void RequireSide(const char* option, int32_t side) {
   }
 }
 
+// The whole rows in that many bytes, in words.
+std::string CountRows(int64_t bytes, int32_t rowBytes) {
+  const int64_t rows = bytes / rowBytes;
+  return std::to_string(rows) + (rows == 1 ? " row of " : " rows of ") + std::to_string(rowBytes) +
+         " bytes";
+}
+
 // The bytes that the three numbers ask for.
 int64_t RequireNumbers(const Arguments& arguments) {
   RequireSide("--width", arguments.width);
@@ -51,9 +58,8 @@ int64_t RequireNumbers(const Arguments& arguments) {
   }
   const int64_t needed = int64_t{arguments.rowBytes} * arguments.height;
   if (needed > kMaximumBytes) {
-    FailNumber("--height " + std::to_string(arguments.height) + " is too large: " +
-               std::to_string(kMaximumBytes / arguments.rowBytes) + " rows of " +
-               std::to_string(arguments.rowBytes) + " bytes are the most that a string holds.");
+    FailNumber("--height " + std::to_string(arguments.height) + " is too large: a string holds " +
+               CountRows(kMaximumBytes, arguments.rowBytes) + " at most.");
   }
   return needed;
 }
@@ -92,14 +98,12 @@ std::string ReadBytes(const std::string& path, const std::string& name, size_t w
                   name + " is empty. Name a file with raw pixels, as `qrvshot raw` writes it.");
   }
   const std::string start = name + " holds only " + std::to_string(length) + " bytes: ";
-  const int64_t rows = length / arguments.rowBytes;
-  if (rows == 0) {
+  if (length < arguments.rowBytes) {
     FailNumber(start + "--row-bytes " + std::to_string(arguments.rowBytes) +
                " is too large, not even one row fits.");
   }
   FailNumber(start + "--height " + std::to_string(arguments.height) + " is too large, " +
-             std::to_string(rows) + (rows == 1 ? " row of " : " rows of ") +
-             std::to_string(arguments.rowBytes) + " bytes would fit.");
+             CountRows(length, arguments.rowBytes) + " would fit.");
 }
 
 }  // namespace

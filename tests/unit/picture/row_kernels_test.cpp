@@ -1,0 +1,124 @@
+#include "picture/row_kernels.h"
+
+#include <random>
+
+#include "picture/picture_editor.h"
+#include "tests/unit/plugin_test.h"
+
+namespace picture {
+namespace {
+
+using Bytes = std::vector<uint8_t>;
+
+constexpr int32_t kFormats[] = {1, 2, 3, 4, 5, 6, kConsolePixelFormat};
+
+struct Layout {
+  SourceLayout layout;
+  int red, green, blue, alpha;  // offsets in a pixel; alpha -1: opaque
+};
+
+const Layout kLayouts[] = {
+    {SourceLayout::kSkipRgb, 1, 2, 3, -1}, {SourceLayout::kBgrSkip, 2, 1, 0, -1},
+    {SourceLayout::kAlphaRgb, 1, 2, 3, 0}, {SourceLayout::kRgb, 0, 1, 2, -1},
+    {SourceLayout::kGrey, 0, 0, 0, -1},
+};
+
+Bytes RandomBytes(size_t count, unsigned seed) {
+  std::mt19937 random(seed);
+  Bytes bytes(count);
+  for (uint8_t& byte : bytes) byte = static_cast<uint8_t>(random());
+  return bytes;
+}
+
+// The bytes of a pixel as the editor stores it, with the alpha in its place.
+Bytes StoredPixel(int32_t format, uint8_t red, uint8_t green, uint8_t blue, int alpha) {
+  Bytes stored(4);
+  PictureWriter writer;
+  writer.pixelFormat = format;
+  writer.cursor = stored.data();
+  writer.WritePixel(red, green, blue);
+  if (alpha < 0) return stored;
+  if (format == kConsolePixelFormat) {
+    stored[3] = static_cast<uint8_t>(alpha / 2);
+  } else {
+    stored[format % 2 == 0 ? 0 : 3] = static_cast<uint8_t>(alpha);
+  }
+  return stored;
+}
+
+TEST(RowKernel, StoresWhatTheEditorWouldAtOddWidthsAndPlaces) {
+  for (const Layout& from : kLayouts) {
+    const size_t size = BytesPerPixel(from.layout);
+    for (const int32_t format : kFormats) {
+      const RowKernel kernel = ChooseRowKernel(from.layout, format);
+      for (const size_t width : {1U, 2U, 3U, 7U, 8U, 15U, 16U, 17U, 31U, 33U, 64U, 101U}) {
+        for (const size_t offset : {0U, 1U, 3U}) {
+          const Bytes source = RandomBytes(width * size + offset, static_cast<unsigned>(width));
+          Bytes destination(width * 4 + offset + 4, 0xEE);
+          kernel(source.data() + offset, destination.data() + offset, width);
+          for (size_t x = 0; x < width; ++x) {
+            const uint8_t* pixel = source.data() + offset + x * size;
+            const Bytes expected =
+                StoredPixel(format, pixel[from.red], pixel[from.green], pixel[from.blue],
+                            from.alpha < 0 ? -1 : pixel[from.alpha]);
+            const auto* stored = destination.data() + offset + x * 4;
+            ASSERT_EQ(Bytes(stored, stored + 4), expected)
+                << "layout " << static_cast<int>(from.layout) << " format " << format << " x " << x;
+          }
+          ASSERT_EQ(destination[offset + width * 4], 0xEE) << "wrote past the row";
+        }
+      }
+    }
+  }
+}
+
+// Every colour over every alpha, also those that no premultiplied pixel has.
+Bytes AllColoursOverAllAlphas() {
+  Bytes source;
+  for (int alpha = 0; alpha < 256; ++alpha) {
+    for (int colour = 0; colour < 256; ++colour) {
+      const auto other = static_cast<uint8_t>(255 - colour);
+      for (const int byte : {colour, static_cast<int>(other), colour ^ 0x55, alpha}) {
+        source.push_back(static_cast<uint8_t>(byte));
+      }
+    }
+  }
+  return source;
+}
+
+uint8_t Divide(uint8_t colour, uint8_t alpha) {
+  return alpha == 0 ? colour : static_cast<uint8_t>(colour * 255 / alpha);
+}
+
+TEST(RowKernel, DividesEveryColourByEveryAlphaExactly) {
+  const Bytes source = AllColoursOverAllAlphas();
+  const size_t pixels = source.size() / 4;
+  Bytes opaque(source.size());
+  Bytes colour(source.size());
+  Bytes mask(source.size());
+  for (const int32_t format : kFormats) {
+    ChooseRowKernel(SourceLayout::kPremultipliedRgba, format)(source.data(), opaque.data(), pixels);
+    ChooseMaskRowKernel(format)(source.data(), colour.data(), mask.data(), pixels);
+    EXPECT_EQ(opaque, colour);
+    for (size_t i = 0; i < source.size(); i += 4) {
+      const uint8_t* p = source.data() + i;
+      const auto level = static_cast<uint8_t>(255 - p[3]);
+      const auto at = static_cast<ptrdiff_t>(i);
+      ASSERT_EQ(Bytes(colour.begin() + at, colour.begin() + at + 4),
+                StoredPixel(format, Divide(p[0], p[3]), Divide(p[1], p[3]), Divide(p[2], p[3]), -1))
+          << "colour " << +p[0] << " alpha " << +p[3];
+      ASSERT_EQ(Bytes(mask.begin() + at, mask.begin() + at + 4),
+                StoredPixel(format, level, level, level, -1));
+    }
+  }
+}
+
+TEST(RowKernel, IsNoneForALayoutThatNoPictureHas) {
+  for (const int32_t format : {0, 7, 9, -1}) {
+    EXPECT_EQ(ChooseRowKernel(SourceLayout::kSkipRgb, format), nullptr);
+    EXPECT_EQ(ChooseMaskRowKernel(format), nullptr);
+  }
+}
+
+}  // namespace
+}  // namespace picture

@@ -22,8 +22,9 @@ std::optional<Layout> LayoutOfDepth(int depth);
 
 size_t BytesPerPixel(Layout layout);
 
-// Converts `count` pixels that follow one another. Source and target don't overlap. The unused
-// byte is 0 in a target, except that a 32-bit source's alpha is kept.
+// Converts `count` pixels that follow one another. Source and target don't overlap. Between equal
+// layouts pixels stay as they are, unused bits and alpha included; else a target's unused bits are
+// 0.
 using RowCopier = void (*)(const uint8_t* source, uint8_t* target, size_t count);
 RowCopier RowCopierFor(Layout source, Layout target);
 

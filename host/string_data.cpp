@@ -30,15 +30,15 @@ bool BindStringServices(StringServices& services) {
 // Fills the record with a copy of the string's bytes and four zero bytes after them.
 bool CopyBytes(const StringServices& services, REALstringStruct* string, unsigned long encoding,
                REALstringData* out) {
-  constexpr size_t kTerminator = 4;
+  constexpr char kTerminator[4] = {};
   const int length = services.length(string);
   const char* bytes = services.bytes(string);
   if (length < 0 || (length > 0 && bytes == nullptr)) return false;
   const size_t size = static_cast<size_t>(length);
-  char* copy = static_cast<char*>(malloc(size + kTerminator));
+  char* copy = static_cast<char*>(malloc(size + sizeof(kTerminator)));
   if (copy == nullptr) return false;
   if (size > 0) memcpy(copy, bytes, size);
-  memset(copy + size, 0, kTerminator);
+  memcpy(copy + size, kTerminator, sizeof(kTerminator));
   *out = {copy, static_cast<uint32_t>(length), static_cast<uint32_t>(encoding)};
   return true;
 }

@@ -78,7 +78,7 @@ uint32_t Ramp(int32_t position, int32_t size) {
 
 uint32_t Texture(uint32_t x, uint32_t y) { return (x * 5 + y * 11) % 32; }
 
-uint32_t ReduceSample(uint32_t sample) { return ((sample >> 3) * 255 + 15) / 31; }
+uint32_t ReduceSample(uint32_t sample) { return (sample >> 3) * 255 / 31; }
 
 }  // namespace
 

@@ -51,11 +51,13 @@ inline constexpr TestLayout kBgrx = {6 | 2 << 12, false, 2, 1, 0, 3};
 inline constexpr TestLayout kContextLayouts[] = {kRgba, kArgb, kRgbx, kXrgb};
 inline constexpr TestLayout kImageLayouts[] = {kRgba, kArgb, kRgbx, kXrgb, kBgrx};
 
+inline const CGColorSpaceRef kDeviceRgb = CGColorSpaceCreateDeviceRGB();
+
 inline Context MakeContext(size_t width, size_t height, const TestLayout& layout = kRgba,
                            void* data = nullptr, size_t bytesPerRow = 0) {
   return Context(CGBitmapContextCreate(data, width, height, 8,
-                                       bytesPerRow == 0 ? width * 4 : bytesPerRow,
-                                       CGColorSpaceCreateDeviceRGB(), layout.bitmapInfo));
+                                       bytesPerRow == 0 ? width * 4 : bytesPerRow, kDeviceRgb,
+                                       layout.bitmapInfo));
 }
 
 inline Image MakeImage(size_t width, size_t height, const TestLayout& layout,
@@ -64,7 +66,7 @@ inline Image MakeImage(size_t width, size_t height, const TestLayout& layout,
   for (size_t i = 0; i < pixels.size(); ++i) layout.Write(bytes->data() + i * 4, pixels[i]);
   const uint8_t* first = bytes->data();
   return Image(new CGImage{std::move(bytes), first, width, height, width * 4, layout.bitmapInfo,
-                           CGColorSpaceCreateDeviceRGB()});
+                           kDeviceRgb});
 }
 
 // Colours no greater than alpha, as premultiplied ones are; for layouts without alpha, any.

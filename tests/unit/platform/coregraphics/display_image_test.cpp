@@ -43,12 +43,6 @@ TEST_F(DisplayImages, ShowTheWholeDisplayInItsPixels) {
   EXPECT_EQ(QRVTakeReaders(), static_cast<unsigned>(qrv::desktop::Reader::kDisplayImage));
 }
 
-TEST_F(DisplayImages, AreOpaqueWithTheUnusedByteFirstInTheDeviceSpace) {
-  const Image image(CGDisplayCreateImage(Show("64x64+0+0")[0]));
-  EXPECT_EQ(CGImageGetAlphaInfo(image.get()), CGImageAlphaInfo{kCGImageAlphaNoneSkipFirst});
-  EXPECT_EQ(CGImageGetColorSpace(image.get()), CGColorSpaceCreateDeviceRGB());
-}
-
 TEST_F(DisplayImages, CoverThePixelsThatAPartTouches) {
   struct Case {
     CGRect part;
@@ -85,12 +79,6 @@ TEST_F(DisplayImages, AreNullForAPartThatDoesNotMeetTheDisplay) {
   for (const CGRect& each : cases) {
     EXPECT_EQ(ImageOfPart(each), nullptr) << each.origin.x << ", " << each.origin.y;
   }
-}
-
-TEST_F(DisplayImages, OutliveTheirDesktop) {
-  const Image image = ImageOfPart({{10, 20}, {30, 40}});
-  ShowNoDesktop();
-  ExpectCardFrom(*image, 20, 40);
 }
 
 }  // namespace

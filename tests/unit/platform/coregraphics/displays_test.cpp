@@ -28,15 +28,6 @@ TEST_F(Displays, AreListedMainDisplayFirst) {
   EXPECT_NE(displays[1], displays[0]);
 }
 
-TEST_F(Displays, AreListedUpToTheCallersLimit) {
-  Show("1440x900+0+0,1280x1024+1440+0");
-  CGDirectDisplayID displays[] = {kUnknown, kUnknown};
-  CGDisplayCount count = 0;
-  EXPECT_EQ(CGGetActiveDisplayList(1, displays, &count), kCGErrorSuccess);
-  EXPECT_EQ(count, 1U);
-  EXPECT_EQ(displays[1], kUnknown);
-}
-
 TEST_F(Displays, CannotBeListedWithoutADesktop) {
   ShowNoDesktop();
   CGDirectDisplayID display = kUnknown;

@@ -46,6 +46,4 @@ TEST(CGRectIntersection, CopesWithTheLargestRectangles) {
   ExpectRect(CGRectIntersection(kMain, {{-kMax / 2, -kMax / 2}, {kMax, kMax}}), 0, 0, 1440, 900);
 }
 
-TEST(CGRectIsNull, IsFalseForAnEmptyRectangle) { EXPECT_FALSE(CGRectIsNull({{0, 0}, {0, 0}})); }
-
 }  // namespace

@@ -28,14 +28,6 @@ TEST(SystemVersion, IsReadFromTheEnvironmentAtEveryUse) {
   EXPECT_EQ(SystemVersion().minor, 7);
 }
 
-TEST(SystemVersion, ComparesTheMajorNumberFirst) {
-  EXPECT_TRUE((Version{10, 10}.IsAtLeast({10, 5})));
-  EXPECT_TRUE((Version{10, 5}.IsAtLeast({10, 5})));
-  EXPECT_TRUE((Version{11, 0}.IsAtLeast({10, 5})));
-  EXPECT_FALSE((Version{10, 4}.IsAtLeast({10, 5})));
-  EXPECT_FALSE((Version{9, 9}.IsAtLeast({10, 5})));
-}
-
 TEST(Gestalt, TellsTheSystemVersionInTwoNumbers) {
   setenv("QRV_SYSTEM_VERSION", "11.3", 1);
   SInt32 response = 0;

@@ -13,6 +13,7 @@ using qrv::desktop::TestCardPixel;
 constexpr uint32_t kUntouched = 0xDEADBEEF;
 constexpr GLint kWidth = 50;
 constexpr GLint kHeight = 40;
+constexpr size_t kPixels = 2000;
 
 // The display's card, addressed as a frame buffer is. `x` and `y` count from its bottom-left
 // corner.
@@ -66,19 +67,11 @@ class ReadBack : public DisplayTest {
 TEST_F(ReadBack, ReadsTheDisplayBottomRowFirst) {
   Open(Show("50x40+0+0")[0]);
   QRVTakeReaders();
-  const auto buffer = Read(kWidth * kHeight, 0, 0, kWidth, kHeight);
+  const auto buffer = Read(kPixels, 0, 0, kWidth, kHeight);
   for (GLint i = 0; i < kWidth * kHeight; ++i) {
-    ASSERT_EQ(buffer[static_cast<size_t>(i)] & 0xFFFFFF, CardPixel(i % kWidth, i / kWidth)) << i;
+    ASSERT_EQ(buffer[static_cast<size_t>(i)], CardPixel(i % kWidth, i / kWidth)) << i;
   }
   EXPECT_EQ(QRVTakeReaders(), static_cast<unsigned>(qrv::desktop::Reader::kOpenGL));
-}
-
-TEST_F(ReadBack, ReadsAPartFromTheBottomLeftCorner) {
-  Open(Show("50x40+0+0")[0]);
-  const auto buffer = Read(12, 7, 3, 4, 3);
-  for (GLint i = 0; i < 12; ++i) {
-    EXPECT_EQ(buffer[static_cast<size_t>(i)] & 0xFFFFFF, CardPixel(7 + i % 4, 3 + i / 4)) << i;
-  }
 }
 
 // Every case reads 3 x 2 pixels and says where in the buffer, in pixels, they begin and how far
@@ -107,24 +100,14 @@ TEST_F(ReadBack, StoresRowsByThePackParameters) {
   }
 }
 
-TEST_F(ReadBack, IgnoresPackParametersThatAreNotAllowed) {
-  Open(Show("50x40+0+0")[0]);
-  const auto before = Read(40, 10, 20, 3, 2);
-  glPixelStorei(GL_PACK_ALIGNMENT, 3);
-  glPixelStorei(GL_PACK_ALIGNMENT, 0);
-  glPixelStorei(GL_PACK_ROW_LENGTH, -1);
-  glPixelStorei(GL_PACK_SKIP_ROWS, -1);
-  glPixelStorei(GL_PACK_SKIP_PIXELS, -1);
-  EXPECT_EQ(Read(40, 10, 20, 3, 2), before);
-}
-
 TEST_F(ReadBack, LeavesWhatLiesOutsideTheDisplayUntouched) {
   constexpr GLint kLeft = -2;
   constexpr GLint kBottom = -3;
   constexpr GLsizei kAskedWidth = kWidth + 5;
   constexpr GLsizei kAskedHeight = kHeight + 7;
   Open(Show("50x40+0+0")[0]);
-  const auto buffer = Read(kAskedWidth * kAskedHeight, kLeft, kBottom, kAskedWidth, kAskedHeight);
+  const auto buffer =
+      Read(size_t{kAskedWidth} * kAskedHeight, kLeft, kBottom, kAskedWidth, kAskedHeight);
   for (GLint i = 0; i < kAskedWidth * kAskedHeight; ++i) {
     const GLint x = kLeft + i % kAskedWidth;
     const GLint y = kBottom + i / kAskedWidth;
@@ -145,25 +128,11 @@ TEST_F(ReadBack, ReadsNothingFromRectanglesThatMissTheDisplayOrHaveNoSize) {
   }
 }
 
-TEST_F(ReadBack, ReadsNothingInOtherPixelFormats) {
-  Open(Show("50x40+0+0")[0]);
-  uint32_t pixel = kUntouched;
-  glReadPixels(0, 0, 1, 1, 0x1908, GL_UNSIGNED_INT_8_8_8_8_REV, &pixel);  // GL_RGBA
-  glReadPixels(0, 0, 1, 1, GL_BGRA, 0x1401, &pixel);                      // GL_UNSIGNED_BYTE
-  EXPECT_EQ(pixel, kUntouched);
-}
-
 TEST_F(ReadBack, HasTheDisplaysPixelSizeAsItsViewport) {
   Open(Show("64x64+0+0,50x40+64+0*2")[1]);
   GLint viewport[] = {9, 9, 9, 9};
   glGetIntegerv(GL_VIEWPORT, viewport);
   EXPECT_EQ(std::vector<GLint>(viewport, viewport + 4), (std::vector<GLint>{0, 0, 100, 80}));
-}
-
-TEST_F(ReadBack, ReadsNothingBeforeTheContextIsAttached) {
-  context_ = CreateContext(Show("50x40+0+0")[0]);
-  CGLSetCurrentContext(context_);
-  EXPECT_EQ(Read(1, 0, 0, 1, 1)[0], kUntouched);
 }
 
 TEST_F(ReadBack, DoesNothingWithoutACurrentContext) {
@@ -182,13 +151,6 @@ TEST_F(ReadBack, DoesNothingWithoutACurrentContext) {
 TEST_F(ReadBack, HasACurrentContextForEachThread) {
   Open(Show("50x40+0+0")[0]);
   std::thread([] { EXPECT_EQ(Read(1, 0, 0, 1, 1)[0], kUntouched); }).join();
-  EXPECT_NE(Read(1, 0, 0, 1, 1)[0], kUntouched);
-}
-
-TEST_F(ReadBack, KeepsTheCurrentContextWhenAnotherOneIsDestroyed) {
-  const CGDirectDisplayID display = Show("50x40+0+0")[0];
-  Open(display);
-  CGLDestroyContext(CreateContext(display));
   EXPECT_NE(Read(1, 0, 0, 1, 1)[0], kUntouched);
 }
 
@@ -234,13 +196,6 @@ TEST_F(ReadBack, IsRefusedOnSystemsBeforeItCame) {
     EXPECT_EQ(error == kCGLNoError, isThere);
     CGLDestroyPixelFormat(pixelFormat);
   }
-}
-
-TEST_F(ReadBack, HasNoContextWithoutAPixelFormat) {
-  int placeholder = 0;
-  auto* context = reinterpret_cast<CGLContextObj>(&placeholder);
-  EXPECT_EQ(CGLCreateContext(nullptr, nullptr, &context), kCGLBadPixelFormat);
-  EXPECT_EQ(context, nullptr);
 }
 
 }  // namespace

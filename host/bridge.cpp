@@ -45,9 +45,10 @@ void* REALLoadFrameworkMethod(const char* declaration) {
   return host::Call(pLoadGlobalMethod, "REALLoadGlobalMethod", nullptr, declaration);
 }
 
-void REALLockObject(REALobjectStruct* object) {
+bool REALLockObject(REALobjectStruct* object) {
   static void (*pLockObject)(REALobjectStruct*);
   host::Call(pLockObject, "REALLockObject", object);
+  return pLockObject != nullptr;
 }
 
 void REALUnlockObject(REALobjectStruct* object) {
@@ -55,7 +56,7 @@ void REALUnlockObject(REALobjectStruct* object) {
   host::Call(pUnlockObject, "REALUnlockObject", object);
 }
 
-void REALLockObject(REALpictureStruct* picture) { REALLockObject(AsObject(picture)); }
+bool REALLockObject(REALpictureStruct* picture) { return REALLockObject(AsObject(picture)); }
 
 void REALUnlockObject(REALpictureStruct* picture) { REALUnlockObject(AsObject(picture)); }
 

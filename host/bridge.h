@@ -34,8 +34,8 @@ void REALUnlockString(REALstringStruct* string);
 
 // Describes the string's bytes in the requested encoding; kRawBytesEncoding asks for them as they
 // are stored. On true the record belongs to the caller, who gives it back with
-// REALDisposeStringData. On false `out` is untouched: the string is nil, the host can't tell or
-// convert its bytes, or there is no memory.
+// REALDisposeStringData, which frees it where no host service can have filled it. On false `out` is
+// untouched: the string is nil, the host can't tell or convert its bytes, or there is no memory.
 bool REALGetStringData(REALstringStruct* string, unsigned long encoding, REALstringData* out);
 void REALDisposeStringData(REALstringData* data);
 
@@ -44,9 +44,10 @@ void* REALLoadFrameworkMethod(const char* declaration);
 
 // --- Objects ---
 
-void REALLockObject(REALobjectStruct* object);
+// False when the host can't take a reference, and none was taken.
+bool REALLockObject(REALobjectStruct* object);
 void REALUnlockObject(REALobjectStruct* object);
-void REALLockObject(REALpictureStruct* picture);
+bool REALLockObject(REALpictureStruct* picture);
 void REALUnlockObject(REALpictureStruct* picture);
 // The class of that name, or nil when the application has none.
 void* REALGetClassRef(const char* className);

@@ -8,6 +8,8 @@
 
 namespace {
 
+bool (*pGetStringData)(REALstringStruct*, unsigned long, REALstringData*);
+
 // The services of older hosts.
 struct StringServices {
   const char* (*bytes)(REALstringStruct*);
@@ -46,7 +48,6 @@ bool CopyBytes(const StringServices& services, REALstringStruct* string, unsigne
 }  // namespace
 
 bool REALGetStringData(REALstringStruct* string, unsigned long encoding, REALstringData* out) {
-  static bool (*pGetStringData)(REALstringStruct*, unsigned long, REALstringData*);
   if (host::Bind(pGetStringData, "PluginGetStringData") != nullptr) {
     return pGetStringData(string, encoding, out);
   }
@@ -64,7 +65,10 @@ bool REALGetStringData(REALstringStruct* string, unsigned long encoding, REALstr
 
 void REALDisposeStringData(REALstringData* data) {
   static void (*pDisposeStringData)(REALstringData*);
-  if (host::Bind(pDisposeStringData, "PluginDisposeStringData") != nullptr) {
+  // A host may dispose of string data without ever having made any: what the plug-in has allocated
+  // itself never goes there.
+  const bool fromHost = pGetStringData != nullptr;
+  if (fromHost && host::Bind(pDisposeStringData, "PluginDisposeStringData") != nullptr) {
     pDisposeStringData(data);
   } else {
     free(data->data);

@@ -51,15 +51,9 @@ bool PictureEditor::GetPictureEditor(REALpictureStruct* newPicture, signed char,
   if (!IsDesktop && !IsConsole) ProbeApplicationKind();
   hasAlpha = ReadHasAlpha(newPicture);
   if (!IsConsole && LockContext(newPicture)) {
-    if (UseContext()) {
-      Hold(newPicture);
-      return true;
-    }
+    if (UseContext() && Hold(newPicture)) return true;
   } else if (!IsDesktop && LockConsoleImage(newPicture)) {
-    if (UseConsoleImage()) {
-      Hold(newPicture);
-      return true;
-    }
+    if (UseConsoleImage() && Hold(newPicture)) return true;
   } else {
     return false;
   }
@@ -119,12 +113,14 @@ bool PictureEditor::UseConsoleImage() {
   return true;
 }
 
-void PictureEditor::Hold(REALpictureStruct* newPicture) {
-  REALLockObject(newPicture);
+// Takes the editor's own reference. Without one the picture would not outlive the caller's.
+bool PictureEditor::Hold(REALpictureStruct* newPicture) {
+  if (!REALLockObject(newPicture)) return false;
   picture = newPicture;
   descriptionLocked = true;
   bytesPerPixel = 4;
   MoveToRow(0);
+  return true;
 }
 
 REALpictureStruct* PictureEditor::RenderPictureWriter() {

@@ -102,7 +102,7 @@ class PictureEditor {
   bool LockConsoleImage(REALpictureStruct* newPicture);
   bool UseContext();
   bool UseConsoleImage();
-  void Hold(REALpictureStruct* newPicture);
+  bool Hold(REALpictureStruct* newPicture);
 };
 
 class PictureWriter : public PictureEditor {};

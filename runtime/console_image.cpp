@@ -20,13 +20,15 @@ ConsoleImagePtr MakeConsoleImage(int32_t width, int32_t height) {
     return nullptr;
   }
   image->tpixels = static_cast<int32_t**>(calloc(rowCount, sizeof(int32_t*)));
-  auto* pixels = static_cast<int32_t*>(calloc(rowCount, rowLength * sizeof(int32_t)));
-  if (image->tpixels == nullptr || pixels == nullptr) {
-    free(pixels);
+  if (image->tpixels == nullptr) {
     return nullptr;
   }
-  for (size_t y = 0; y < rowCount; ++y) {
-    image->tpixels[y] = pixels + y * rowLength;
+  image->tpixels[0] = static_cast<int32_t*>(calloc(rowCount, rowLength * sizeof(int32_t)));
+  if (image->tpixels[0] == nullptr) {
+    return nullptr;
+  }
+  for (size_t y = 1; y < rowCount; ++y) {
+    image->tpixels[y] = image->tpixels[0] + y * rowLength;
   }
   image->sx = width;
   image->sy = height;

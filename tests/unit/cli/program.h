@@ -24,6 +24,7 @@ struct Outcome {
 inline Outcome RunProgram(const ScratchFolder& folder, std::vector<std::string> arguments) {
   arguments.insert(arguments.begin(), QRV_BUILD_DIR "/qrvshot");
   std::vector<char*> words;
+  words.reserve(arguments.size() + 1);
   for (std::string& argument : arguments) {
     words.push_back(argument.data());
   }

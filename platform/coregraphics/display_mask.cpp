@@ -13,7 +13,7 @@ std::array<uint32_t, 32> displayOfBit;  // identifiers; 0 is a bit that stands f
 }  // namespace
 
 uint32_t MaskOfDisplay(uint32_t id) noexcept {
-  if (id == 0 || !desktop::FindDisplay(id)) return 0;
+  if (!desktop::FindDisplay(id)) return 0;
   auto bit = std::find(displayOfBit.begin(), displayOfBit.end(), id);
   if (bit == displayOfBit.end()) bit = std::find(displayOfBit.begin(), displayOfBit.end(), 0U);
   if (bit == displayOfBit.end()) {

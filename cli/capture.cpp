@@ -82,7 +82,7 @@ std::string WhyNothing(const Arguments& arguments, const std::vector<DisplayInfo
     return "The new width and height must lie in 1 to 32767; correct --size.";
   }
   const DisplayInfo* odd = DisplayOfOddDepth(displays);
-  if (odd != nullptr && !arguments.systemVersion.empty()) {
+  if (odd != nullptr && IsSystemVersionChosen()) {
     return "A display of it has " + std::to_string(odd->bitsPerPixel) +
            " bits per pixel, which OpenGL does not read, and QuickDraw only at 8, 24 and 32; try "
            "--strategy display-image.";

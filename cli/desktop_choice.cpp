@@ -64,6 +64,8 @@ void ChooseDesktop(const Arguments& arguments) {
   }
 }
 
+bool IsSystemVersionChosen() { return getenv(kSystemVersionVariable) != nullptr; }
+
 std::string DesktopName() {
   const std::string words = DesktopWords();
   return IsVirtual(words) ? "the virtual desktop" : "X11 " + XDisplay(words);
@@ -80,8 +82,8 @@ std::vector<runtime::DisplayInfo> RequireDisplays() {
   return *displays;
 }
 
-const runtime::DisplayInfo& RequireDisplay(const std::vector<runtime::DisplayInfo>& displays,
-                                           std::optional<int32_t> index) {
+void RequireDisplay(const std::vector<runtime::DisplayInfo>& displays,
+                    std::optional<int32_t> index) {
   const int32_t wanted = index.value_or(0);
   const size_t count = displays.size();
   if (wanted < 0 || static_cast<size_t>(wanted) >= count) {
@@ -91,7 +93,6 @@ const runtime::DisplayInfo& RequireDisplay(const std::vector<runtime::DisplayInf
                                         (count == 1 ? " display" : " displays") + ": try " + valid +
                                         " (see `qrvshot displays`).");
   }
-  return displays[static_cast<size_t>(wanted)];
 }
 
 }  // namespace qrv::cli

@@ -13,16 +13,18 @@ namespace qrv::cli {
 // Passes --desktop, --system-version and --strategy on to the platform.
 void ChooseDesktop(const Arguments& arguments);
 
+// Whether the user asked for a generation of the system other than the default.
+bool IsSystemVersionChosen();
+
 // The chosen desktop as a message names it: "X11 :0", "the virtual desktop".
 std::string DesktopName();
 
 // The displays of the desktop. Throws Failure when there are none, saying why.
 std::vector<runtime::DisplayInfo> RequireDisplays();
 
-// The display of that index; the main one when `index` is nothing. Throws Failure when there is
-// none of that index.
-const runtime::DisplayInfo& RequireDisplay(const std::vector<runtime::DisplayInfo>& displays,
-                                           std::optional<int32_t> index);
+// Throws Failure unless there is a display of that index, or no index.
+void RequireDisplay(const std::vector<runtime::DisplayInfo>& displays,
+                    std::optional<int32_t> index);
 
 }  // namespace qrv::cli
 

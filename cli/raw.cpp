@@ -14,7 +14,6 @@ namespace qrv::cli {
 
 namespace {
 
-using runtime::DisplayInfo;
 using runtime::Host;
 
 constexpr std::string_view kMain =
@@ -40,15 +39,6 @@ REALstringStruct* CallMethod(const Host& host, std::optional<int32_t> display, G
   return host.Call<REALstringStruct*>(kMain, &geometry.width, &geometry.height, &geometry.rowBytes);
 }
 
-std::string WhyNothing(const DisplayInfo& display) {
-  if (display.bitsPerPixel < 24) {
-    return "It has " + std::to_string(display.bitsPerPixel) +
-           " bits per pixel, and OpenGL reads only displays of 24 or more.";
-  }
-  return "Raw pixels are read by OpenGL, which needs a system of version 10.5 or later; try "
-         "--system-version 10.6.";
-}
-
 void WriteBytes(std::string_view bytes, const std::string& path) {
   OutputFile file(path);
   Progress progress(path, static_cast<int64_t>(bytes.size()));
@@ -67,14 +57,15 @@ void WriteBytes(std::string_view bytes, const std::string& path) {
 void WriteRaw(const Arguments& arguments) {
   const auto host = StartHost(arguments);
   RequireMethod(*host, arguments.display ? kDisplay : kMain);
-  const std::vector<DisplayInfo> displays = RequireDisplays();
-  const DisplayInfo& display = RequireDisplay(displays, arguments.display);
+  RequireDisplay(RequireDisplays(), arguments.display);
   Geometry geometry;
   const Owned pixels(*host, CallMethod(*host, arguments.display, geometry));
   if (pixels.Get() == nullptr) {
     throw Failure(kNothingCaptured,
                   "The raw pixels of display " + std::to_string(arguments.display.value_or(0)) +
-                      " of " + DesktopName() + " could not be had. " + WhyNothing(display));
+                      " of " + DesktopName() +
+                      " could not be had. They are read by OpenGL, which needs a system of version "
+                      "10.5 or later; try --system-version 10.6.");
   }
   WriteBytes(Host::Bytes(pixels.Get()), arguments.output);
   fprintf(WordsBeside(arguments.output),

@@ -11,7 +11,7 @@ namespace qrv::cli {
 
 namespace {
 
-// Screens are flat areas and repeated rows: the fastest level finds nearly all there is to find.
+// The fastest level: on photographs the next two save less than a percent of the file.
 constexpr int kDefaultCompression = 1;
 
 struct EncoderDeleter {

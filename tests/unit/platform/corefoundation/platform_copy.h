@@ -81,7 +81,7 @@ class Platform {
 
 inline std::filesystem::path CopyPlatformTo(const std::filesystem::path& folder) {
   std::filesystem::create_directories(folder);
-  const std::filesystem::path copy = folder / "libScreenshotPlatform.so";
+  std::filesystem::path copy = folder / "libScreenshotPlatform.so";
   std::filesystem::copy_file(std::string(QRV_BUILD_DIR) + "/libScreenshotPlatform.so", copy);
   return copy;
 }

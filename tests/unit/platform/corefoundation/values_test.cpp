@@ -29,7 +29,7 @@ TEST(Dictionary, FindsValuesByTheTextOfTheirKeys) {
 
 TEST(Number, IsGivenInTheSupportedTypeOnly) {
   auto* number = new __CFNumber(-7);
-  SInt32 value = 1;
+  int64_t value = 1;
   EXPECT_FALSE(CFNumberGetValue(number, 4, &value));
   EXPECT_EQ(value, 1);
   CFRelease(number);

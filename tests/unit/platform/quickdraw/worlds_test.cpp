@@ -61,10 +61,12 @@ TEST(NewWorld, IsDescribedByItsPixelMap) {
 }
 
 TEST(NewWorld, TellsTheRowBytesThatItsRecordHasNoRoomFor) {
-  const World wide(32, {0, -32768, 2, 32767});
-  EXPECT_EQ(GetPixRowBytes(GetGWorldPixMap(wide.port())), 65536 * 4);
-  wide.At(32766, 1)[3] = 1;
-  EXPECT_EQ(wide.Pixel(32766, 1), (std::vector<uint8_t>{0, 0, 0, 1}));
+  const World wide(32, {0, -20000, 2, 10000});
+  PixMapHandle map = GetGWorldPixMap(wide.port());
+  EXPECT_EQ(GetPixRowBytes(map), 30000 * 4);
+  EXPECT_EQ((*map)->rowBytes & 0x7FFF, 0);
+  wide.At(9999, 1)[3] = 1;
+  EXPECT_EQ(wide.Pixel(9999, 1), (std::vector<uint8_t>{0, 0, 0, 1}));
 }
 
 TEST(UnknownPort, YieldsNothing) {

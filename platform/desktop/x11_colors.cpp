@@ -33,7 +33,8 @@ ColorConverter::ColorConverter(const PixelFormat& format)
     }
   }
   if (!format.isMapped) return;
-  const size_t longest = std::max({levels_[0].size(), levels_[1].size(), levels_[2].size()});
+  size_t longest = 0;
+  for (const std::vector<uint32_t>& levels : levels_) longest = std::max(longest, levels.size());
   mapPixels_.resize(std::min<size_t>(longest, format.colormapEntries));
   for (uint32_t sample = 0; sample < mapPixels_.size(); ++sample) {
     for (const Channel& channel : channels_) {
@@ -44,11 +45,12 @@ ColorConverter::ColorConverter(const PixelFormat& format)
 
 void ColorConverter::SetColors(const xcb_rgb_t* colors, size_t count) {
   for (size_t i = 0; i < count; ++i) {
-    const uint32_t samples[] = {colors[i].red, colors[i].green, colors[i].blue};
-    for (size_t channel = 0; channel < levels_.size(); ++channel) {
-      if (i >= levels_[channel].size()) continue;
-      levels_[channel][i] = Level(samples[channel]) << kPlaces[channel];
-    }
+    const auto set = [&](size_t channel, uint32_t value) {
+      if (i < levels_[channel].size()) levels_[channel][i] = Level(value) << kPlaces[channel];
+    };
+    set(0, colors[i].red);
+    set(1, colors[i].green);
+    set(2, colors[i].blue);
   }
 }
 

@@ -69,12 +69,12 @@ bool FindPixelFormat(const xcb_setup_t* setup, const xcb_screen_t& screen, Pixel
 }
 
 bool IsFrameFormat(const PixelFormat& format) {
-  constexpr uint32_t kShifts[] = {16, 8, 0};
-  for (size_t i = 0; i < format.channels.size(); ++i) {
-    const Channel& channel = format.channels[i];
-    if (channel.shift != kShifts[i] || channel.max != 0xFF) return false;
-  }
-  return format.bytesPerPixel == 4 && !format.bigEndian && !format.isMapped;
+  const auto isByteAt = [](const Channel& channel, uint32_t shift) {
+    return channel.shift == shift && channel.max == 0xFF;
+  };
+  return format.bytesPerPixel == 4 && !format.bigEndian && !format.isMapped &&
+         isByteAt(format.channels[0], 16) && isByteAt(format.channels[1], 8) &&
+         isByteAt(format.channels[2], 0);
 }
 
 size_t ImageRowBytes(const PixelFormat& format, int32_t width) {

@@ -44,6 +44,7 @@ Child StartChild(const std::vector<std::string>& command, int outputFd,
   int ends[2];
   if (pipe2(ends, O_CLOEXEC) != 0) Fail("no pipe");
   std::vector<char*> arguments;
+  arguments.reserve(command.size() + 1);
   for (const std::string& each : command) arguments.push_back(const_cast<char*>(each.c_str()));
   arguments.push_back(nullptr);
   const pid_t parent = getpid();

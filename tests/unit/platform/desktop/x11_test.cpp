@@ -261,20 +261,39 @@ TEST(X11Desktop, FailsInTimeWhenItsServerStopsInTheMiddle) {
   }
 }
 
-TEST(X11Desktop, SaysWhyAServerRefusesItWithoutAWordOfXcbs) {
-  const std::string authorities = ::testing::TempDir() + "qrv-authorities";
-  Xvfb
-      creator;  // only to learn of a running xauth; the refusing server reads the file at its start
-  creator.Run({"xauth", "-f", authorities, "add", ":0", ".", "00112233445566778899aabbccddeeff"});
-  const Xvfb server("320x200x24", {"-auth", authorities});
-  const qrv::testing::ScopedVariable noAuthority("XAUTHORITY", "/nonexistent");
-  const auto desktop = OpenX11Desktop(server.display());
+// A server that lets in only who knows the cookie of an authority file.
+class GuardedServer : public ::testing::Test {
+ protected:
+  GuardedServer() {
+    AddCookie(":0");
+    server_ = std::make_unique<Xvfb>("320x200x24", std::vector<std::string>{"-auth", file_});
+  }
+  ~GuardedServer() override { std::filesystem::remove(file_); }
+
+  void AddCookie(const std::string& display) {
+    Xvfb("320x200x24")
+        .Run({"xauth", "-f", file_, "add", display, ".", "00112233445566778899aabbccddeeff"});
+  }
+
+  const std::string file_ = ::testing::TempDir() + "qrv-authority-" + std::to_string(getpid());
+  std::unique_ptr<Xvfb> server_;
+};
+
+TEST_F(GuardedServer, SaysWhyItRefusesAndXcbWritesNothing) {
+  const qrv::testing::ScopedVariable authority("XAUTHORITY", "/nonexistent");
+  const auto desktop = OpenX11Desktop(server_->display());
   ::testing::internal::CaptureStderr();
   EXPECT_TRUE(List(*desktop).empty());
   EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
   EXPECT_NE(std::string(desktop->Problem()).find("refuses the connection: "), std::string::npos)
       << desktop->Problem();
-  std::filesystem::remove(authorities);
+}
+
+TEST_F(GuardedServer, LetsInWhoKnowsTheCookie) {
+  AddCookie(server_->display());
+  const qrv::testing::ScopedVariable authority("XAUTHORITY", file_.c_str());
+  const auto desktop = OpenX11Desktop(server_->display());
+  EXPECT_EQ(List(*desktop).size(), 1U) << desktop->Problem();
 }
 
 TEST(X11Desktop, LeavesTheConnectionToTheProcessThatOpenedIt) {

@@ -183,24 +183,15 @@ QRV_MASK_KERNEL(SplitMaskToConsole, ToConsole)
 
 // --- Tables ---
 
-// A picture's layout by its `pixelFormat`.
-enum PictureLayout { kNone = -1, kRgba, kArgb, kConsole };
+enum PictureLayout : int8_t { kNone = -1, kRgba, kArgb, kConsole };
+
+// By `pixelFormat`.
+const PictureLayout kPictureLayouts[] = {kNone, kRgba, kArgb, kRgba,   kArgb,
+                                         kRgba, kArgb, kNone, kConsole};
 
 PictureLayout LayoutOf(int32_t pixelFormat) {
-  switch (pixelFormat) {
-    case 1:
-    case 3:
-    case 5:
-      return kRgba;
-    case 2:
-    case 4:
-    case 6:
-      return kArgb;
-    case kConsolePixelFormat:
-      return kConsole;
-    default:
-      return kNone;
-  }
+  return pixelFormat < 0 || pixelFormat > kConsolePixelFormat ? kNone
+                                                              : kPictureLayouts[pixelFormat];
 }
 
 struct LayoutRow {

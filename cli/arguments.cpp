@@ -1,8 +1,10 @@
 #include "cli/arguments.h"
 
 #include <CLI/CLI.hpp>
-#include <cstdio>
+#include <algorithm>
+#include <cctype>
 #include <map>
+#include <stdexcept>
 
 #include "cli/failure.h"
 
@@ -16,6 +18,15 @@ constexpr char kProgram[] = "qrvshot";
 constexpr char kVersion[] = QRV_VERSION;
 constexpr char kDefaultImage[] = "screenshot.png";
 constexpr char kDefaultRaw[] = "screenshot.raw";
+constexpr char kExitCodes[] =
+    "Exit status: 0 done, 1 nothing captured, 2 wrong usage, 3 a file could not be read, written "
+    "or loaded.";
+
+// What is wrong with the command line.
+class UsageFault : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
 
 // Values as they stand on the command line, to be turned into Arguments.
 struct Words {
@@ -37,13 +48,21 @@ const std::map<std::string, ApplicationKind> kApplications = {
     {"web", ApplicationKind::kWeb},
 };
 
+// Help states the choices in the option's own words.
+CLI::Validator OneOf(const std::vector<std::string>& choices) {
+  return CLI::IsMember(choices).description("");
+}
+
 void AddCommonOptions(CLI::App& app, Arguments& arguments, Words& words) {
-  app.add_option("--plugin", arguments.plugin, "The plug-in to load")->type_name("PATH");
+  app.add_option("--plugin", arguments.plugin,
+                 "The plug-in to load (default: beside this program, then the installed one)")
+      ->type_name("PATH");
   app.add_option("--app", words.application, "The kind of host program: desktop, console or web")
-      ->check(CLI::IsMember({"desktop", "console", "web"}))
+      ->check(OneOf({"desktop", "console", "web"}))
       ->type_name("KIND");
-  app.add_option("--host-version", words.hostVersion,
-                 "The host's version, such as 2011.04; none for a host that states none")
+  app.add_option(
+         "--host-version", words.hostVersion,
+         "The host's version, such as 2011.04 (default: 2013.03); none for a host that states none")
       ->type_name("X");
   app.add_flag("--alpha", arguments.host.picturesHaveAlpha,
                "Pictures of a desktop program have an alpha channel");
@@ -64,11 +83,13 @@ void AddImageOptions(CLI::App& command, Arguments& arguments, Words& words) {
       ->type_name("FILE");
   command
       .add_option("--format", words.format,
-                  "png or ppm (default: by the file's extension, else png)")
-      ->check(CLI::IsMember({"png", "ppm"}))
+                  "png or ppm (default: ppm for a file named .ppm, else png)")
+      ->check(OneOf({"png", "ppm"}))
       ->type_name("FORMAT");
-  command.add_option("--compression", arguments.compression, "PNG: 0 none ... 9 smallest file")
-      ->check(CLI::Range(0, 9))
+  command
+      .add_option("--compression", arguments.compression,
+                  "PNG: 0 none ... 9 smallest file (default: 1)")
+      ->check(CLI::Range(0, 9).description(""))
       ->type_name("0-9");
 }
 
@@ -82,7 +103,9 @@ CLI::App* AddCapture(CLI::App& app, Arguments& arguments, Words& words) {
   CLI::App* command = app.add_subcommand("capture", "Capture the screen into an image file");
   CLI::Option* display = AddDisplayOption(*command, words);
   CLI::Option* rect =
-      command->add_option("--rect", words.rect, "A rectangle of the desktop instead of a display")
+      command
+          ->add_option("--rect", words.rect,
+                       "A rectangle of the desktop instead of a display: left,top,width,height")
           ->excludes(display)
           ->type_name("L,T,W,H");
   command->add_option("--size", words.size, "Scale the rectangle to this size")
@@ -91,7 +114,7 @@ CLI::App* AddCapture(CLI::App& app, Arguments& arguments, Words& words) {
   command
       ->add_option("--strategy", words.strategy,
                    "Capture in this way or not at all: display-image, opengl or quickdraw")
-      ->check(CLI::IsMember({"display-image", "opengl", "quickdraw"}))
+      ->check(OneOf({"display-image", "opengl", "quickdraw"}))
       ->excludes(app.get_option("--system-version"))
       ->type_name("HOW");
   AddImageOptions(*command, arguments, words);
@@ -130,9 +153,7 @@ CLI::App* AddFromRaw(CLI::App& app, Arguments& arguments, Words& words) {
   return command;
 }
 
-[[noreturn]] void FailUsage(const std::string& message) {
-  throw Failure(kWrongUsage, message + ". Run `qrvshot --help` for the usage.");
-}
+[[noreturn]] void FailUsage(const std::string& message) { throw UsageFault(message); }
 
 // `value` unless it is nothing, which is a fault of the option's text.
 template <typename Value>
@@ -181,12 +202,20 @@ void InterpretCapture(Arguments& arguments, const Words& words) {
   }
 }
 
+bool IsNamedPpm(const std::string& path) {
+  constexpr std::string_view kExtension = ".ppm";
+  return path.size() >= kExtension.size() &&
+         std::equal(kExtension.rbegin(), kExtension.rend(), path.rbegin(),
+                    [](char wanted, char letter) {
+                      return wanted == std::tolower(static_cast<unsigned char>(letter));
+                    });
+}
+
 void InterpretOutput(Arguments& arguments, const Words& words) {
   if (arguments.output.empty()) {
     arguments.output = arguments.command == Command::kRaw ? kDefaultRaw : kDefaultImage;
   }
-  const bool isPpm =
-      words.format.empty() ? arguments.output.ends_with(".ppm") : words.format == "ppm";
+  const bool isPpm = words.format.empty() ? IsNamedPpm(arguments.output) : words.format == "ppm";
   arguments.format = isPpm ? ImageFormat::kPpm : ImageFormat::kPng;
 }
 
@@ -201,6 +230,55 @@ void Interpret(Arguments& arguments, const Words& words) {
   }
 }
 
+// An empty value is mostly an unset variable of a script, never what was meant.
+void RequireValues(const CLI::App& app) {
+  for (const CLI::Option* option : app.get_options()) {
+    const std::vector<std::string>& values = option->results();
+    if (std::find(values.begin(), values.end(), "") != values.end()) {
+      FailUsage(option->get_name() + " has an empty value");
+    }
+  }
+}
+
+// Says of a command line that could not be parsed what is wrong with it.
+std::string Describe(const CLI::App& app, const CLI::ParseError& error) {
+  if (!app.get_subcommands().empty()) {
+    return error.what();
+  }
+  constexpr char kCommands[] = "capture, displays, methods, raw and from-raw";
+  const std::vector<std::string> words = app.remaining();
+  if (words.empty()) {
+    return std::string("No command is given; there are ") + kCommands;
+  }
+  if (words.front().starts_with('-')) {
+    return "There is no option " + words.front() + " before the command";
+  }
+  return "There is no command " + words.front() + "; there are " + kCommands;
+}
+
+// False when only help or the version is asked for, which has then been printed.
+bool Parse(CLI::App& app, int argc, const char* const* argv) {
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    if (error.get_exit_code() != 0) {
+      FailUsage(Describe(app, error));
+    }
+    app.exit(error);
+    return false;
+  }
+  RequireValues(app);
+  RequireValues(*app.get_subcommands().front());
+  return true;
+}
+
+// The command whose help has the options that were used.
+std::string HelpCommand(const CLI::App& app) {
+  const std::vector<CLI::App*> commands = app.get_subcommands();
+  const std::string command = commands.empty() ? "" : " " + commands.front()->get_name();
+  return kProgram + command + " --help";
+}
+
 }  // namespace
 
 std::optional<Arguments> ParseArguments(int argc, const char* const* argv) {
@@ -210,6 +288,7 @@ std::optional<Arguments> ParseArguments(int argc, const char* const* argv) {
   app.set_version_flag("--version", kVersion);
   app.require_subcommand(1);
   app.fallthrough();
+  app.footer(kExitCodes);
   AddCommonOptions(app, arguments, words);
   const std::map<const CLI::App*, Command> commands = {
       {AddCapture(app, arguments, words), Command::kCapture},
@@ -219,17 +298,18 @@ std::optional<Arguments> ParseArguments(int argc, const char* const* argv) {
       {AddRaw(app, arguments, words), Command::kRaw},
       {AddFromRaw(app, arguments, words), Command::kFromRaw},
   };
+  for (CLI::App* command : app.get_subcommands({})) {
+    command->footer("Options of every command, such as --desktop: `qrvshot --help`.");
+  }
   try {
-    app.parse(argc, argv);
-  } catch (const CLI::ParseError& error) {
-    if (error.get_exit_code() == 0) {  // help or version
-      app.exit(error);
+    if (!Parse(app, argc, argv)) {
       return std::nullopt;
     }
-    FailUsage(error.what());
+    arguments.command = commands.at(app.get_subcommands().front());
+    Interpret(arguments, words);
+  } catch (const UsageFault& fault) {
+    throw Failure(kWrongUsage, std::string(fault.what()) + ". Try `" + HelpCommand(app) + "`.");
   }
-  arguments.command = commands.at(app.get_subcommands().front());
-  Interpret(arguments, words);
   return arguments;
 }
 

@@ -52,16 +52,30 @@ REALpictureStruct* CallMethod(const Host& host, const Arguments& arguments) {
 std::string Subject(const Arguments& arguments) {
   std::string subject = "the main display";
   if (arguments.rect) {
-    subject = "the rectangle";
+    const Rect& rect = *arguments.rect;
+    subject = "the rectangle " + std::to_string(rect.left) + "," + std::to_string(rect.top) + "," +
+              std::to_string(rect.width) + "," + std::to_string(rect.height);
+    if (arguments.size) {
+      subject += " (scaled to " + std::to_string(arguments.size->width) + "x" +
+                 std::to_string(arguments.size->height) + ")";
+    }
   } else if (arguments.display) {
     subject = "display " + std::to_string(*arguments.display);
   }
   return subject + " of " + DesktopName();
 }
 
-bool HasUsableSize(int32_t width, int32_t height) {
+bool IsUsableSize(int32_t width, int32_t height) {
   constexpr int32_t kMaximumSide = 32767;
-  return width >= 1 && height >= 1 && width <= kMaximumSide && height <= kMaximumSide;
+  constexpr int64_t kTooManyPixels = (int64_t{1} << 31) / 4;
+  return width >= 1 && height >= 1 && width <= kMaximumSide && height <= kMaximumSide &&
+         int64_t{width} * height < kTooManyPixels;
+}
+
+// A facility that is a library of its own delivers these.
+bool NeedsQuickDraw(const Arguments& arguments) {
+  return arguments.size ||
+         (arguments.strategy != nullptr && arguments.strategy->facility == runtime::kQuickDraw);
 }
 
 // The first display whose pixels only a display image can deliver, or null.
@@ -75,11 +89,19 @@ const DisplayInfo* DisplayOfOddDepth(const std::vector<DisplayInfo>& displays) {
 }
 
 std::string WhyNothing(const Arguments& arguments, const std::vector<DisplayInfo>& displays) {
-  if (arguments.rect && !HasUsableSize(arguments.rect->width, arguments.rect->height)) {
-    return "Its width and height must lie in 1 to 32767; correct --rect.";
+  const std::string limits =
+      "width and height must lie in 1 to 32767, and 4 bytes a pixel be less than 2^31 bytes; "
+      "correct ";
+  if (arguments.size && !IsUsableSize(arguments.size->width, arguments.size->height)) {
+    return "The new " + limits + "--size.";
   }
-  if (arguments.size && !HasUsableSize(arguments.size->width, arguments.size->height)) {
-    return "The new width and height must lie in 1 to 32767; correct --size.";
+  if (arguments.rect && !arguments.size &&
+      !IsUsableSize(arguments.rect->width, arguments.rect->height)) {
+    return "Its " + limits + "--rect.";
+  }
+  const std::string problem = runtime::DesktopProblem();
+  if (!problem.empty()) {
+    return "The reason: " + problem + ". Try again.";
   }
   const DisplayInfo* odd = DisplayOfOddDepth(displays);
   if (odd != nullptr && IsSystemVersionChosen()) {
@@ -87,8 +109,13 @@ std::string WhyNothing(const Arguments& arguments, const std::vector<DisplayInfo
            " bits per pixel, which OpenGL does not read, and QuickDraw only at 8, 24 and 32; try "
            "--strategy display-image.";
   }
-  return "The desktop may have changed or gone during the capture; try again, or another "
-         "--strategy.";
+  if (NeedsQuickDraw(arguments)) {
+    return "QuickDraw may be missing, the file "
+           "Frameworks/ApplicationServices.framework/ApplicationServices beside "
+           "libScreenshotPlatform.so, or there is too little memory; install it again, or try a "
+           "smaller part of the desktop.";
+  }
+  return "There may be too little memory; try a smaller part of the desktop.";
 }
 
 // Throws when another facility than the wanted strategy's has delivered pixels. None has when the

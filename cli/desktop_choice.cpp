@@ -37,20 +37,23 @@ std::string XDisplay(const std::string& words) {
 std::string WhyNoDesktop() {
   const std::string words = DesktopWords();
   if (IsVirtual(words)) {
-    return "The virtual desktop can't be laid out: \"" + words +
-           "\" has no valid layout. Write it like virtual:1440x900+0+0,1280x1024+1440+0.";
+    return "The layout of the virtual desktop \"" + words +
+           "\" is wrong: " + runtime::DesktopProblem() +
+           ". Write it like virtual:1440x900+0+0,1280x1024+1440+0.";
   }
   if (!IsX11(words)) {
     return "There is no desktop \"" + words +
            "\". Use x11, x11:DISPLAY, virtual or virtual:LAYOUT.";
   }
-  const std::string display = XDisplay(words);
-  if (display.empty()) {
+  if (words == "x11:") {
+    return "The desktop \"x11:\" names no X display. Write it like x11::0.";
+  }
+  if (XDisplay(words).empty()) {
     return "There is no desktop to capture: DISPLAY is not set. Set it, or try --desktop virtual.";
   }
-  return "The X server " + display +
-         " can't be reached. Check that it runs and that you may connect to it, or name another "
-         "one with --desktop x11:DISPLAY.";
+  return "There is no desktop to capture: " + runtime::DesktopProblem() +
+         ". Check that the X server runs and that you may connect to it, or name another one with "
+         "--desktop x11:DISPLAY.";
 }
 
 }  // namespace

@@ -1,7 +1,10 @@
+#include <errno.h>
 #include <signal.h>
 #include <stdio.h>
+#include <string.h>
 
 #include <new>
+#include <string>
 
 #include "cli/arguments.h"
 #include "cli/commands.h"
@@ -54,7 +57,10 @@ int main(int argc, char** argv) {
     return Fail(qrv::cli::kNothingCaptured, error.what());
   }
   if (fflush(stdout) != 0 || ferror(stdout) != 0) {
-    return Fail(qrv::cli::kCouldNotReadOrWrite, "Standard output could not be written.");
+    const std::string reason = strerror(errno);
+    return Fail(
+        qrv::cli::kCouldNotReadOrWrite,
+        ("standard output could not be written: " + reason + ". Send it somewhere else.").c_str());
   }
   return qrv::cli::kDone;
 }

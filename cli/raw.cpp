@@ -9,6 +9,7 @@
 #include "cli/progress.h"
 #include "cli/report.h"
 #include "cli/start_host.h"
+#include "runtime/displays.h"
 
 namespace qrv::cli {
 
@@ -39,6 +40,18 @@ REALstringStruct* CallMethod(const Host& host, std::optional<int32_t> display, G
   return host.Call<REALstringStruct*>(kMain, &geometry.width, &geometry.height, &geometry.rowBytes);
 }
 
+std::string WhyNoPixels() {
+  const std::string problem = runtime::DesktopProblem();
+  if (!problem.empty()) {
+    return "The reason: " + problem + ". Try again.";
+  }
+  if (IsSystemVersionChosen()) {
+    return "They are read by OpenGL, which needs a system of version 10.5 or later; try "
+           "--system-version 10.6.";
+  }
+  return "There may be too little memory; try `qrvshot capture`.";
+}
+
 void WriteBytes(std::string_view bytes, const std::string& path) {
   OutputFile file(path);
   Progress progress(path, static_cast<int64_t>(bytes.size()));
@@ -61,11 +74,9 @@ void WriteRaw(const Arguments& arguments) {
   Geometry geometry;
   const Owned pixels(*host, CallMethod(*host, arguments.display, geometry));
   if (pixels.Get() == nullptr) {
-    throw Failure(kNothingCaptured,
-                  "The raw pixels of display " + std::to_string(arguments.display.value_or(0)) +
-                      " of " + DesktopName() +
-                      " could not be had. They are read by OpenGL, which needs a system of version "
-                      "10.5 or later; try --system-version 10.6.");
+    throw Failure(kNothingCaptured, "The raw pixels of display " +
+                                        std::to_string(arguments.display.value_or(0)) + " of " +
+                                        DesktopName() + " could not be had. " + WhyNoPixels());
   }
   WriteBytes(Host::Bytes(pixels.Get()), arguments.output);
   fprintf(WordsBeside(arguments.output),

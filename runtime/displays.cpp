@@ -46,6 +46,8 @@ std::optional<std::vector<DisplayInfo>> ListDisplays() {
   return displays;
 }
 
+std::string DesktopProblem() { return QRVDesktopProblem(); }
+
 unsigned TakeFacilitiesUsed() { return QRVTakeReaders(); }
 
 }  // namespace qrv::runtime

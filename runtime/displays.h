@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace qrv::runtime {
@@ -23,6 +24,10 @@ struct DisplayInfo {
 // The active displays as they are now, in the order of their indexes; nothing when there is no
 // desktop or it can't be reached.
 std::optional<std::vector<DisplayInfo>> ListDisplays();
+
+// One line on why the last call found no displays, or the last capture no pixels; empty when
+// nothing went wrong with the desktop.
+std::string DesktopProblem();
 
 // The facilities that can deliver the pixels of a capture, as bits.
 constexpr unsigned kDisplayImages = 1;

@@ -1,7 +1,6 @@
 #include "runtime/load_plugin.h"
 
 #include <dlfcn.h>
-#include <elf.h>
 #include <errno.h>
 #include <string.h>
 
@@ -9,19 +8,9 @@
 #include <fstream>
 #include <system_error>
 
+#include "platform/corefoundation/library_file.h"
+
 namespace qrv::runtime {
-
-namespace {
-
-// Whether the file begins as a library of this process's word size does.
-bool LooksLikeLibrary(std::ifstream& file) {
-  constexpr char kClass = sizeof(void*) == 8 ? ELFCLASS64 : ELFCLASS32;
-  char head[EI_NIDENT] = {};
-  return file.read(head, sizeof head) && memcmp(head, ELFMAG, SELFMAG) == 0 &&
-         head[EI_CLASS] == kClass;
-}
-
-}  // namespace
 
 PluginMain LoadPlugin(const std::string& path, std::string& error) {
   std::error_code reason;
@@ -36,13 +25,12 @@ PluginMain LoadPlugin(const std::string& path, std::string& error) {
     error = path + ": not a plug-in: not a file";
     return nullptr;
   }
-  std::ifstream stream(file, std::ios::binary);
-  if (!stream) {
+  if (!std::ifstream(file, std::ios::binary)) {
     error = path + ": can't be read: " + strerror(errno);
     return nullptr;
   }
-  if (!LooksLikeLibrary(stream)) {
-    error = path + ": not a plug-in: not a library for this machine";
+  if (!corefoundation::IsCompleteLibrary(file)) {
+    error = path + ": not a plug-in: not a library for this machine, or only part of one";
     return nullptr;
   }
   void* library = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);

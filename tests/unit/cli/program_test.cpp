@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
+
 namespace qrv::cli {
 namespace {
 
@@ -90,7 +92,9 @@ TEST(Capture, FailsRatherThanUseAnotherStrategyThanTheWanted) {
 TEST(Capture, ExplainsWhatYieldsNothing) {
   ExpectFailure({"capture", "--strategy", "quickdraw", "--desktop", "virtual:80x60+0+0@16"}, 1,
                 {"main display", "16 bits per pixel"});
-  ExpectFailure({"capture", "--rect", "0,0,0,5"}, 1, {"the rectangle", "1 to 32767", "--rect"});
+  ExpectFailure({"capture", "--rect", "0,0,0,5"}, 1, {"rectangle 0,0,0,5", "1 to 32767", "--rect"});
+  ExpectFailure({"capture", "--rect", "0,0,32767,32767"}, 1, {"2^31 bytes", "--rect"});
+  ExpectFailure({"capture", "--rect", "0,0,9,9", "--size", "0x4"}, 1, {"0x4", "--size"});
   ExpectFailure({"capture", "--display", "7"}, 1, {"display 7", "2 displays", "0 to 1"});
   ExpectFailure({"raw", "--display", "-1"}, 1, {"display -1", "2 displays"});
   ExpectFailure({"raw", "--system-version", "10.4"}, 1, {"10.5"});
@@ -99,7 +103,9 @@ TEST(Capture, ExplainsWhatYieldsNothing) {
 TEST(Desktop, ThatCanNotBeReachedIsNamed) {
   ExpectFailure({"capture", "--desktop", "x11"}, 1, {"DISPLAY is not set", "--desktop virtual"});
   ExpectFailure({"displays", "--desktop", "x11::9999"}, 1, {"X server :9999 can't be reached"});
-  ExpectFailure({"displays", "--desktop", "virtual:12"}, 1, {"virtual:12", "layout"});
+  ExpectFailure({"displays", "--desktop", "x11:moon"}, 1, {"'moon' is not the name"});
+  ExpectFailure({"displays", "--desktop", "x11:"}, 1, {"names no X display", "x11::0"});
+  ExpectFailure({"displays", "--desktop", "virtual:9x9+0+0,12"}, 1, {"layout", "entry 2 '12'"});
   ExpectFailure({"displays", "--desktop", "moon"}, 1, {"\"moon\"", "x11"});
 }
 
@@ -113,7 +119,20 @@ TEST(Usage, IsRefusedInWords) {
         Words{"capture", "--strategy", "opengl", "--system-version", "10.6"},
         Words{"capture", "--compression", "10"}, Words{"methods", "--app", "phone"},
         Words{"methods", "--host-version", "new"}, Words{"methods", "--system-version", "7"}}) {
-    ExpectFailure(arguments, 2, {"qrvshot --help"});
+    ExpectFailure(arguments, 2, {"Try `qrvshot ", "--help`"});
+  }
+}
+
+TEST(Usage, NamesTheCommandsWhenNoneIsKnown) {
+  ExpectFailure({}, 2, {"No command", "capture, displays"});
+  ExpectFailure({"captur"}, 2, {"no command captur;", "capture, displays"});
+  ExpectFailure({"--json"}, 2, {"no option --json before"});
+}
+
+// A script whose variable is unset must not get the main display instead of its rectangle.
+TEST(Usage, RefusesEmptyValues) {
+  for (const char* option : {"--rect", "--display", "--output", "--plugin", "--desktop"}) {
+    ExpectFailure({"capture", option, ""}, 2, {std::string(option) + " has an empty value"});
   }
 }
 
@@ -121,6 +140,17 @@ TEST(Plugin, ThatCanNotBeLoadedIsNamed) {
   ExpectFailure({"methods", "--plugin", "none.so"}, 3, {"none.so: plug-in not found", "--plugin"});
   ExpectFailure({"methods", "--plugin", QRV_BUILD_DIR "/libScreenshotPlatform.so"}, 3,
                 {"not a plug-in", "--plugin"});
+}
+
+TEST(Plugin, OfWhichOnlyPartIsThereIsRefused) {
+  std::ifstream whole(QRV_BUILD_DIR "/ScreenshotQRV.so", std::ios::binary);
+  std::string part(4096, '\0');
+  ASSERT_TRUE(whole.read(part.data(), static_cast<std::streamsize>(part.size())));
+  const ScratchFolder folder;
+  folder.Write("part.so", part);
+  const Outcome outcome = RunProgram(folder, {"methods", "--plugin", "part.so"});
+  EXPECT_EQ(outcome.exitCode, 3);
+  EXPECT_NE(outcome.errors.find("only part of one"), std::string::npos) << outcome.errors;
 }
 
 TEST(Methods, AreListedWithTheInterfaceVersionAndFlags) {
@@ -197,6 +227,12 @@ TEST(FromRaw, NamesAFileThatIsEmptyOrUnreadable) {
     arguments.emplace_back(file);
     ExpectFailure(arguments, 3, {message});
   }
+}
+
+TEST(Capture, TakesTheFormatFromTheNameInEitherCase) {
+  const ScratchFolder folder;
+  RunProgram(folder, {"capture", "-o", "SHOT.PPM"});
+  EXPECT_TRUE(folder.Read("SHOT.PPM").starts_with("P6\n"));
 }
 
 TEST(Capture, EndsWithItsOwnCodeWhenTheFileCanNotBeWritten) {

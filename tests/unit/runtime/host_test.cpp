@@ -102,7 +102,8 @@ TEST(LoadPlugin, TellsWhatIsWrongWithTheFile) {
   EXPECT_EQ(LoadError("/no/such/plug-in.so"), "/no/such/plug-in.so: plug-in not found");
   EXPECT_EQ(LoadError(build), build + ": not a plug-in: not a file");
   const std::string text = build + "/CMakeCache.txt";
-  EXPECT_EQ(LoadError(text), text + ": not a plug-in: not a library for this machine");
+  EXPECT_EQ(LoadError(text),
+            text + ": not a plug-in: not a library for this machine, or only part of one");
   const std::string library = build + "/libScreenshotPlatform.so";
   EXPECT_EQ(LoadError(library), library + ": not a plug-in: it has no REALPluginMain");
 }

@@ -24,10 +24,11 @@ struct Device {
 };
 
 std::mutex mutex;
-// Both guarded by `mutex`. The first `liveCount` devices stand for the displays of the latest list,
+// All guarded by `mutex`. The first `liveCount` devices stand for the displays of the latest list,
 // in its order. The others are kept for the handles to them that programs may still have.
 std::vector<std::unique_ptr<Device>> devices;
 size_t liveCount = 0;
+bool isListed = false;
 
 short Saturate(int64_t coordinate) {
   return static_cast<short>(std::clamp<int64_t>(coordinate, std::numeric_limits<short>::min(),
@@ -60,6 +61,7 @@ void FillAll(const std::vector<desktop::Display>& displays) {
 GDHandle RefreshDevices() {
   const std::lock_guard lock(mutex);
   liveCount = 0;
+  isListed = true;
   if (const auto* displays = desktop::RefreshDisplays()) FillAll(*displays);
   return liveCount == 0 ? nullptr : devices.front()->handle();
 }
@@ -87,6 +89,11 @@ std::optional<Screen> FindScreen(PixMapHandle map) {
 
 std::optional<Screen> FindScreen(const void* mapIdentity) {
   return FindScreenThat([=](const auto& device) { return device->map.identity() == mapIdentity; });
+}
+
+bool FoundNoDevice() {
+  const std::lock_guard lock(mutex);
+  return isListed && liveCount == 0;
 }
 
 }  // namespace qrv::quickdraw

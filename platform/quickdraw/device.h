@@ -20,6 +20,9 @@ struct Screen {
 std::optional<Screen> FindScreen(PixMapHandle map);
 std::optional<Screen> FindScreen(const void* mapIdentity);
 
+// Whether the latest list had no device: there was no desktop, or it did not answer.
+bool FoundNoDevice();
+
 }  // namespace qrv::quickdraw
 
 #endif  // PLATFORM_QUICKDRAW_DEVICE_H_

@@ -24,7 +24,8 @@ GDHandle GetNextDevice(GDHandle device);
 // --- Worlds: memory to draw in, at first all zero. ---
 
 // Depths 8, 16, 24 and 32; paramErr for another one, or a rectangle without positive width and
-// height. There are no colour tables: a pixel of depth 8 is a grey level.
+// height; cDevErr when the latest list of devices was empty. There are no colour tables: a pixel of
+// depth 8 is a grey level.
 QDErr NewGWorld(GWorldPtr* world, short depth, const Rect* bounds, CTabHandle colors,
                 GDHandle device, GWorldFlags flags);
 // The default port takes the place of a world that was current.

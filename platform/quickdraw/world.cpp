@@ -25,6 +25,8 @@ QDErr CreateWorld(GWorldPtr& result, short depth, const Rect& bounds) {
   const int width = bounds.right - bounds.left;
   const int height = bounds.bottom - bounds.top;
   if (!layout || width <= 0 || height <= 0) return paramErr;
+  // A program that found no screen would take an untouched world for a black one.
+  if (FoundNoDevice()) return cDevErr;
 
   const size_t usedBytes = static_cast<size_t>(width) * BytesPerPixel(*layout);
   const size_t rowBytes = (usedBytes + kRowAlignment - 1) / kRowAlignment * kRowAlignment;

@@ -14,6 +14,7 @@ enum {
   noErr = 0,
   paramErr = -50,
   memFullErr = -108,
+  cDevErr = -155,
   fnfErr = -43,
   gestaltUndefSelectorErr = -5551
 };

@@ -141,6 +141,18 @@ TEST(Devices, AreNoneWithoutADesktop) {
   EXPECT_EQ(GetNextDevice(nullptr), nullptr);
 }
 
+TEST(Devices, AreNeededForAWorld) {
+  const Rect bounds = {0, 0, 10, 10};
+  GWorldPtr world = nullptr;
+  setenv("QRV_DESKTOP", "nonsense", 1);
+  GetDeviceList();
+  EXPECT_NE(NewGWorld(&world, 32, &bounds, nullptr, nullptr, 0), 0);
+  EXPECT_EQ(world, nullptr);
+  ShowDesktop("10x10+0+0");
+  GetDeviceList();
+  const World made(32, bounds);
+}
+
 TEST(Devices, ThatHaveGoneAreHarmless) {
   ShowDesktop("10x10+0+0,10x10+10+0");
   GDHandle second = GetNextDevice(GetDeviceList());

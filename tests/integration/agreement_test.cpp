@@ -23,14 +23,7 @@ struct Box {
   }
 };
 
-// Shown with every failure: the seed makes the same case again.
-unsigned Seed() {
-  const char* given = std::getenv("QRV_TEST_SEED");
-  static const unsigned seed =
-      given != nullptr ? static_cast<unsigned>(std::stoul(given)) : std::random_device()();
-  return seed;
-}
-
+// The seed, shown with every failure, makes the same case again.
 class Agreement : public ::testing::Test {
  protected:
   Agreement() : random_(Seed()) { RecordProperty("seed", std::to_string(Seed())); }

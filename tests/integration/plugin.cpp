@@ -1,6 +1,7 @@
 #include "tests/integration/plugin.h"
 
 #include <cstdlib>
+#include <random>
 
 namespace qrv::testing {
 namespace {
@@ -20,6 +21,13 @@ void UseSystem(const char* version) { setenv("QRV_SYSTEM_VERSION", version, 1); 
 void UseDesktop(const std::string& desktop) { setenv("QRV_DESKTOP", desktop.c_str(), 1); }
 
 void UseDesktop(const Xvfb& server) { UseDesktop("x11:" + server.display()); }
+
+unsigned Seed() {
+  const char* const given = std::getenv("QRV_TEST_SEED");
+  static const unsigned seed =
+      given != nullptr ? static_cast<unsigned>(std::stoul(given)) : std::random_device()();
+  return seed;
+}
 
 Plugin::Plugin(runtime::HostOptions options) : host_(std::move(options)) {
   std::string error;

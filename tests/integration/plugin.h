@@ -24,6 +24,9 @@ void UseSystem(const char* version);
 void UseDesktop(const std::string& desktop);
 void UseDesktop(const Xvfb& server);
 
+// Of what is random in this process: QRV_TEST_SEED when it is set.
+unsigned Seed();
+
 struct RawPixels {
   std::string bytes;
   uint32_t encoding = 0;

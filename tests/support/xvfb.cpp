@@ -146,11 +146,26 @@ class Painter {
   xcb_gcontext_t context_;
 };
 
+// Each process has numbers of its own to try: a server picks a free one by itself, but then another
+// test's server can pick the number of one that was killed and is to come back.
+std::string NextDisplay() {
+  constexpr int kFirst = 1000;
+  constexpr int kProcesses = 7000;
+  constexpr int kOfEach = 8;
+  static int next = 0;
+  return ":" + std::to_string(kFirst + getpid() % kProcesses * kOfEach + next++ % kOfEach);
+}
+
 }  // namespace
 
-Xvfb::Xvfb(std::string screen, std::vector<std::string> arguments)
-    : screen_(std::move(screen)), arguments_(std::move(arguments)) {
-  Start({});
+Xvfb::Xvfb(std::string screen, std::vector<std::string> arguments,
+           std::vector<std::string> launcher)
+    : screen_(std::move(screen)), arguments_(std::move(arguments)), launcher_(std::move(launcher)) {
+  constexpr int kAttempts = 8;
+  for (int attempt = 0; attempt < kAttempts; ++attempt) {
+    if (Start(NextDisplay())) return;
+  }
+  Fail("Xvfb did not start");
 }
 
 Xvfb::~Xvfb() {
@@ -161,23 +176,22 @@ Xvfb::~Xvfb() {
   RemoveLeftovers();
 }
 
-void Xvfb::Start(const std::vector<std::string>& displayArguments) {
-  std::vector<std::string> command = {"Xvfb"};
-  command.insert(command.end(), displayArguments.begin(), displayArguments.end());
-  const char* const fixed[] = {"-displayfd",    "3",        "-screen",   "0",
-                               screen_.c_str(), "-noreset", "-nolisten", "tcp"};
+// False when it doesn't start, as when the display is taken.
+bool Xvfb::Start(const std::string& display) {
+  std::vector<std::string> command = launcher_;
+  const char* const fixed[] = {"Xvfb", display.c_str(), "-displayfd", "3",         "-screen",
+                               "0",    screen_.c_str(), "-noreset",   "-nolisten", "tcp"};
   command.insert(command.end(), std::begin(fixed), std::end(fixed));
   command.insert(command.end(), arguments_.begin(), arguments_.end());
   const Child child = StartChild(command, 3, "");
   pid_ = lastPid_ = child.pid;
   // The server writes its number once it listens, and closes the descriptor.
-  std::string number = ReadAll(child.output);
-  number.erase(std::remove(number.begin(), number.end(), '\n'), number.end());
-  if (number.empty()) {
+  if (ReadAll(child.output).empty()) {
     End(SIGKILL);
-    Fail("Xvfb did not start");
+    return false;
   }
-  display_ = ":" + number;
+  display_ = display;
+  return true;
 }
 
 void Xvfb::End(int signal) {
@@ -198,7 +212,9 @@ void Xvfb::RemoveLeftovers() const {
 
 void Xvfb::Kill() { End(SIGKILL); }
 
-void Xvfb::Restart() { Start({display_}); }
+void Xvfb::Restart() {
+  if (!Start(display_)) Fail("Xvfb did not start again");
+}
 
 void Xvfb::Stop() {
   kill(pid_, SIGSTOP);

@@ -23,8 +23,10 @@ struct RgbImage {
 class Xvfb {
  public:
   // A server with one screen, WIDTHxHEIGHTxDEPTH, and further arguments such as
-  // {"-extension", "MIT-SHM"}. Returns when it answers.
-  explicit Xvfb(std::string screen = "800x600x24", std::vector<std::string> arguments = {});
+  // {"-extension", "MIT-SHM"}. `launcher` is a command that becomes the server, given its command
+  // line. Returns when it answers.
+  explicit Xvfb(std::string screen = "800x600x24", std::vector<std::string> arguments = {},
+                std::vector<std::string> launcher = {});
   Xvfb(const Xvfb&) = delete;
   Xvfb& operator=(const Xvfb&) = delete;
   ~Xvfb();
@@ -56,12 +58,13 @@ class Xvfb {
   RgbImage ImportScreen() const;
 
  private:
-  void Start(const std::vector<std::string>& displayArguments);
+  bool Start(const std::string& display);
   void End(int signal);
   void RemoveLeftovers() const;
 
   std::string screen_;
   std::vector<std::string> arguments_;
+  std::vector<std::string> launcher_;
   std::string display_;
   pid_t pid_ = 0;
   pid_t lastPid_ = 0;

@@ -1,0 +1,150 @@
+// Every row kernel over whole pictures, beside memcpy of the picture's bytes. Rates count the bytes
+// of the picture that is written.
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <functional>
+#include <memory>
+#include <random>
+#include <string>
+
+#include "bench/plain_loop.h"
+#include "picture/row_kernels.h"
+#include "platform/coregraphics/row_kernels.h"
+#include "platform/quickdraw/rows.h"
+
+namespace {
+
+constexpr size_t kWidth = 3840;
+constexpr size_t kHeight = 2160;
+constexpr size_t kPixels = kWidth * kHeight;
+constexpr size_t kBytes = kPixels * 4;
+constexpr size_t kCachedPixels = 1 << 16;  // with what is written, less than a second-level cache
+
+using Pixels = std::unique_ptr<uint8_t[]>;
+
+// Random bytes. The colours of a premultiplied pixel are at most its alpha, the fourth byte.
+Pixels MakePixels() {
+  Pixels pixels(new uint8_t[kBytes]);
+  std::mt19937 random(1);
+  for (size_t i = 0; i < kBytes; i += 4) {
+    const auto word = static_cast<uint32_t>(random());
+    memcpy(pixels.get() + i, &word, 4);
+    const uint8_t alpha = pixels[i + 3];
+    for (size_t c = 0; c < 3; ++c) pixels[i + c] = std::min(pixels[i + c], alpha);
+  }
+  return pixels;
+}
+
+const uint8_t* Source() {
+  static const Pixels pixels = MakePixels();
+  return pixels.get();
+}
+
+// Memory that has been written before.
+uint8_t* Target(int which) {
+  static const auto make = [] {
+    Pixels pixels(new uint8_t[kBytes]);
+    memset(pixels.get(), 1, kBytes);
+    return pixels;
+  };
+  static const Pixels targets[] = {make(), make()};
+  return targets[which].get();
+}
+
+using Pass = std::function<void(const uint8_t* source, uint8_t* target, size_t pixels)>;
+
+// `written` is what the pass writes of each pixel, in bytes.
+void Measure(benchmark::State& state, const Pass& pass, size_t pixels, size_t written) {
+  const uint8_t* source = Source();
+  uint8_t* target = Target(0);
+  for (auto _ : state) {
+    pass(source, target, pixels);
+    benchmark::ClobberMemory();
+  }
+  state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(pixels * written));
+}
+
+void Register(const std::string& name, const Pass& pass, size_t pixels = kPixels,
+              size_t written = 4) {
+  const auto measure = [=](benchmark::State& state) { Measure(state, pass, pixels, written); };
+  benchmark::RegisterBenchmark(name.c_str(), measure)->Unit(benchmark::kMicrosecond);
+}
+
+// Of a large picture and of one that stays in the cache, where only the computing counts.
+void RegisterWithMask(const std::string& name, const picture::MaskRowKernel& kernel) {
+  const Pass pass = [kernel](const uint8_t* from, uint8_t* to, size_t pixels) {
+    kernel(from, to, Target(1), pixels);
+  };
+  Register(name, pass, kPixels, 8);
+  Register(name + "/cached", pass, kCachedPixels, 8);
+}
+
+void RegisterPictureKernels() {
+  using picture::SourceLayout;
+  const struct {
+    SourceLayout layout;
+    const char* name;
+  } sources[] = {{SourceLayout::kSkipRgb, "opaque/XRGB"},
+                 {SourceLayout::kBgrSkip, "flip/BGRX"},
+                 {SourceLayout::kAlphaRgb, "world32/ARGB"},
+                 {SourceLayout::kRgb, "world24/RGB"},
+                 {SourceLayout::kGrey, "world8/grey"},
+                 {SourceLayout::kPremultipliedRgba, "unpremultiply/RGBA"}};
+  const struct {
+    int32_t pixelFormat;
+    const char* name;
+  } targets[] = {{5, "RGBA"}, {6, "ARGB"}, {8, "console"}};
+  for (const auto& source : sources) {
+    for (const auto& target : targets) {
+      const std::string name = std::string(source.name) + "-to-" + target.name;
+      Pass pass = picture::ChooseRowKernel(source.layout, target.pixelFormat);
+      if (source.layout == SourceLayout::kBgrSkip) {
+        // Bottom-up rows are never joined.
+        pass = [kernel = pass](const uint8_t* from, uint8_t* to, size_t) {
+          for (size_t y = 0; y < kHeight; ++y) {
+            kernel(from + (kHeight - 1 - y) * kWidth * 4, to + y * kWidth * 4, kWidth);
+          }
+        };
+      }
+      Register(name, pass);
+    }
+  }
+  for (const auto& target : targets) {
+    RegisterWithMask(std::string("unpremultiply-mask/RGBA-to-") + target.name,
+                     picture::ChooseMaskRowKernel(target.pixelFormat));
+  }
+}
+
+void RegisterPlatformKernels() {
+  using qrv::coregraphics::ByteOrder;
+  using qrv::quickdraw::Layout;
+  const auto draw = [](ByteOrder from, ByteOrder to) {
+    return [kernel = qrv::coregraphics::OpaqueRowKernel(from, to)](
+               const uint8_t* source, uint8_t* target, size_t n) { kernel(target, source, n); };
+  };
+  Register("draw/BGRX-to-XRGB", draw(ByteOrder::kBGRA, ByteOrder::kARGB));
+  Register("draw/XRGB-to-XRGB", draw(ByteOrder::kARGB, ByteOrder::kARGB));
+  Register("screen/BGRX-to-world32",
+           qrv::quickdraw::RowCopierFor(Layout::kScreen32, Layout::kArgb32));
+  Register("read-back/BGRX-bottom-up", [](const uint8_t* from, uint8_t* to, size_t) {
+    for (size_t y = 0; y < kHeight; ++y) {
+      memcpy(to + y * kWidth * 4, from + (kHeight - 1 - y) * kWidth * 4, kWidth * 4);
+    }
+  });
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  Register("memcpy", [](const uint8_t* from, uint8_t* to, size_t n) { memcpy(to, from, n * 4); });
+  RegisterPictureKernels();
+  RegisterPlatformKernels();
+  RegisterWithMask("plain-unpremultiply-mask", qrv::bench::UnmultiplyWithMask);
+  benchmark::Initialize(&argc, argv);
+  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;
+  benchmark::RunSpecifiedBenchmarks();
+  return 0;
+}

@@ -53,7 +53,7 @@ void HandleSignals() {
     struct sigaction action = {};
     if (sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_DFL) {
       action.sa_handler = RemoveAndEnd;
-      action.sa_flags = SA_RESETHAND;
+      action.sa_flags = static_cast<int>(SA_RESETHAND);
       sigaction(signal, &action, nullptr);
     }
   }

@@ -1,0 +1,55 @@
+// What the fuzz targets share.
+#ifndef TESTS_FUZZ_FUZZ_H_
+#define TESTS_FUZZ_FUZZ_H_
+
+#include <fuzzer/FuzzedDataProvider.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+#include "host/bridge.h"
+#include "picture/picture_editor.h"
+#include "runtime/host.h"
+
+extern "C" void REALPluginMain(REALresolver resolver);
+
+namespace qrv::fuzz {
+
+// What the target tries, for a person who looks at a finding.
+inline std::string currentCase;
+
+// A finding unless it holds.
+inline void Require(bool holds, const char* what) {
+  if (holds) return;
+  std::fprintf(stderr, "Broken: %s; %s\n", what, currentCase.c_str());
+  std::abort();
+}
+
+// A host of any kind, with any version, or none.
+inline runtime::HostOptions PickHost(FuzzedDataProvider& input) {
+  using runtime::ApplicationKind;
+  static constexpr double kVersions[] = {0, 2010.0, 2011.04, 2012.0, 2012.99, 2013.0, 2013.03};
+  runtime::HostOptions options;
+  options.application = input.PickValueInArray(
+      {ApplicationKind::kDesktop, ApplicationKind::kConsole, ApplicationKind::kWeb});
+  options.picturesHaveAlpha = input.ConsumeBool();
+  options.version = input.PickValueInArray(kVersions);
+  const int kind = input.ConsumeIntegralInRange(0, 7);
+  if (kind == 0) options.version.reset();
+  if (kind == 1) options.version = input.ConsumeFloatingPoint<double>();
+  return options;
+}
+
+// Starts the plug-in, which is linked into this program, as if it were new in the process. What it
+// has bound it keeps.
+inline void StartAnew(runtime::Host& host) {
+  IsDesktop = IsConsole = false;
+  rbversion = 0;
+  host.StartPlugin(REALPluginMain);
+}
+
+}  // namespace qrv::fuzz
+
+#endif  // TESTS_FUZZ_FUZZ_H_

@@ -11,13 +11,17 @@ namespace {
 
 namespace fs = std::filesystem;
 
+// Where it is installed: as configured, and as seen from this program, which may have been moved
+// with it.
 constexpr char kInstalledPlugin[] = QRV_INSTALLED_PLUGIN;
+constexpr char kPluginFromProgram[] = QRV_PLUGIN_FROM_PROGRAM;
 
 std::string DefaultPlugin() {
   std::error_code error;
-  const fs::path beside =
-      fs::read_symlink("/proc/self/exe", error).parent_path() / "ScreenshotQRV.so";
-  for (const fs::path& candidate : {beside, fs::path(kInstalledPlugin)}) {
+  const fs::path folder = fs::read_symlink("/proc/self/exe", error).parent_path();
+  const fs::path beside = folder / "ScreenshotQRV.so";
+  for (const fs::path& candidate :
+       {beside, (folder / kPluginFromProgram).lexically_normal(), fs::path(kInstalledPlugin)}) {
     if (fs::exists(candidate, error)) {
       return candidate.string();
     }

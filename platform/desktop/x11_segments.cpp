@@ -8,6 +8,8 @@
 #include <atomic>
 #include <limits>
 
+#include "platform/desktop/x11_signals.h"
+
 namespace qrv::desktop {
 namespace {
 
@@ -22,10 +24,19 @@ bool IsFree(const std::shared_ptr<Segment>& segment) {
   return true;
 }
 
-// Touching a mapping beyond its file's end would raise a signal.
-bool HasSize(int fd, size_t size) {
-  struct stat status = {};
-  return fstat(fd, &status) == 0 && static_cast<uint64_t>(status.st_size) >= size;
+// Touching a mapping beyond its file's end would raise a signal, and so would a page for which its
+// file system has no room left when it is touched first. So the file gets all of its room at once.
+// Signals are held back because one that arrives undoes the work.
+bool ReserveMemory(int fd, size_t size) {
+  const AllSignalsBlocked blocked;
+  struct stat64 status = {};
+  return fstat64(fd, &status) == 0 && static_cast<uint64_t>(status.st_size) >= size &&
+         fallocate64(fd, FALLOC_FL_KEEP_SIZE, 0, static_cast<off64_t>(size)) == 0;
+}
+
+// A connection is lost when the descriptor that comes with a reply finds no place.
+bool HasFreeDescriptor(int any) {
+  return static_cast<bool>(UniqueFd(fcntl(any, F_DUPFD_CLOEXEC, 0)));
 }
 
 }  // namespace
@@ -62,13 +73,14 @@ std::shared_ptr<Segment> SegmentPool::Create(uint64_t bytes) {
   }
   const auto size = static_cast<size_t>(rounded);
   xcb_connection_t* const xcb = connection_.get();
+  if (!HasFreeDescriptor(xcb_get_file_descriptor(xcb))) return nullptr;
   const xcb_shm_seg_t id = xcb_generate_id(xcb);
   const auto cookie = xcb_shm_create_segment(xcb, id, static_cast<uint32_t>(size), 0);
   const auto reply = connection_.AwaitShort<xcb_shm_create_segment_reply_t>(cookie.sequence);
   if (!reply || reply->nfd != 1) return nullptr;
   const UniqueFd fd(*xcb_shm_create_segment_reply_fds(xcb, reply.get()));
   fcntl(fd.get(), F_SETFD, FD_CLOEXEC);
-  void* const memory = HasSize(fd.get(), size)
+  void* const memory = ReserveMemory(fd.get(), size)
                            ? mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, fd.get(), 0)
                            : MAP_FAILED;
   if (memory == MAP_FAILED) {

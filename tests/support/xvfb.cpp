@@ -39,8 +39,8 @@ struct Child {
 };
 
 // Starts a program that is killed when this thread ends. Its standard error goes nowhere.
-Child StartChild(const std::vector<std::string>& command, int outputFd,
-                 const std::string& display) {
+Child StartChild(const std::vector<std::string>& command, int outputFd, const std::string& display,
+                 bool (*prepare)() = nullptr) {
   int ends[2];
   if (pipe2(ends, O_CLOEXEC) != 0) Fail("no pipe");
   std::vector<char*> arguments;
@@ -59,6 +59,7 @@ Child StartChild(const std::vector<std::string>& command, int outputFd,
     if (outputFd != STDOUT_FILENO) dup2(nothing, STDOUT_FILENO);
     dup2(ends[1], outputFd);
     if (!display.empty()) setenv("DISPLAY", display.c_str(), 1);
+    if (prepare && !prepare()) _exit(127);
     execvp(arguments[0], arguments.data());
     _exit(127);
   }
@@ -158,9 +159,8 @@ std::string NextDisplay() {
 
 }  // namespace
 
-Xvfb::Xvfb(std::string screen, std::vector<std::string> arguments,
-           std::vector<std::string> launcher)
-    : screen_(std::move(screen)), arguments_(std::move(arguments)), launcher_(std::move(launcher)) {
+Xvfb::Xvfb(std::string screen, std::vector<std::string> arguments, bool (*prepare)())
+    : screen_(std::move(screen)), arguments_(std::move(arguments)), prepare_(prepare) {
   constexpr int kAttempts = 8;
   for (int attempt = 0; attempt < kAttempts; ++attempt) {
     if (Start(NextDisplay())) return;
@@ -178,12 +178,10 @@ Xvfb::~Xvfb() {
 
 // False when it doesn't start, as when the display is taken.
 bool Xvfb::Start(const std::string& display) {
-  std::vector<std::string> command = launcher_;
-  const char* const fixed[] = {"Xvfb", display.c_str(), "-displayfd", "3",         "-screen",
-                               "0",    screen_.c_str(), "-noreset",   "-nolisten", "tcp"};
-  command.insert(command.end(), std::begin(fixed), std::end(fixed));
+  std::vector<std::string> command = {"Xvfb", display, "-displayfd", "3",         "-screen",
+                                      "0",    screen_, "-noreset",   "-nolisten", "tcp"};
   command.insert(command.end(), arguments_.begin(), arguments_.end());
-  const Child child = StartChild(command, 3, "");
+  const Child child = StartChild(command, 3, "", prepare_);
   pid_ = lastPid_ = child.pid;
   // The server writes its number once it listens, and closes the descriptor.
   if (ReadAll(child.output).empty()) {

@@ -23,10 +23,10 @@ struct RgbImage {
 class Xvfb {
  public:
   // A server with one screen, WIDTHxHEIGHTxDEPTH, and further arguments such as
-  // {"-extension", "MIT-SHM"}. `launcher` is a command that becomes the server, given its command
-  // line. Returns when it answers.
+  // {"-extension", "MIT-SHM"}. `prepare` runs in the process that becomes the server, which does
+  // not start when it returns false. Returns when the server answers.
   explicit Xvfb(std::string screen = "800x600x24", std::vector<std::string> arguments = {},
-                std::vector<std::string> launcher = {});
+                bool (*prepare)() = nullptr);
   Xvfb(const Xvfb&) = delete;
   Xvfb& operator=(const Xvfb&) = delete;
   ~Xvfb();
@@ -64,7 +64,7 @@ class Xvfb {
 
   std::string screen_;
   std::vector<std::string> arguments_;
-  std::vector<std::string> launcher_;
+  bool (*prepare_)();
   std::string display_;
   pid_t pid_ = 0;
   pid_t lastPid_ = 0;

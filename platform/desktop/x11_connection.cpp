@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 #include <xcb/randr.h>
@@ -26,6 +27,33 @@ bool IsLocal(int socket) {
 
 bool IsAtLeast(uint32_t major, uint32_t minor, uint32_t wantedMajor, uint32_t wantedMinor) {
   return major > wantedMajor || (major == wantedMajor && minor >= wantedMinor);
+}
+
+// How long a long reply may take to arrive whole before a watchdog is set on it, which takes longer
+// to start than most replies take to come.
+constexpr std::chrono::milliseconds kGrace{20};
+
+// Whether the next packet in the socket is the reply or the error to that request, and has come
+// whole. Then xcb need not wait for the rest of it, nor for what follows: the other packets that
+// this connection has are of 32 bytes, which xcb takes whole or leaves.
+bool HasWholeReply(int socket, unsigned sequence) {
+  constexpr size_t kHeaderBytes = 32;
+  constexpr uint8_t kError = 0;
+  constexpr uint8_t kReply = 1;
+  union {
+    xcb_generic_reply_t header;
+    uint8_t bytes[kHeaderBytes];
+  } packet;
+  const xcb_generic_reply_t& header = packet.header;
+  int available = 0;
+  if (recv(socket, &packet, kHeaderBytes, MSG_PEEK | MSG_DONTWAIT) != kHeaderBytes ||
+      header.sequence != static_cast<uint16_t>(sequence) ||
+      ioctl(socket, FIONREAD, &available) < 0) {
+    return false;
+  }
+  if (header.response_type == kError) return true;
+  return header.response_type == kReply &&
+         static_cast<uint64_t>(available) >= kHeaderBytes + uint64_t{4} * header.length;
 }
 
 // Hands xcb a socket, which is its own from then on.
@@ -160,6 +188,11 @@ void* Connection::AwaitShortReply(unsigned sequence) {
 
 void* Connection::AwaitLongReply(unsigned sequence) {
   if (timedOut_) return nullptr;
+  xcb_flush(xcb_);
+  if (WaitFor(socket_.get(), POLLIN, std::min(deadline_, Clock::now() + kGrace)) &&
+      HasWholeReply(socket_.get(), sequence)) {
+    return AwaitShortReply(sequence);
+  }
   Watchdog watchdog(socket_.get(), deadline_);
   xcb_generic_error_t* error = nullptr;
   void* const reply = xcb_wait_for_reply(xcb_, sequence, &error);

@@ -41,6 +41,7 @@ void Check(const Arguments& arguments) {
 
 void Run(const std::vector<std::string>& lines) {
   std::vector<const char*> words;
+  words.reserve(lines.size() + 1);
   for (const std::string& line : lines) words.push_back(line.c_str());
   words.push_back(nullptr);
   try {

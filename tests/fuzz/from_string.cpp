@@ -45,7 +45,7 @@ Numbers PickNumbers(FuzzedDataProvider& input) {
 std::string PickBytes(FuzzedDataProvider& input) {
   const bool repeated = input.ConsumeIntegralInRange(0, 7) == 0;
   const int32_t length = repeated ? input.ConsumeIntegralInRange(0, kMaxRepeatedLength) : -1;
-  const std::string rest = input.ConsumeRemainingBytesAsString();
+  std::string rest = input.ConsumeRemainingBytesAsString();
   if (length < 0 || rest.empty()) return rest;
   std::string bytes;
   bytes.reserve(static_cast<size_t>(length) + rest.size());

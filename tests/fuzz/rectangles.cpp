@@ -142,7 +142,7 @@ void CheckPixels(FuzzedDataProvider& input, const REALpictureStruct* picture, co
     runtime::Host::ReadRow(picture, y, row.data());
     const int32_t places[] = {x, 0, r.width - 1};
     for (const int32_t place : places) {
-      CheckPixel(displays, r.left + place, r.top + y, row.data() + place * 4);
+      CheckPixel(displays, r.left + place, r.top + y, row.data() + ptrdiff_t{place} * 4);
     }
     if (input.remaining_bytes() == 0) break;  // the same ones from here on
   }
@@ -158,8 +158,10 @@ std::string Describe(const std::string& layout, const Request& r, const Request&
 
 void CheckPicture(FuzzedDataProvider& input, const REALpictureStruct* picture, const Request& r,
                   const Request& shown, const std::vector<Display>& displays) {
-  Require(runtime::Host::Width(picture) == shown.width &&
-              runtime::Host::Height(picture) == shown.height,
+  // A picture has sides of up to 32767 pixels, and QuickDraw keeps the low 16 bits of those it
+  // gets.
+  Require(runtime::Host::Width(picture) == static_cast<int16_t>(shown.width) &&
+              runtime::Host::Height(picture) == static_cast<int16_t>(shown.height),
           "the size of the picture");
   const bool ownSize = shown.width == r.width && shown.height == r.height;
   if (ownSize && IsPlain(r, displays)) CheckPixels(input, picture, r, displays);

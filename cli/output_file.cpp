@@ -19,7 +19,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr int kMaximumLinks = 40;
-constexpr int kMaximumNames = 1000;
 constexpr size_t kBufferSize = 1 << 18;
 
 // Follows symbolic links as far as they lead, to a file that need not exist.
@@ -71,12 +70,12 @@ OutputFile::OutputFile(const std::string& path)
       const int descriptor = OpenDirectly();
       file_ = descriptor < 0 ? nullptr : fdopen(descriptor, "wb");
     } else {
-      OpenTemporary();
+      OpenPending();
     }
   }
   if (file_ == nullptr) {
     error_ = errno;
-    if (!temporaryPath_.empty()) {
+    if (isPending_) {
       SettlePendingFile(nullptr);
     }
     Fail();
@@ -86,32 +85,22 @@ OutputFile::OutputFile(const std::string& path)
 
 OutputFile::~OutputFile() {
   Close();
-  if (!temporaryPath_.empty()) {
+  if (isPending_) {
     SettlePendingFile(nullptr);
   }
 }
 
 int OutputFile::OpenDirectly() const { return open(path_.c_str(), O_WRONLY | O_CLOEXEC); }
 
-void OutputFile::OpenTemporary() {
+void OutputFile::OpenPending() {
   // A file that may not be written to is not replaced either.
   if (access(path_.c_str(), F_OK) == 0 && access(path_.c_str(), W_OK) != 0) {
     return;
   }
-  const fs::path folder = fs::path(path_).parent_path();
-  for (int number = 0; number < kMaximumNames; ++number) {
-    const std::string name =
-        ".qrvshot-" + std::to_string(getpid()) + "-" + std::to_string(number) + ".tmp";
-    const std::string candidate = (folder / name).string();
-    const int descriptor = CreatePendingFile(candidate);
-    if (descriptor >= 0) {
-      temporaryPath_ = candidate;
-      file_ = fdopen(descriptor, "wb");
-      return;
-    }
-    if (errno != EEXIST) {
-      return;
-    }
+  const int descriptor = CreatePendingFile(path_);
+  if (descriptor >= 0) {
+    isPending_ = true;
+    file_ = fdopen(descriptor, "wb");
   }
 }
 
@@ -127,10 +116,10 @@ void OutputFile::Commit() {
   if (error_ != 0) {
     Fail();
   }
-  if (temporaryPath_.empty()) {
+  if (!isPending_) {
     return;
   }
-  temporaryPath_.clear();
+  isPending_ = false;
   if (!SettlePendingFile(path_.c_str())) {
     error_ = errno;
     Fail();

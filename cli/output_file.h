@@ -8,9 +8,9 @@
 
 namespace qrv::cli {
 
-// Bytes go to a temporary file in the target's folder, which takes the target's name in Commit.
-// Until then the old file stays as it is; without Commit the temporary file is removed, also when
-// SIGHUP, SIGINT or SIGTERM ends the process. A symbolic link stays, and its target is replaced.
+// Bytes go to a file in the target's folder that takes the target's name in Commit. Until then the
+// old file stays as it is; without Commit nothing is left of the new one, also when a signal ends
+// the process. A symbolic link stays, and its target is replaced.
 // Standard output ("-") and whatever exists and is not a regular file are written directly.
 class OutputFile {
  public:
@@ -30,13 +30,13 @@ class OutputFile {
   [[noreturn]] void Fail() const;
 
  private:
-  void OpenTemporary();
+  void OpenPending();
   int OpenDirectly() const;
   void Close() noexcept;
 
-  std::string shownPath_;      // as the user wrote it
-  std::string path_;           // with links resolved
-  std::string temporaryPath_;  // empty when written directly
+  std::string shownPath_;   // as the user wrote it
+  std::string path_;        // with links resolved
+  bool isPending_ = false;  // else written directly
   FILE* file_ = nullptr;
   int error_ = 0;  // the first errno
 };

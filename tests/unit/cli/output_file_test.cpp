@@ -1,9 +1,18 @@
 #include "cli/output_file.h"
 
+#include <errno.h>
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <sched.h>
 #include <signal.h>
+#include <stddef.h>
+#include <sys/mount.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -46,6 +55,42 @@ int StatusOfProcess(Child child) {
   return status;
 }
 
+// Whether files are without a name while they are written, as far as the process is let.
+enum class Names { kNone, kTemporary };
+
+// Makes the file systems of this process as those that have no files without a name.
+bool ForbidNamelessFiles() {
+  constexpr uint32_t kNamelessFlag = O_TMPFILE & ~O_DIRECTORY;
+  sock_filter filter[] = {
+      BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_openat, 0, 3),
+      BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, args[2])),
+      BPF_JUMP(BPF_JMP | BPF_JSET | BPF_K, kNamelessFlag, 0, 1),
+      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EOPNOTSUPP),
+      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+  };
+  const sock_fprog program = {std::size(filter), filter};
+  return prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
+         prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) == 0;
+}
+
+// What a process ends with that is ended by the signal in the middle of writing to a.png.
+int StatusOfInterrupted(const ScratchFolder& folder, Names names, int signal) {
+  folder.Write("a.png", "old");
+  return StatusOfProcess([&] {
+    if (names == Names::kTemporary && !ForbidNamelessFiles()) {
+      _exit(1);
+    }
+    OutputFile file(folder.File("a.png"));
+    const std::string half(1 << 20, 'x');
+    file.Write(half.data(), half.size());
+    if (folder.Count() != (names == Names::kTemporary ? 2U : 1U)) {
+      _exit(2);
+    }
+    raise(signal);
+  });
+}
+
 TEST(OutputFile, AppearsUnderItsNameOnlyWhenCommitted) {
   const ScratchFolder folder;
   folder.Write("a.png", "old");
@@ -84,18 +129,70 @@ TEST(OutputFile, LeavesTheOldFileWhenTheNewOneDoesNotFit) {
 }
 
 TEST(OutputFile, LeavesNothingWhenASignalEndsTheProcess) {
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+  for (const Names names : {Names::kNone, Names::kTemporary}) {
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+      const ScratchFolder folder;
+      const int status = StatusOfInterrupted(folder, names, signal);
+      EXPECT_TRUE(WIFSIGNALED(status)) << WEXITSTATUS(status);
+      EXPECT_EQ(WTERMSIG(status), signal);
+      EXPECT_EQ(folder.Read("a.png"), "old");
+      EXPECT_EQ(folder.Count(), 1U);
+    }
+  }
+}
+
+TEST(OutputFile, LeavesNothingEvenWhenTheProcessIsKilled) {
+  const ScratchFolder folder;
+  const int descriptor = open(folder.File("").c_str(), O_TMPFILE | O_WRONLY, 0600);
+  if (descriptor < 0) {
+    GTEST_SKIP() << "this file system has no files without a name";
+  }
+  close(descriptor);
+  const int status = StatusOfInterrupted(folder, Names::kNone, SIGKILL);
+  EXPECT_TRUE(WIFSIGNALED(status)) << WEXITSTATUS(status);
+  EXPECT_EQ(folder.Read("a.png"), "old");
+  EXPECT_EQ(folder.Count(), 1U);
+}
+
+TEST(OutputFile, TakesItsNameFromATemporaryOneWhereItMustHaveOne) {
+  for (const char* old : {"", "old"}) {
     const ScratchFolder folder;
-    folder.Write("a.png", "old");
+    if (*old != '\0') {
+      folder.Write("a.png", old);
+    }
     const int status = StatusOfProcess([&] {
-      OutputFile file(folder.File("a.png"));
-      file.Write("new", 3);
-      raise(signal);
+      if (!ForbidNamelessFiles()) {
+        _exit(1);
+      }
+      WriteFile(folder.File("a.png"), "new");
     });
-    EXPECT_TRUE(WIFSIGNALED(status));
-    EXPECT_EQ(WTERMSIG(status), signal);
-    EXPECT_EQ(folder.Read("a.png"), "old");
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(folder.Read("a.png"), "new");
     EXPECT_EQ(folder.Count(), 1U);
+  }
+}
+
+TEST(OutputFile, LeavesTheOldFileAndNothingElseOnAFullDisk) {
+  constexpr int kMayNotMount = 77;
+  for (const Names names : {Names::kNone, Names::kTemporary}) {
+    const ScratchFolder disk;
+    const int status = StatusOfProcess([&] {
+      if (unshare(CLONE_NEWNS) != 0 || mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) ||
+          mount("tmpfs", disk.File("").c_str(), "tmpfs", 0, "size=64k") != 0) {
+        _exit(kMayNotMount);
+      }
+      if (names == Names::kTemporary && !ForbidNamelessFiles()) {
+        _exit(1);
+      }
+      disk.Write("a.png", "old");
+      const std::string message = FailureOf(disk.File("a.png"), std::string(1 << 20, 'x'));
+      const bool isOld = disk.Read("a.png") == "old" && disk.Count() == 1;
+      _exit(isOld && message.find("No space left") != std::string::npos ? 42 : 1);
+    });
+    if (WEXITSTATUS(status) == kMayNotMount) {
+      GTEST_SKIP() << "needs the right to mount a small file system";
+    }
+    EXPECT_EQ(WEXITSTATUS(status), 42);
   }
 }
 

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tests/unit/cli/scratch_folder.h"
@@ -19,9 +20,10 @@ struct Outcome {
   std::string errors;
 };
 
-// Runs in the scratch folder, on the virtual desktop of two displays unless the arguments say
-// otherwise, and without an X display.
-inline Outcome RunProgram(const ScratchFolder& folder, std::vector<std::string> arguments) {
+// Starts in the scratch folder, on the virtual desktop of two displays unless the arguments say
+// otherwise, and without an X display. Its words go to the files "out" and "err" of `streams`.
+inline pid_t StartProgram(const ScratchFolder& folder, std::vector<std::string> arguments,
+                          const ScratchFolder& streams) {
   arguments.insert(arguments.begin(), QRV_BUILD_DIR "/qrvshot");
   std::vector<char*> words;
   words.reserve(arguments.size() + 1);
@@ -29,7 +31,6 @@ inline Outcome RunProgram(const ScratchFolder& folder, std::vector<std::string> 
     words.push_back(argument.data());
   }
   words.push_back(nullptr);
-  const ScratchFolder streams;
   const pid_t process = fork();
   if (process == 0) {
     const int output = open(streams.File("out").c_str(), O_WRONLY | O_CREAT, 0600);
@@ -44,6 +45,12 @@ inline Outcome RunProgram(const ScratchFolder& folder, std::vector<std::string> 
     }
     _exit(127);
   }
+  return process;
+}
+
+inline Outcome RunProgram(const ScratchFolder& folder, std::vector<std::string> arguments) {
+  const ScratchFolder streams;
+  const pid_t process = StartProgram(folder, std::move(arguments), streams);
   int status = 0;
   waitpid(process, &status, 0);
   return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, streams.Read("out"), streams.Read("err")};

@@ -1,8 +1,11 @@
 #include "tests/unit/cli/program.h"
 
 #include <gtest/gtest.h>
+#include <signal.h>
 
+#include <filesystem>
 #include <fstream>
+#include <random>
 
 namespace qrv::cli {
 namespace {
@@ -233,6 +236,27 @@ TEST(Capture, TakesTheFormatFromTheNameInEitherCase) {
   const ScratchFolder folder;
   RunProgram(folder, {"capture", "-o", "SHOT.PPM"});
   EXPECT_TRUE(folder.Read("SHOT.PPM").starts_with("P6\n"));
+}
+
+TEST(Capture, LeavesNoPartOfAPictureWhenItIsKilled) {
+  constexpr uintmax_t kWhole = 16 + 2000 * 1500 * 3;  // "P6\n2000 1500\n255\n" and the pixels
+  std::mt19937 random(std::random_device{}());
+  for (int i = 0; i < 24; ++i) {
+    const ScratchFolder folder;
+    const ScratchFolder streams;
+    if (i % 2 == 0) {
+      folder.Write("a.ppm", "old");
+    }
+    const pid_t process = StartProgram(
+        folder, {"capture", "--desktop", "virtual:2000x1500+0+0", "-o", "a.ppm"}, streams);
+    usleep(static_cast<useconds_t>(random() % 60000));
+    kill(process, SIGKILL);
+    waitpid(process, nullptr, 0);
+    for (const auto& file : std::filesystem::directory_iterator(folder.File(""))) {
+      const uintmax_t size = file.file_size();
+      EXPECT_TRUE(size == kWhole || (i % 2 == 0 && size == 3)) << file.path() << ": " << size;
+    }
+  }
 }
 
 TEST(Capture, EndsWithItsOwnCodeWhenTheFileCanNotBeWritten) {

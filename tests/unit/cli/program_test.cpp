@@ -239,7 +239,7 @@ TEST(Capture, TakesTheFormatFromTheNameInEitherCase) {
 }
 
 TEST(Capture, LeavesNoPartOfAPictureWhenItIsKilled) {
-  constexpr uintmax_t kWhole = 16 + 2000 * 1500 * 3;  // "P6\n2000 1500\n255\n" and the pixels
+  constexpr uintmax_t kWhole = 17 + 2000 * 1500 * 3;  // "P6\n2000 1500\n255\n" and the pixels
   std::mt19937 random(std::random_device{}());
   for (int i = 0; i < 24; ++i) {
     const ScratchFolder folder;

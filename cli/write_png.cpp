@@ -1,55 +1,130 @@
 #include "cli/write_png.h"
 
-#include <spng.h>
+#include <zlib.h>
 
-#include <memory>
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <deque>
+#include <future>
+#include <thread>
 #include <vector>
 
-#include "cli/failure.h"
+#include "cli/png_strip.h"
 
 namespace qrv::cli {
 
 namespace {
 
-// The fastest level: on photographs the next two save less than a percent of the file.
-constexpr int kDefaultCompression = 1;
+// Large enough that strips lose nothing by not knowing one another, small enough that even a small
+// picture keeps every processor busy.
+constexpr int64_t kStripPixels = int64_t{1} << 18;
 
-struct EncoderDeleter {
-  void operator()(spng_ctx* encoder) const { spng_ctx_free(encoder); }
-};
+using Word = std::array<uint8_t, 4>;
 
-int WriteBytes(spng_ctx* /*encoder*/, void* file, void* bytes, size_t length) {
-  return static_cast<OutputFile*>(file)->Write(bytes, length) ? 0 : SPNG_IO_ERROR;
+Word BigEndian(uint32_t value) {
+  return {static_cast<uint8_t>(value >> 24), static_cast<uint8_t>(value >> 16),
+          static_cast<uint8_t>(value >> 8), static_cast<uint8_t>(value)};
 }
 
-// Throws when the encoder reports a failure, which is the file's in the first place.
-void Require(int result, const OutputFile& file) {
-  if (result == SPNG_IO_ERROR) {
+void WriteOrFail(OutputFile& file, const void* bytes, size_t length) {
+  if (!file.Write(bytes, length)) {
     file.Fail();
   }
-  if (result != SPNG_OK && result != SPNG_EOI) {
-    throw Failure(kCouldNotReadOrWrite, std::string("The picture could not be encoded as PNG: ") +
-                                            spng_strerror(result) + ". Try --format ppm.");
+}
+
+void WriteChunk(OutputFile& file, const char* type, const std::vector<uint8_t>& data) {
+  constexpr size_t kTypeLength = 4;
+  const auto* typeBytes = reinterpret_cast<const Bytef*>(type);
+  uLong sum = crc32(0, typeBytes, kTypeLength);
+  if (!data.empty()) {
+    sum = crc32(sum, data.data(), static_cast<uInt>(data.size()));
   }
+  WriteOrFail(file, BigEndian(static_cast<uint32_t>(data.size())).data(), sizeof(Word));
+  WriteOrFail(file, type, kTypeLength);
+  WriteOrFail(file, data.data(), data.size());
+  WriteOrFail(file, BigEndian(static_cast<uint32_t>(sum)).data(), sizeof(Word));
 }
 
-void ChooseEncoding(spng_ctx* encoder, std::optional<int> compression, const OutputFile& file) {
-  const int level = compression.value_or(kDefaultCompression);
-  Require(spng_set_option(encoder, SPNG_IMG_COMPRESSION_LEVEL, level), file);
-  Require(spng_set_option(encoder, SPNG_FILTER_CHOICE, SPNG_FILTER_CHOICE_UP), file);
+void WriteHeader(OutputFile& file, const Rows& rows) {
+  constexpr char kSignature[] = "\x89PNG\r\n\x1a\n";
+  constexpr uint8_t kBitsPerSample = 8;
+  constexpr uint8_t kRgb = 2;
+  constexpr uint8_t kRgba = 6;
+  WriteOrFail(file, kSignature, sizeof kSignature - 1);
+  const Word width = BigEndian(static_cast<uint32_t>(rows.width));
+  const Word height = BigEndian(static_cast<uint32_t>(rows.height));
+  std::vector<uint8_t> header(width.begin(), width.end());
+  header.insert(header.end(), height.begin(), height.end());
+  // The zeros: deflate, the usual filters, not interlaced.
+  const uint8_t colorType = rows.hasTransparency ? kRgba : kRgb;
+  header.insert(header.end(), {kBitsPerSample, colorType, 0, 0, 0});
+  WriteChunk(file, "IHDR", header);
 }
 
-void EncodeRows(spng_ctx* encoder, const Rows& rows, const OutputFile& file, Progress& progress) {
-  const size_t pixelBytes = rows.hasTransparency ? 4 : 3;
-  std::vector<uint8_t> row(static_cast<size_t>(rows.width) * 4);
-  for (int32_t y = 0; y < rows.height; ++y) {
-    rows.read(y, row.data());
-    if (!rows.hasTransparency) {
-      PackRgb(row.data(), rows.width);
+// The strips of a picture in order, made ahead on every processor.
+class StripMaker {
+ public:
+  StripMaker(const Rows& rows, std::optional<int> compression)
+      : rows_(rows),
+        compression_(compression),
+        stripRows_(static_cast<int32_t>(std::max<int64_t>(kStripPixels / rows.width, 1))) {
+    const unsigned ahead = std::max(std::thread::hardware_concurrency(), 1U) + 1;
+    while (pending_.size() < ahead && started_ < rows_.height) {
+      StartNext();
     }
-    Require(spng_encode_row(encoder, row.data(), static_cast<size_t>(rows.width) * pixelBytes),
-            file);
-    progress.Reach(y);
+  }
+
+  bool IsDone() const { return pending_.empty(); }
+
+  PngStrip Take() {
+    PngStrip strip = pending_.front().get();
+    pending_.pop_front();
+    if (started_ < rows_.height) {
+      StartNext();
+    }
+    return strip;
+  }
+
+ private:
+  // Without a thread to be had the strip is made when it is taken.
+  void StartNext() {
+    const int32_t first = started_;
+    started_ += std::min(stripRows_, rows_.height - first);
+    pending_.push_back(std::async(
+        std::launch::async | std::launch::deferred,
+        [this, first, end = started_] { return MakePngStrip(rows_, first, end, compression_); }));
+  }
+
+  const Rows& rows_;
+  std::optional<int> compression_;
+  int32_t stripRows_;
+  int32_t started_ = 0;  // rows
+  std::deque<std::future<PngStrip>> pending_;
+};
+
+// One zlib stream over all strips, in one chunk a strip.
+void WriteStrips(OutputFile& file, const Rows& rows, std::optional<int> compression,
+                 Progress& progress) {
+  constexpr uint8_t kZlibHeader[] = {0x78, 0x01};
+  StripMaker strips(rows, compression);
+  uLong sum = 1;
+  int64_t done = 0;  // bytes of filtered rows
+  const int64_t rowLength = int64_t{rows.width} * (rows.hasTransparency ? 4 : 3) + 1;
+  for (bool isFirst = true; !strips.IsDone(); isFirst = false) {
+    PngStrip strip = strips.Take();
+    std::vector<uint8_t>& data = strip.compressed;
+    sum = adler32_combine(sum, strip.adler32, static_cast<z_off_t>(strip.length));
+    if (isFirst) {
+      data.insert(data.begin(), std::begin(kZlibHeader), std::end(kZlibHeader));
+    }
+    if (strips.IsDone()) {
+      const Word ending = BigEndian(static_cast<uint32_t>(sum));
+      data.insert(data.end(), ending.begin(), ending.end());
+    }
+    WriteChunk(file, "IDAT", data);
+    done += static_cast<int64_t>(strip.length);
+    progress.Reach(done / rowLength);
   }
 }
 
@@ -57,23 +132,9 @@ void EncodeRows(spng_ctx* encoder, const Rows& rows, const OutputFile& file, Pro
 
 void WritePng(const Rows& rows, std::optional<int> compression, OutputFile& file,
               Progress& progress) {
-  const std::unique_ptr<spng_ctx, EncoderDeleter> encoder(spng_ctx_new(SPNG_CTX_ENCODER));
-  if (encoder == nullptr) {
-    throw std::bad_alloc();
-  }
-  spng_ihdr header = {};
-  header.width = static_cast<uint32_t>(rows.width);
-  header.height = static_cast<uint32_t>(rows.height);
-  header.bit_depth = 8;
-  header.color_type =
-      rows.hasTransparency ? SPNG_COLOR_TYPE_TRUECOLOR_ALPHA : SPNG_COLOR_TYPE_TRUECOLOR;
-  Require(spng_set_png_stream(encoder.get(), WriteBytes, &file), file);
-  Require(spng_set_ihdr(encoder.get(), &header), file);
-  ChooseEncoding(encoder.get(), compression, file);
-  Require(spng_encode_image(encoder.get(), nullptr, 0, SPNG_FMT_PNG,
-                            SPNG_ENCODE_PROGRESSIVE | SPNG_ENCODE_FINALIZE),
-          file);
-  EncodeRows(encoder.get(), rows, file, progress);
+  WriteHeader(file, rows);
+  WriteStrips(file, rows, compression, progress);
+  WriteChunk(file, "IEND", {});
 }
 
 }  // namespace qrv::cli

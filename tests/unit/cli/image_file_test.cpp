@@ -65,6 +65,27 @@ TEST(PngFile, HoldsEveryPixelAtEveryCompression) {
   }
 }
 
+// A flat picture above a noisy one, of several strips each.
+Bytes FlatAndNoisyPixels(int32_t width, int32_t height) {
+  Bytes pixels = RandomPixels(width, height, false);
+  const auto middle = static_cast<ptrdiff_t>(pixels.size() / 2);
+  std::fill(pixels.begin(), pixels.begin() + middle, uint8_t{255});
+  return pixels;
+}
+
+TEST(PngFile, OfManyStripsIsOneStream) {
+  constexpr int32_t kWidth = 1023;
+  constexpr int32_t kHeight = 1301;
+  const ScratchFolder folder;
+  const Bytes pixels = FlatAndNoisyPixels(kWidth, kHeight);
+  for (const std::optional<int> level :
+       {std::optional<int>(), std::optional(0), std::optional(6)}) {
+    WriteImage(RowsOver(pixels, kWidth, kHeight, false), folder.File("a.png"), ImageFormat::kPng,
+               level);
+    EXPECT_TRUE(DecodePng(folder.Read("a.png")).rgba == pixels);
+  }
+}
+
 TEST(PngFile, MayBeOnePixel) {
   const ScratchFolder folder;
   const Bytes pixels = {1, 2, 3, 255};

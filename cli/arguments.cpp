@@ -88,7 +88,7 @@ void AddImageOptions(CLI::App& command, Arguments& arguments, Words& words) {
       ->type_name("FORMAT");
   command
       .add_option("--compression", arguments.compression,
-                  "PNG: 0 none ... 9 smallest file (default: 1)")
+                  "PNG: 0 none ... 9 smallest file (default: what suits screenshots)")
       ->check(CLI::Range(0, 9).description(""))
       ->type_name("0-9");
 }

@@ -152,6 +152,7 @@ void Capture(const Arguments& arguments) {
     throw Failure(kNothingCaptured, "The capture of " + Subject(arguments) + " yielded nothing. " +
                                         WhyNothing(arguments, displays));
   }
+  RequirePixels(Subject(arguments));
   RequireStrategy(arguments);
   const Rows rows = RowsOf(picture.Get());
   WriteImage(rows, arguments.output, arguments.format, arguments.compression);

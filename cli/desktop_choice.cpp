@@ -98,4 +98,12 @@ void RequireDisplay(const std::vector<runtime::DisplayInfo>& displays,
   }
 }
 
+void RequirePixels(const std::string& subject) {
+  const std::string problem = runtime::DesktopProblem();
+  if (!problem.empty()) {
+    throw Failure(kNothingCaptured,
+                  "The capture of " + subject + " is not whole: " + problem + ". Try again.");
+  }
+}
+
 }  // namespace qrv::cli

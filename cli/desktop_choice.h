@@ -26,6 +26,10 @@ std::vector<runtime::DisplayInfo> RequireDisplays();
 void RequireDisplay(const std::vector<runtime::DisplayInfo>& displays,
                     std::optional<int32_t> index);
 
+// Throws Failure when the desktop failed in the capture that has just been made: its result lacks a
+// display then, which is black in it.
+void RequirePixels(const std::string& subject);
+
 }  // namespace qrv::cli
 
 #endif  // CLI_DESKTOP_CHOICE_H_

@@ -78,6 +78,7 @@ void WriteRaw(const Arguments& arguments) {
                                         std::to_string(arguments.display.value_or(0)) + " of " +
                                         DesktopName() + " could not be had. " + WhyNoPixels());
   }
+  RequirePixels("the raw pixels of " + DesktopName());
   WriteBytes(Host::Bytes(pixels.Get()), arguments.output);
   fprintf(WordsBeside(arguments.output),
           arguments.json ? "{\"width\": %d, \"height\": %d, \"rowBytes\": %d}\n" : "%d %d %d\n",

@@ -7,6 +7,8 @@
 #include <fstream>
 #include <random>
 
+#include "tests/support/xvfb.h"
+
 namespace qrv::cli {
 namespace {
 
@@ -256,6 +258,39 @@ TEST(Capture, LeavesNoPartOfAPictureWhenItIsKilled) {
       const uintmax_t size = file.file_size();
       EXPECT_TRUE(size == kWhole || (i % 2 == 0 && size == 3)) << file.path() << ": " << size;
     }
+  }
+}
+
+TEST(Capture, IsTheWholePictureOrNoneWhenTheServerDiesMeanwhile) {
+  constexpr int kWidth = 1000;
+  constexpr int kHeight = 800;
+  qrv::testing::Xvfb server("1000x800x24");
+  server.FillRandom(5);
+  std::string whole = "P6\n1000 800\n255\n";
+  for (const uint8_t sample : server.ImportScreen().pixels) {
+    whole += static_cast<char>(sample);
+  }
+  std::mt19937 random(std::random_device{}());
+  for (int i = 0; i < 30; ++i) {
+    const ScratchFolder folder;
+    const ScratchFolder streams;
+    const pid_t process = StartProgram(
+        folder,
+        {"capture", "--desktop", "x11:" + server.display(), "--strategy",
+         i % 2 == 0 ? "opengl" : "quickdraw", "--rect",
+         "0,0," + std::to_string(kWidth) + "," + std::to_string(kHeight), "-o", "a.ppm"},
+        streams);
+    usleep(static_cast<useconds_t>(random() % 30000));
+    server.Kill();
+    int status = 0;
+    waitpid(process, &status, 0);
+    if (WEXITSTATUS(status) == 0) {
+      EXPECT_TRUE(folder.Read("a.ppm") == whole);
+    } else {
+      EXPECT_EQ(folder.Count(), 0U);
+    }
+    server.Restart();
+    server.FillRandom(5);
   }
 }
 

@@ -1,6 +1,7 @@
 #include "runtime/console_image.h"
 
 #include <stdlib.h>
+#include <sys/mman.h>
 
 namespace qrv::runtime {
 
@@ -11,6 +12,22 @@ void ConsoleImageDeleter::operator()(ConsoleImage* image) const {
   }
   free(image);
 }
+
+namespace {
+
+// A hint that the whole large pages within the block are worth having: a picture that is written
+// once is mostly page faults otherwise.
+void PreferLargePages(void* block, size_t size) {
+  constexpr uintptr_t kLargePage = uintptr_t{2} << 20;
+  const auto start = reinterpret_cast<uintptr_t>(block);
+  const uintptr_t first = (start + kLargePage - 1) / kLargePage * kLargePage;
+  const uintptr_t end = (start + size) / kLargePage * kLargePage;
+  if (first < end) {
+    madvise(reinterpret_cast<void*>(first), end - first, MADV_HUGEPAGE);
+  }
+}
+
+}  // namespace
 
 ConsoleImagePtr MakeConsoleImage(int32_t width, int32_t height) {
   const auto rowLength = static_cast<size_t>(width);
@@ -27,6 +44,7 @@ ConsoleImagePtr MakeConsoleImage(int32_t width, int32_t height) {
   if (image->tpixels[0] == nullptr) {
     return nullptr;
   }
+  PreferLargePages(image->tpixels[0], rowCount * rowLength * sizeof(int32_t));
   for (size_t y = 1; y < rowCount; ++y) {
     image->tpixels[y] = image->tpixels[0] + y * rowLength;
   }

@@ -7,6 +7,7 @@
 #include "platform/coregraphics/color_space.h"
 #include "platform/coregraphics/context.h"
 #include "platform/coregraphics/image.h"
+#include "platform/coregraphics/large_pages.h"
 
 namespace {
 
@@ -88,6 +89,7 @@ CGContextRef CGBitmapContextCreate(void* data, size_t width, size_t height, size
   Memory memory = {nullptr, static_cast<uint8_t*>(data)};
   if (isOwn) memory = AllocateZeroed(height, bytesPerRow);
   if (memory.bytes == nullptr) return nullptr;
+  qrv::coregraphics::PreferLargePages(memory.bytes, height * bytesPerRow);
   return new CGContext{std::move(memory.owner),
                        memory.bytes,
                        width,

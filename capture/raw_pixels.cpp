@@ -43,8 +43,8 @@ class StringBytes {
   }
 
   void Lock(REALstringStruct* string) {
-    REALLockString(string);
-    locked_ = string;
+    // A host that can't lock it leaves it to the caller's reference, which is not given away.
+    if (REALLockString(string)) locked_ = string;
     const auto* record = reinterpret_cast<const LegacyHostString*>(string);
     if (record->storage == nullptr) return;
     bytes_ = record->storage + 1;

@@ -30,9 +30,10 @@ REALstringStruct* REALConvertString(REALstringStruct* string, unsigned long enco
   return host::Call(pConvertString, "REALConvertString", string, encoding);
 }
 
-void REALLockString(REALstringStruct* string) {
+bool REALLockString(REALstringStruct* string) {
   static void (*pLockString)(REALstringStruct*);
   host::Call(pLockString, "REALLockString", string);
+  return pLockString != nullptr;
 }
 
 void REALUnlockString(REALstringStruct* string) {

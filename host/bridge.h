@@ -29,7 +29,8 @@ void REALSetStringEncoding(REALstringStruct* string, unsigned long encoding);
 unsigned long REALGetStringEncoding(REALstringStruct* string);
 // A new string of the same text in another encoding, or nil.
 REALstringStruct* REALConvertString(REALstringStruct* string, unsigned long encoding);
-void REALLockString(REALstringStruct* string);
+// False when the host can't take a reference, and none was taken.
+bool REALLockString(REALstringStruct* string);
 void REALUnlockString(REALstringStruct* string);
 
 // Describes the string's bytes in the requested encoding; kRawBytesEncoding asks for them as they

@@ -83,7 +83,10 @@ QDErr FakeNewGWorld(GWorldPtr* world, short depth, const Rect* bounds, CTabHandl
 void FakeDisposeGWorld(GWorldPtr world) {
   Record("DisposeGWorld");
   Released(world, "world");
-  if (currentPort == world) TheStage().faults.emplace_back("the current port was disposed of");
+  if (currentPort == world) {
+    TheStage().faults.emplace_back("the current port was disposed of");
+    currentPort = nullptr;
+  }
   delete world;
 }
 

@@ -32,7 +32,7 @@ std::vector<Wrapper> Wrappers() {
       {"REALSetStringEncoding", nothing([=] { REALSetStringEncoding(string, 1); })},
       {"REALGetStringEncoding", [=] { return REALGetStringEncoding(string) == 0; }},
       {"REALConvertString", [=] { return REALConvertString(string, 1) == nullptr; }},
-      {"REALLockString", nothing([=] { REALLockString(string); })},
+      {"REALLockString", [=] { return !REALLockString(string); }},
       {"REALUnlockString", nothing([=] { REALUnlockString(string); })},
       {"REALLoadGlobalMethod", [] { return REALLoadFrameworkMethod("x") == nullptr; }},
       {"REALLockObject", [=] { return !REALLockObject(object); }},

@@ -1,0 +1,132 @@
+// QuickDraw's framework as the plug-in finds it on disk: missing, broken, incomplete, and there
+// after all. The test program, the plug-in and the platform's library lie in a folder of their own,
+// in which each test makes the frameworks folder.
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "runtime/host.h"
+
+namespace qrv::testing {
+namespace {
+
+namespace fs = std::filesystem;
+
+long CountOpenFiles() {
+  return std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator());
+}
+
+long CountMappings() {
+  std::ifstream maps("/proc/self/maps");
+  long lines = 0;
+  for (std::string line; std::getline(maps, line);) ++lines;
+  return lines;
+}
+
+class Framework : public ::testing::Test {
+ protected:
+  Framework() {
+    setenv("QRV_DESKTOP", "virtual:40x30+0+0", 1);
+    setenv("QRV_SYSTEM_VERSION", "10.4", 1);  // QuickDraw alone is left
+    fs::remove_all(frameworks_);
+    std::string error;
+    EXPECT_TRUE(host_.LoadPlugin(folder_ / "ScreenshotQRV.so", error)) << error;
+  }
+  ~Framework() override { fs::remove_all(frameworks_); }
+
+  // Makes the framework's folder and returns its executable's path.
+  fs::path MakeFolder() {
+    fs::create_directories(executable_.parent_path());
+    return executable_;
+  }
+
+  void Install() { fs::copy_file(QRV_QUICKDRAW_LIBRARY, MakeFolder()); }
+
+  // Calls the three methods that use QuickDraw; how many gave a picture.
+  int Pictures() {
+    REALpictureStruct* pictures[] = {
+        host_.Call<REALpictureStruct*>("ScreenshotQRV as picture"),
+        host_.Call<REALpictureStruct*>("ScreenshotDisplayQRV(index as integer) as picture", 0),
+        host_.Call<REALpictureStruct*>(
+            "ScreenshotRectQRV(left as integer, top as integer, width as integer, height as "
+            "integer, destwidth as integer, destheight as integer) as picture",
+            1, 2, 20, 10, 30, 20)};
+    int made = 0;
+    for (REALpictureStruct* picture : pictures) {
+      if (picture == nullptr) continue;
+      ++made;
+      host_.Release(picture);
+    }
+    EXPECT_EQ(host_.Outstanding(), runtime::Ledger{});
+    return made;
+  }
+
+  void ExpectFoundOnceInstalled() {
+    fs::remove_all(frameworks_);
+    Install();
+    EXPECT_EQ(Pictures(), 3);
+  }
+
+  fs::path folder_ = fs::read_symlink("/proc/self/exe").parent_path();
+  fs::path frameworks_ = folder_ / "Frameworks";
+  fs::path executable_ = frameworks_ / "ApplicationServices.framework" / "ApplicationServices";
+  runtime::Host host_{runtime::HostOptions{}};
+};
+
+TEST_F(Framework, IsFoundOnceItIsThere) {
+  EXPECT_EQ(Pictures(), 0);
+  MakeFolder();  // without the executable
+  EXPECT_EQ(Pictures(), 0);
+  ExpectFoundOnceInstalled();
+}
+
+TEST_F(Framework, ThatIsNotALibraryIsRefused) {
+  std::ofstream(MakeFolder()) << "not a library";
+  EXPECT_EQ(Pictures(), 0);
+  ExpectFoundOnceInstalled();
+}
+
+TEST_F(Framework, ThatCannotBeReadIsRefused) {
+  fs::create_directories(executable_);  // nobody, not even root, loads a folder
+  EXPECT_EQ(Pictures(), 0);
+  ExpectFoundOnceInstalled();
+}
+
+// A library that has no QuickDraw function stands for one that lacks any of them.
+TEST_F(Framework, ThatLacksTheFunctionsYieldsNothing) {
+  fs::copy_file(folder_ / "libScreenshotPlatform.so", MakeFolder());
+  EXPECT_EQ(Pictures(), 0);
+}
+
+TEST_F(Framework, ThatStaysAwayLeavesNothingBehind) {
+  for (int i = 0; i < 100; ++i) Pictures();
+  const long files = CountOpenFiles();
+  const long mappings = CountMappings();
+  for (int i = 0; i < 3300; ++i) ASSERT_EQ(Pictures(), 0);
+  EXPECT_EQ(CountOpenFiles(), files);
+  EXPECT_LE(CountMappings(), mappings + 2);
+  ExpectFoundOnceInstalled();
+}
+
+TEST_F(Framework, IsNotLookedForAnywhereElse) {
+  // A folder of the right name in the working directory and in the usual search paths.
+  const fs::path elsewhere =
+      fs::temp_directory_path() / ("qrv-elsewhere-" + std::to_string(getpid()));
+  const fs::path decoy = elsewhere / "Frameworks/ApplicationServices.framework";
+  fs::create_directories(decoy);
+  fs::copy_file(QRV_QUICKDRAW_LIBRARY, decoy / "ApplicationServices");
+  setenv("LD_LIBRARY_PATH", decoy.c_str(), 1);
+  const fs::path before = fs::current_path();
+  fs::current_path(elsewhere);
+  EXPECT_EQ(Pictures(), 0);
+  fs::current_path(before);
+  fs::remove_all(elsewhere);
+}
+
+}  // namespace
+}  // namespace qrv::testing

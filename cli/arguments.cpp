@@ -3,8 +3,11 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cctype>
+#include <filesystem>
 #include <map>
+#include <set>
 #include <stdexcept>
+#include <string>
 
 #include "cli/failure.h"
 
@@ -202,21 +205,37 @@ void InterpretCapture(Arguments& arguments, const Words& words) {
   }
 }
 
-bool IsNamedPpm(const std::string& path) {
-  constexpr std::string_view kExtension = ".ppm";
-  return path.size() >= kExtension.size() &&
-         std::equal(kExtension.rbegin(), kExtension.rend(), path.rbegin(),
-                    [](char wanted, char letter) {
-                      return wanted == std::tolower(static_cast<unsigned char>(letter));
-                    });
+// The file name's extension in small letters, with its dot; empty when it has none.
+std::string Extension(const std::string& path) {
+  std::string extension = std::filesystem::path(path).extension();
+  for (char& letter : extension) {
+    letter = static_cast<char>(std::tolower(static_cast<unsigned char>(letter)));
+  }
+  return extension;
+}
+
+// The format that the file's name asks for: png unless it names another one.
+ImageFormat FormatOfName(const std::string& path) {
+  static const std::set<std::string> kOtherFormats = {".bmp",  ".gif", ".jpeg", ".jpg",  ".jxl",
+                                                      ".avif", ".tif", ".tiff", ".webp", ".xwd"};
+  const std::string extension = Extension(path);
+  if (kOtherFormats.contains(extension)) {
+    FailUsage("--output " + path + ": qrvshot writes png and ppm, not " + extension.substr(1) +
+              "; name the file .png or .ppm, or choose with --format");
+  }
+  return extension == ".ppm" ? ImageFormat::kPpm : ImageFormat::kPng;
 }
 
 void InterpretOutput(Arguments& arguments, const Words& words) {
   if (arguments.output.empty()) {
     arguments.output = arguments.command == Command::kRaw ? kDefaultRaw : kDefaultImage;
   }
-  const bool isPpm = words.format.empty() ? IsNamedPpm(arguments.output) : words.format == "ppm";
-  arguments.format = isPpm ? ImageFormat::kPpm : ImageFormat::kPng;
+  if (arguments.command != Command::kCapture && arguments.command != Command::kFromRaw) return;
+  if (words.format.empty()) {
+    arguments.format = FormatOfName(arguments.output);
+  } else {
+    arguments.format = words.format == "ppm" ? ImageFormat::kPpm : ImageFormat::kPng;
+  }
 }
 
 void Interpret(Arguments& arguments, const Words& words) {

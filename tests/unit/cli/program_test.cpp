@@ -120,7 +120,8 @@ TEST(Usage, IsRefusedInWords) {
         Words{"capture", "--rect", "0,0,1,2147483648"}, Words{"capture", "--size", "2x2"},
         Words{"capture", "--rect", "0,0,2,2", "--size", "2"}, Words{"capture", "--display", "one"},
         Words{"capture", "--display", "0", "--rect", "0,0,2,2"},
-        Words{"capture", "--format", "gif"}, Words{"capture", "--strategy", "magic"},
+        Words{"capture", "--format", "gif"}, Words{"capture", "-o", "shot.JPG"},
+        Words{"capture", "--strategy", "magic"},
         Words{"capture", "--strategy", "opengl", "--system-version", "10.6"},
         Words{"capture", "--compression", "10"}, Words{"methods", "--app", "phone"},
         Words{"methods", "--host-version", "new"}, Words{"methods", "--system-version", "7"}}) {

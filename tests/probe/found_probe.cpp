@@ -1,0 +1,46 @@
+// What a host finds when it loads the plug-in: `found_probe PLUGIN` prints whether the process has
+// raised privileges, the desktop, the system's version and the files of the product, one a line.
+
+#include <CoreServices/CoreServices.h>
+#include <link.h>
+#include <sys/auxv.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstring>
+#include <string>
+
+#include "platform/desktop/session.h"
+#include "runtime/host.h"
+
+namespace {
+
+int PrintIfOurs(dl_phdr_info* library, size_t, void*) {
+  const char* const name = library->dlpi_name;
+  if (std::strstr(name, "Screenshot") || std::strstr(name, "ApplicationServices")) std::puts(name);
+  return 0;
+}
+
+}  // namespace
+
+int main(int, char** arguments) {
+  qrv::runtime::Host host({});
+  std::string error;
+  if (!host.LoadPlugin(arguments[1], error)) {
+    std::puts(error.c_str());
+    return 1;
+  }
+  // This method needs QuickDraw on every system.
+  auto* picture = host.Call<REALpictureStruct*>(
+      "ScreenshotRectQRV(left as integer, top as integer, width as integer, height as integer, "
+      "destwidth as integer, destheight as integer) as picture",
+      0, 0, 1, 1, 1, 1);
+  if (picture != nullptr) host.Release(picture);
+  SInt32 minor = 0;
+  Gestalt(gestaltSystemVersionMinor, &minor);
+  std::printf("secure %lu\n%s\n10.%d\n", getauxval(AT_SECURE), QRVDesktopName(),
+              static_cast<int>(minor));
+  dl_iterate_phdr(PrintIfOurs, nullptr);
+  std::fflush(stdout);
+  _exit(0);  // a leak check may not look into a process with raised privileges
+}

@@ -28,7 +28,7 @@ struct REALobjectStruct {
   std::vector<int32_t*> rows;
   ConsoleImage console = {};
   std::unique_ptr<CGContext> context;
-  void* container = nullptr;  // described instead of the two above, when a test sets it
+  void* container = nullptr;         // described instead of the two above, when a test sets it
   REALobjectStruct* mask = nullptr;  // owned
 };
 

@@ -20,6 +20,7 @@ using desktop::PixelRect;
 
 // Displays whose card is larger may fail for want of memory: see -max_allocation_size_mb.
 constexpr int64_t kMaxCertainPixels = int64_t{1} << 20;
+constexpr int64_t kManyPixels = 90000;
 constexpr int kSamples = 64;
 
 struct Request {
@@ -45,10 +46,20 @@ class Variable {
   size_t start_;
 };
 
+struct Size {
+  int32_t width, height;
+};
+
+// Large in both directions only rarely: what has many pixels takes long.
+template <typename PickSide>
+Size PickSize(FuzzedDataProvider& input, const PickSide& pickSide) {
+  Size size = {pickSide(), pickSide()};
+  const bool large = int64_t{size.width} * size.height > kManyPixels;
+  if (large && input.ConsumeIntegralInRange(0, 63) != 0) size.height = size.height % 8 + 1;
+  return size;
+}
+
 std::string PickLayout(FuzzedDataProvider& input) {
-  const auto pickSide = [&input] {
-    return std::to_string(input.ConsumeIntegralInRange(1, input.ConsumeBool() ? 300 : 32767));
-  };
   const auto pickPosition = [&input] {
     const int limit = input.ConsumeBool() ? 600 : 32767;
     return "+" + std::to_string(input.ConsumeIntegralInRange(-limit, limit));
@@ -57,7 +68,11 @@ std::string PickLayout(FuzzedDataProvider& input) {
   const int count = input.ConsumeIntegralInRange(1, 4);
   for (int i = 0; i < count; ++i) {
     if (i > 0) layout += ",";
-    layout += pickSide() + "x" + pickSide() + pickPosition() + pickPosition();
+    const Size size = PickSize(input, [&input] {
+      return input.ConsumeIntegralInRange(1, input.ConsumeBool() ? 300 : 32767);
+    });
+    layout += std::to_string(size.width) + "x" + std::to_string(size.height) + pickPosition() +
+              pickPosition();
     const int options = input.ConsumeIntegralInRange(0, 15);
     if (options == 0) layout += "@8";
     if (options == 1) layout += "@16";
@@ -179,13 +194,16 @@ void Run(FuzzedDataProvider& input) {
 
   runtime::Host host(PickHost(input));
   StartAnew(host);
-  const Request r = {PickCoordinate(input, displays), PickCoordinate(input, displays),
-                     PickSide(input), PickSide(input)};
+  const auto pickSide = [&input] { return PickSide(input); };
+  const Size size = PickSize(input, pickSide);
+  const Request r = {PickCoordinate(input, displays), PickCoordinate(input, displays), size.width,
+                     size.height};
   const bool scaled = input.ConsumeBool();
   Request shown = r;
   if (scaled && input.ConsumeBool()) {
-    shown.width = PickSide(input);
-    shown.height = PickSide(input);
+    const Size other = PickSize(input, pickSide);
+    shown.width = other.width;
+    shown.height = other.height;
   }
   currentCase = Describe(layout, r, shown);
   REALpictureStruct* picture =

@@ -105,7 +105,7 @@ void OutputFile::OpenPending() {
 }
 
 bool OutputFile::Write(const void* bytes, size_t length) noexcept {
-  if (error_ == 0 && fwrite(bytes, 1, length, file_) != length) {
+  if (error_ == 0 && length > 0 && fwrite(bytes, 1, length, file_) != length) {
     error_ = errno;
   }
   return error_ == 0;

@@ -20,7 +20,8 @@ class OutputFile {
   OutputFile(const OutputFile&) = delete;
   OutputFile& operator=(const OutputFile&) = delete;
 
-  // False when the bytes can't be written; what is written afterwards is lost too.
+  // False when the bytes can't be written; what is written afterwards is lost too. `bytes` may be
+  // null when `length` is 0.
   bool Write(const void* bytes, size_t length) noexcept;
 
   // Throws Failure when anything written could not be stored.

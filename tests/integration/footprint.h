@@ -15,7 +15,7 @@ struct Footprint {
   std::string signals;               // the disposition of every signal, and the signal mask
   std::set<std::string> threads;     // their identifiers
   std::multiset<std::string> files;  // what the descriptors stand for: names, kinds of sockets
-  size_t mappings = 0;
+  size_t mappings = 0;               // of files, shared memory among them
 };
 
 // How `now` differs in signals, threads and files; empty when it doesn't.

@@ -28,7 +28,7 @@ Word BigEndian(uint32_t value) {
 }
 
 void WriteOrFail(OutputFile& file, const void* bytes, size_t length) {
-  if (!file.Write(bytes, length)) {
+  if (length > 0 && !file.Write(bytes, length)) {
     file.Fail();
   }
 }

@@ -227,6 +227,7 @@ class HungServers : public ::testing::TestWithParam<Moment> {
 TEST_P(HungServers, AreNilWithinFiveSecondsAndRightWhenTheyRunAgain) {
   UseDesktop(server_);
   std::vector<pid_t> processes;
+  processes.reserve(kCaptures.size());
   for (const Capture& each : kCaptures) processes.push_back(Start(each));
   const int all = static_cast<int>(processes.size());
   EXPECT_TRUE(WaitUntil(stage_.ready, all));

@@ -11,22 +11,12 @@
 #include <string>
 
 #include "runtime/host.h"
+#include "tests/integration/footprint.h"
 
 namespace qrv::testing {
 namespace {
 
 namespace fs = std::filesystem;
-
-long CountOpenFiles() {
-  return std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator());
-}
-
-long CountMappings() {
-  std::ifstream maps("/proc/self/maps");
-  long lines = 0;
-  for (std::string line; std::getline(maps, line);) ++lines;
-  return lines;
-}
 
 class Framework : public ::testing::Test {
  protected:
@@ -105,11 +95,11 @@ TEST_F(Framework, ThatLacksTheFunctionsYieldsNothing) {
 
 TEST_F(Framework, ThatStaysAwayLeavesNothingBehind) {
   for (int i = 0; i < 100; ++i) Pictures();
-  const long files = CountOpenFiles();
-  const long mappings = CountMappings();
+  const Footprint before = Footprint::Now();
   for (int i = 0; i < 3300; ++i) ASSERT_EQ(Pictures(), 0);
-  EXPECT_EQ(CountOpenFiles(), files);
-  EXPECT_LE(CountMappings(), mappings + 2);
+  const Footprint now = Footprint::Now();
+  EXPECT_EQ(Difference(now, before), "");
+  EXPECT_EQ(now.mappings, before.mappings);
   ExpectFoundOnceInstalled();
 }
 

@@ -32,8 +32,9 @@ _CGLContextObject* currentContext = nullptr;
 [[maybe_unused]] CGImageRef CreateImage(const FakeDisplay& display, int x, int y, int width,
                                         int height) {
   const int scale = display.scale;
-  CGImage* image = MakeImage(static_cast<size_t>(width * scale),
-                             static_cast<size_t>(height * scale), kCGImageAlphaNoneSkipFirst);
+  CGImage* image = MakeImage(static_cast<size_t>(width) * static_cast<size_t>(scale),
+                             static_cast<size_t>(height) * static_cast<size_t>(scale),
+                             kCGImageAlphaNoneSkipFirst);
   uint8_t* pixel = image->rgba.data();
   for (int row = 0; row < height * scale; ++row) {
     for (int column = 0; column < width * scale; ++column, pixel += 4) {

@@ -38,7 +38,7 @@ BareX11::BareX11(const std::string& display, uint16_t width, uint16_t height)
 }
 
 BareX11::~BareX11() {
-  if (memory_) munmap(memory_, size_);
+  if (memory_ != nullptr) munmap(memory_, size_);
   xcb_disconnect(xcb_);
 }
 

@@ -11,9 +11,8 @@
 #include <string>
 
 #include "bench/plain_loop.h"
-#include "picture/row_kernels.h"
-#include "platform/coregraphics/row_kernels.h"
-#include "platform/quickdraw/rows.h"
+#include "platform/pixels/rows.h"
+#include "plugin/picture/row_kernels.h"
 
 namespace {
 
@@ -119,16 +118,12 @@ void RegisterPictureKernels() {
 }
 
 void RegisterPlatformKernels() {
-  using qrv::coregraphics::ByteOrder;
-  using qrv::quickdraw::Layout;
-  const auto draw = [](ByteOrder from, ByteOrder to) {
-    return [kernel = qrv::coregraphics::OpaqueRowKernel(from, to)](
-               const uint8_t* source, uint8_t* target, size_t n) { kernel(target, source, n); };
-  };
-  Register("draw/BGRX-to-XRGB", draw(ByteOrder::kBGRA, ByteOrder::kARGB));
-  Register("draw/XRGB-to-XRGB", draw(ByteOrder::kARGB, ByteOrder::kARGB));
-  Register("screen/BGRX-to-world32",
-           qrv::quickdraw::RowCopierFor(Layout::kScreen32, Layout::kArgb32));
+  using qrv::pixels::ByteOrder;
+  Register("draw/BGRX-to-XRGB",
+           qrv::pixels::ReorderingKernel(ByteOrder::kBGRA, ByteOrder::kARGB, false));
+  Register("draw/XRGB-to-XRGB",
+           qrv::pixels::ReorderingKernel(ByteOrder::kARGB, ByteOrder::kARGB, false));
+  Register("screen/BGRX-to-world32", qrv::pixels::FindWorldLayout(32)->convert);
   Register("read-back/BGRX-bottom-up", [](const uint8_t* from, uint8_t* to, size_t) {
     for (size_t y = 0; y < kHeight; ++y) {
       memcpy(to + y * kWidth * 4, from + (kHeight - 1 - y) * kWidth * 4, kWidth * 4);

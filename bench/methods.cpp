@@ -6,56 +6,15 @@ namespace qrv::bench {
 namespace {
 
 using runtime::Host;
+namespace methods = runtime::methods;
 
-constexpr char kRect[] =
-    "ScreenshotRectQRV(left as integer, top as integer, width as integer, height as integer) as "
-    "picture";
-constexpr char kScaled[] =
-    "ScreenshotRectQRV(left as integer, top as integer, width as integer, height as integer, "
-    "destwidth as integer, destheight as integer) as picture";
-constexpr char kString[] =
-    "ScreenshotStringQRV(byref Width as integer, byref Height as integer, byref RowBytes as "
-    "integer) as string";
-constexpr char kStringDisplay[] =
-    "ScreenshotStringDisplayQRV(byref Width as integer, byref Height as integer, byref RowBytes "
-    "as integer, index as integer) as string";
-constexpr char kFromString[] =
-    "ScreenshotFromStringQRV(Width as integer, Height as integer, RowBytes as integer, data as "
-    "string) as picture";
-
-// A call of the method that is declared so, whatever it returns.
-template <typename Result, typename... Arguments>
-Call MakeCall(Host& host, const char* declaration, Arguments... arguments) {
-  return [&host, declaration, arguments...] {
-    Result* const result = host.Call<Result*>(declaration, arguments...);
+// A call of the method, whatever it returns. What it writes goes into the call's own copy.
+template <typename Function, typename... Arguments>
+Call MakeCall(Host& host, const runtime::Method<Function>& method, Arguments... arguments) {
+  return [&host, method, arguments...]() mutable {
+    auto* const result = host.Call(method, arguments...);
     if (result == nullptr) return false;
     host.Release(result);
-    return true;
-  };
-}
-
-// The numbers that the string methods give along with their string.
-struct Numbers {
-  int32_t width, height, rowBytes;
-};
-
-Call CaptureString(Host& host) {
-  return [&host] {
-    Numbers n = {};
-    auto* const string = host.Call<REALstringStruct*>(kString, &n.width, &n.height, &n.rowBytes);
-    if (string == nullptr) return false;
-    host.Release(string);
-    return true;
-  };
-}
-
-Call CaptureStringDisplay(Host& host) {
-  return [&host] {
-    Numbers n = {};
-    auto* const string =
-        host.Call<REALstringStruct*>(kStringDisplay, &n.width, &n.height, &n.rowBytes, 0);
-    if (string == nullptr) return false;
-    host.Release(string);
     return true;
   };
 }
@@ -68,7 +27,7 @@ Call PictureFromString(Host& host, int32_t width, int32_t height) {
       *data = host.NewString(
           std::string(static_cast<size_t>(width) * 4 * static_cast<size_t>(height), 'x'));
     }
-    return MakeCall<REALpictureStruct>(host, kFromString, width, height, width * 4, *data)();
+    return MakeCall(host, methods::kScreenshotFromString, width, height, width * 4, *data)();
   };
 }
 
@@ -87,24 +46,21 @@ std::unique_ptr<Host> StartHost(const std::string& form) {
   return host;
 }
 
-Call CaptureMain(Host& host) {
-  return MakeCall<REALpictureStruct>(host, "ScreenshotQRV as picture");
-}
+Call CaptureMain(Host& host) { return MakeCall(host, methods::kScreenshot); }
 
 Call CaptureRect(Host& host, int32_t width, int32_t height) {
-  return MakeCall<REALpictureStruct>(host, kRect, 0, 0, width, height);
+  return MakeCall(host, methods::kScreenshotRect, 0, 0, width, height);
 }
 
 std::vector<Method> AllMethods(Host& host, int32_t width, int32_t height) {
   return {
       {"ScreenshotQRV", CaptureMain(host)},
-      {"ScreenshotDisplayQRV",
-       MakeCall<REALpictureStruct>(host, "ScreenshotDisplayQRV(index as integer) as picture", 0)},
+      {"ScreenshotDisplayQRV", MakeCall(host, methods::kScreenshotDisplay, 0)},
       {"ScreenshotRectQRV", CaptureRect(host, width, height)},
       {"ScreenshotRectQRV-scaled",
-       MakeCall<REALpictureStruct>(host, kScaled, 0, 0, width, height, width / 2, height / 2)},
-      {"ScreenshotStringQRV", CaptureString(host)},
-      {"ScreenshotStringDisplayQRV", CaptureStringDisplay(host)},
+       MakeCall(host, methods::kScreenshotRectScaled, 0, 0, width, height, width / 2, height / 2)},
+      {"ScreenshotStringQRV", MakeCall(host, methods::kScreenshotString, 0, 0, 0)},
+      {"ScreenshotStringDisplayQRV", MakeCall(host, methods::kScreenshotStringDisplay, 0, 0, 0, 0)},
       {"ScreenshotFromStringQRV", PictureFromString(host, width, height)}};
 }
 

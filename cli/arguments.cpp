@@ -69,9 +69,9 @@ void AddCommonOptions(CLI::App& app, Arguments& arguments, Words& words) {
       ->type_name("X");
   app.add_flag("--alpha", arguments.host.picturesHaveAlpha,
                "Pictures of a desktop program have an alpha channel");
-  app.add_option("--desktop", arguments.desktop,
-                 "x11, x11:DISPLAY, virtual or virtual:LAYOUT (default: $QRV_DESKTOP, else x11 "
-                 "when DISPLAY is set)")
+  app.add_option(
+         "--desktop", arguments.desktop,
+         runtime::DesktopChoices() + " (default: $QRV_DESKTOP, else x11 when DISPLAY is set)")
       ->type_name("WHICH");
   app.add_option("--system-version", arguments.systemVersion,
                  "The generation of the system, such as 10.6 (default: $QRV_SYSTEM_VERSION, else "
@@ -105,15 +105,19 @@ CLI::Option* AddDisplayOption(CLI::App& command, Words& words) {
 CLI::App* AddCapture(CLI::App& app, Arguments& arguments, Words& words) {
   CLI::App* command = app.add_subcommand("capture", "Capture the screen into an image file");
   CLI::Option* display = AddDisplayOption(*command, words);
-  CLI::Option* rect =
-      command
-          ->add_option("--rect", words.rect,
-                       "A rectangle of the desktop instead of a display: left,top,width,height")
-          ->excludes(display)
-          ->type_name("L,T,W,H");
+  CLI::Option* rect = command
+                          ->add_option("--rect", words.rect,
+                                       "A rectangle of the desktop instead of a display, in units: "
+                                       "left,top,width,height")
+                          ->excludes(display)
+                          ->type_name("L,T,W,H");
   command->add_option("--size", words.size, "Scale the rectangle to this size")
       ->needs(rect)
       ->type_name("WxH");
+  command
+      ->add_flag("--units", arguments.inUnits,
+                 "One pixel a unit, also of displays that have more pixels than units")
+      ->needs(rect);
   command
       ->add_option("--strategy", words.strategy,
                    "Capture in this way or not at all: display-image, opengl or quickdraw")
@@ -162,9 +166,7 @@ CLI::App* AddFromRaw(CLI::App& app, Arguments& arguments, Words& words) {
 template <typename Value>
 Value Require(const std::optional<Value>& value, const std::string& option, const std::string& text,
               const char* expected) {
-  if (!value) {
-    FailUsage(option + " " + text + " is not " + expected);
-  }
+  if (!value) FailUsage(option + " " + text + " is not " + expected);
   return *value;
 }
 
@@ -186,9 +188,7 @@ void InterpretHost(Arguments& arguments, const Words& words) {
 }
 
 void InterpretCapture(Arguments& arguments, const Words& words) {
-  if (!words.display.empty()) {
-    arguments.display = RequireInteger("--display", words.display);
-  }
+  if (!words.display.empty()) arguments.display = RequireInteger("--display", words.display);
   if (!words.rect.empty()) {
     arguments.rect = Require(ParseRect(words.rect), "--rect", words.rect,
                              "four 32-bit integers: left,top,width,height");
@@ -228,9 +228,9 @@ ImageFormat FormatOfName(const std::string& path) {
 
 void InterpretOutput(Arguments& arguments, const Words& words) {
   if (arguments.output.empty()) {
-    arguments.output = arguments.command == Command::kRaw ? kDefaultRaw : kDefaultImage;
+    arguments.output = arguments.command == WriteRaw ? kDefaultRaw : kDefaultImage;
   }
-  if (arguments.command != Command::kCapture && arguments.command != Command::kFromRaw) return;
+  if (arguments.command != Capture && arguments.command != ConvertRaw) return;
   if (words.format.empty()) {
     arguments.format = FormatOfName(arguments.output);
   } else {
@@ -242,7 +242,7 @@ void Interpret(Arguments& arguments, const Words& words) {
   InterpretHost(arguments, words);
   InterpretCapture(arguments, words);
   InterpretOutput(arguments, words);
-  if (arguments.command == Command::kFromRaw) {
+  if (arguments.command == ConvertRaw) {
     arguments.width = RequireInteger("--width", words.width);
     arguments.height = RequireInteger("--height", words.height);
     arguments.rowBytes = RequireInteger("--row-bytes", words.rowBytes);
@@ -261,14 +261,10 @@ void RequireValues(const CLI::App& app) {
 
 // Says of a command line that could not be parsed what is wrong with it.
 std::string Describe(const CLI::App& app, const CLI::ParseError& error) {
-  if (!app.get_subcommands().empty()) {
-    return error.what();
-  }
+  if (!app.get_subcommands().empty()) return error.what();
   constexpr char kCommands[] = "capture, displays, methods, raw and from-raw";
   const std::vector<std::string> words = app.remaining();
-  if (words.empty()) {
-    return std::string("No command is given; there are ") + kCommands;
-  }
+  if (words.empty()) return std::string("No command is given; there are ") + kCommands;
   if (words.front().starts_with('-')) {
     return "There is no option " + words.front() + " before the command";
   }
@@ -280,9 +276,7 @@ bool Parse(CLI::App& app, int argc, const char* const* argv) {
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
-    if (error.get_exit_code() != 0) {
-      FailUsage(Describe(app, error));
-    }
+    if (error.get_exit_code() != 0) FailUsage(Describe(app, error));
     app.exit(error);
     return false;
   }
@@ -310,20 +304,17 @@ std::optional<Arguments> ParseArguments(int argc, const char* const* argv) {
   app.footer(kExitCodes);
   AddCommonOptions(app, arguments, words);
   const std::map<const CLI::App*, Command> commands = {
-      {AddCapture(app, arguments, words), Command::kCapture},
-      {AddDisplays(app, arguments), Command::kDisplays},
-      {app.add_subcommand("methods", "List the methods that the plug-in offers"),
-       Command::kMethods},
-      {AddRaw(app, arguments, words), Command::kRaw},
-      {AddFromRaw(app, arguments, words), Command::kFromRaw},
+      {AddCapture(app, arguments, words), Capture},
+      {AddDisplays(app, arguments), ShowDisplays},
+      {app.add_subcommand("methods", "List the methods that the plug-in offers"), ShowMethods},
+      {AddRaw(app, arguments, words), WriteRaw},
+      {AddFromRaw(app, arguments, words), ConvertRaw},
   };
   for (CLI::App* command : app.get_subcommands({})) {
     command->footer("Options of every command, such as --desktop: `qrvshot --help`.");
   }
   try {
-    if (!Parse(app, argc, argv)) {
-      return std::nullopt;
-    }
+    if (!Parse(app, argc, argv)) return std::nullopt;
     arguments.command = commands.at(app.get_subcommands().front());
     Interpret(arguments, words);
   } catch (const UsageFault& fault) {

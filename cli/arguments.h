@@ -1,22 +1,46 @@
-// The command line.
+// The command line: the commands and what they are told.
 #ifndef CLI_ARGUMENTS_H_
 #define CLI_ARGUMENTS_H_
 
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "cli/image_file.h"
 #include "cli/parse_values.h"
-#include "cli/strategies.h"
+#include "runtime/desktop_view.h"
 #include "runtime/host.h"
 
 namespace qrv::cli {
 
-enum class Command { kCapture, kDisplays, kMethods, kRaw, kFromRaw };
+struct Arguments;
+
+// The commands. Each throws Failure.
+void Capture(const Arguments& arguments);  // a display or a rectangle, into an image file
+void ShowDisplays(const Arguments& arguments);
+void ShowMethods(const Arguments& arguments);  // that the plug-in offers
+void WriteRaw(const Arguments& arguments);     // a display's raw pixels, into a file
+void ConvertRaw(const Arguments& arguments);   // raw pixels into an image file
+
+using Command = void (*)(const Arguments& arguments);
+
+// A way to get at the pixels of a display, tied to the generation of the system that tries it
+// first.
+struct Strategy {
+  std::string_view name;
+  const char* systemVersion;
+  unsigned bit;  // of runtime::TakeStrategiesUsed
+};
+
+inline constexpr Strategy kStrategies[] = {
+    {"display-image", "10.7", runtime::kDisplayImage},
+    {"opengl", "10.6", runtime::kOpenGL},
+    {"quickdraw", "10.4", runtime::kQuickDraw},
+};
 
 struct Arguments {
-  Command command = Command::kCapture;
+  Command command = Capture;
 
   // For all commands.
   std::string plugin;  // empty: the one that belongs to this program
@@ -27,6 +51,7 @@ struct Arguments {
   // For those that have them.
   std::optional<int32_t> display;
   std::optional<Rect> rect;
+  bool inUnits = false;  // one pixel a unit, whatever the displays' density
   std::optional<Size> size;
   const Strategy* strategy = nullptr;
   std::string output;

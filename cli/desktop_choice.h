@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "cli/arguments.h"
-#include "runtime/displays.h"
+#include "runtime/desktop_view.h"
 
 namespace qrv::cli {
 
@@ -16,8 +16,7 @@ void ChooseDesktop(const Arguments& arguments);
 // Whether the user asked for a generation of the system other than the default.
 bool IsSystemVersionChosen();
 
-// The chosen desktop as a message names it: "X11 :0", "the virtual desktop".
-std::string DesktopName();
+using runtime::DesktopName;
 
 // The displays of the desktop. Throws Failure when there are none, saying why.
 std::vector<runtime::DisplayInfo> RequireDisplays();

@@ -8,30 +8,10 @@
 #include <string>
 
 #include "cli/arguments.h"
-#include "cli/commands.h"
 #include "cli/desktop_choice.h"
 #include "cli/failure.h"
 
 namespace {
-
-using qrv::cli::Arguments;
-using qrv::cli::Command;
-
-void Run(const Arguments& arguments) {
-  qrv::cli::ChooseDesktop(arguments);
-  switch (arguments.command) {
-    case Command::kCapture:
-      return qrv::cli::Capture(arguments);
-    case Command::kDisplays:
-      return qrv::cli::ShowDisplays(arguments);
-    case Command::kMethods:
-      return qrv::cli::ShowMethods(arguments);
-    case Command::kRaw:
-      return qrv::cli::WriteRaw(arguments);
-    case Command::kFromRaw:
-      return qrv::cli::ConvertRaw(arguments);
-  }
-}
 
 int Fail(qrv::cli::ExitCode code, const char* message) {
   fflush(stdout);
@@ -50,7 +30,8 @@ int main(int argc, char** argv) {
   signal(SIGXFSZ, SIG_IGN);
   try {
     if (const auto arguments = qrv::cli::ParseArguments(argc, argv)) {
-      Run(*arguments);
+      qrv::cli::ChooseDesktop(*arguments);
+      arguments->command(*arguments);
     }
   } catch (const qrv::cli::Failure& failure) {
     return Fail(failure.Code(), failure.what());

@@ -8,6 +8,7 @@
 
 #include <filesystem>
 #include <system_error>
+#include <utility>
 
 #include "cli/failure.h"
 #include "cli/pending_file.h"
@@ -21,14 +22,16 @@ namespace fs = std::filesystem;
 constexpr int kMaximumLinks = 40;
 constexpr size_t kBufferSize = 1 << 18;
 
+constexpr std::chrono::milliseconds kFirstProgress{1000};
+constexpr std::chrono::milliseconds kBetweenProgress{100};
+constexpr char kWipeLine[] = "\r\033[K";
+
 // Follows symbolic links as far as they lead, to a file that need not exist.
 fs::path FollowLinks(fs::path path) {
   std::error_code error;
   for (int links = 0; links < kMaximumLinks && fs::is_symlink(path, error); ++links) {
     const fs::path target = fs::read_symlink(path, error);
-    if (error) {
-      break;
-    }
+    if (error) break;
     path = path.parent_path() / target;
   }
   return path;
@@ -58,84 +61,79 @@ const char* Advice(int error) {
 
 }  // namespace
 
+Progress::Progress(std::string what)
+    : what_(std::move(what)),
+      wanted_(isatty(STDERR_FILENO) != 0),
+      next_(Clock::now() + kFirstProgress) {}
+
+Progress::~Progress() {
+  if (shown_) fputs(kWipeLine, stderr);
+}
+
+void Progress::Show(int64_t done, int64_t total) {
+  if (!wanted_ || Clock::now() < next_) return;
+  next_ = Clock::now() + kBetweenProgress;
+  shown_ = true;
+  fprintf(stderr, "%sWriting %s: %d %%", kWipeLine, what_.c_str(),
+          static_cast<int>(done * 100 / total));
+}
+
 OutputFile::OutputFile(const std::string& path)
-    : shownPath_(path == "-" ? "standard output" : path) {
-  if (path == "-") {
-    file_ = fdopen(dup(STDOUT_FILENO), "wb");
-  } else {
-    path_ = FollowLinks(path).string();
-    struct stat status = {};
-    const bool direct = stat(path_.c_str(), &status) == 0 && !S_ISREG(status.st_mode);
-    if (direct) {
-      const int descriptor = OpenDirectly();
-      file_ = descriptor < 0 ? nullptr : fdopen(descriptor, "wb");
-    } else {
-      OpenPending();
-    }
-  }
+    : shownPath_(path == "-" ? "standard output" : path), path_(path), progress_(path) {
+  const int descriptor = Open();
+  file_ = descriptor < 0 ? nullptr : fdopen(descriptor, "wb");
   if (file_ == nullptr) {
-    error_ = errno;
-    if (isPending_) {
-      SettlePendingFile(nullptr);
-    }
-    Fail();
+    const int error = errno;
+    if (isPending_) SettlePendingFile(nullptr);
+    Fail(error);
   }
   setvbuf(file_, nullptr, _IOFBF, kBufferSize);
 }
 
 OutputFile::~OutputFile() {
   Close();
-  if (isPending_) {
-    SettlePendingFile(nullptr);
-  }
+  if (isPending_) SettlePendingFile(nullptr);
 }
 
-int OutputFile::OpenDirectly() const { return open(path_.c_str(), O_WRONLY | O_CLOEXEC); }
+int OutputFile::Open() {
+  if (path_ == "-") return dup(STDOUT_FILENO);
+  path_ = FollowLinks(path_).string();
+  struct stat status = {};
+  const bool direct = stat(path_.c_str(), &status) == 0 && !S_ISREG(status.st_mode);
+  return direct ? open(path_.c_str(), O_WRONLY | O_CLOEXEC) : OpenPending();
+}
 
-void OutputFile::OpenPending() {
+int OutputFile::OpenPending() {
   // A file that may not be written to is not replaced either.
-  if (access(path_.c_str(), F_OK) == 0 && access(path_.c_str(), W_OK) != 0) {
-    return;
-  }
+  if (access(path_.c_str(), F_OK) == 0 && access(path_.c_str(), W_OK) != 0) return -1;
   const int descriptor = CreatePendingFile(path_);
-  if (descriptor >= 0) {
-    isPending_ = true;
-    file_ = fdopen(descriptor, "wb");
-  }
+  isPending_ = descriptor >= 0;
+  return descriptor;
 }
 
-bool OutputFile::Write(const void* bytes, size_t length) noexcept {
-  if (error_ == 0 && length > 0 && fwrite(bytes, 1, length, file_) != length) {
-    error_ = errno;
-  }
-  return error_ == 0;
+void OutputFile::Write(const void* bytes, size_t length) {
+  if (length > 0 && fwrite(bytes, 1, length, file_) != length) Fail(errno);
 }
 
 void OutputFile::Commit() {
-  Close();
-  if (error_ != 0) {
-    Fail();
-  }
-  if (!isPending_) {
-    return;
-  }
+  const int error = Close();
+  if (error != 0) Fail(error);
+  if (!isPending_) return;
   isPending_ = false;
-  if (!SettlePendingFile(path_.c_str())) {
-    error_ = errno;
-    Fail();
-  }
+  if (!SettlePendingFile(path_.c_str())) Fail(errno);
 }
 
-void OutputFile::Fail() const {
+void OutputFile::Fail(int error) const {
   throw Failure(kCouldNotReadOrWrite,
-                shownPath_ + " could not be written: " + strerror(error_) + ". " + Advice(error_));
+                shownPath_ + " could not be written: " + strerror(error) + ". " + Advice(error));
 }
 
-void OutputFile::Close() noexcept {
-  if (file_ != nullptr && fclose(file_) != 0 && error_ == 0) {
-    error_ = errno;
-  }
-  file_ = nullptr;
+// 0, or the errno of what could not be stored.
+int OutputFile::Close() noexcept {
+  FILE* file = std::exchange(file_, nullptr);
+  return file != nullptr && fclose(file) != 0 ? errno : 0;
 }
+
+FILE* ReportStream(const std::string& output) { return output == "-" ? stderr : stdout; }
 
 }  // namespace qrv::cli

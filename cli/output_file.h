@@ -1,12 +1,34 @@
-// A file that appears whole or not at all.
+// A file that appears whole or not at all, and what is said beside it.
 #ifndef CLI_OUTPUT_FILE_H_
 #define CLI_OUTPUT_FILE_H_
 
+#include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <string>
 
 namespace qrv::cli {
+
+// Writes to standard error, only when that is a terminal and after the first second. The line is
+// wiped at the end.
+class Progress {
+ public:
+  explicit Progress(std::string what);
+  ~Progress();
+  Progress(const Progress&) = delete;
+  Progress& operator=(const Progress&) = delete;
+
+  void Show(int64_t done, int64_t total);
+
+ private:
+  using Clock = std::chrono::steady_clock;
+
+  std::string what_;
+  bool wanted_;
+  bool shown_ = false;
+  Clock::time_point next_;  // when to show it
+};
 
 // Bytes go to a file in the target's folder that takes the target's name in Commit. Until then the
 // old file stays as it is; without Commit nothing is left of the new one, also when a signal ends
@@ -20,27 +42,30 @@ class OutputFile {
   OutputFile(const OutputFile&) = delete;
   OutputFile& operator=(const OutputFile&) = delete;
 
-  // False when the bytes can't be written; what is written afterwards is lost too. `bytes` may be
-  // null when `length` is 0.
-  bool Write(const void* bytes, size_t length) noexcept;
+  // Throws Failure when the bytes can't be written. `bytes` may be null when `length` is 0.
+  void Write(const void* bytes, size_t length);
 
   // Throws Failure when anything written could not be stored.
   void Commit();
 
-  // Throws what Commit would, for a writer that has seen Write fail.
-  [[noreturn]] void Fail() const;
+  // How much of all that is to be written has been, for a person who waits.
+  void ShowProgress(int64_t done, int64_t total) { progress_.Show(done, total); }
 
  private:
-  void OpenPending();
-  int OpenDirectly() const;
-  void Close() noexcept;
+  [[noreturn]] void Fail(int error) const;
+  int Open();
+  int OpenPending();
+  int Close() noexcept;
 
   std::string shownPath_;   // as the user wrote it
   std::string path_;        // with links resolved
   bool isPending_ = false;  // else written directly
   FILE* file_ = nullptr;
-  int error_ = 0;  // the first errno
+  Progress progress_;
 };
+
+// Where to report on a file: standard output, or standard error when the file itself goes there.
+FILE* ReportStream(const std::string& output);
 
 }  // namespace qrv::cli
 

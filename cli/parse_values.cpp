@@ -21,13 +21,9 @@ bool ParseList(std::string_view text, char separator, int32_t* numbers, size_t c
   for (size_t index = 0; index < count; ++index) {
     const bool last = index + 1 == count;
     const size_t length = last ? text.size() : text.find(separator);
-    if (length == std::string_view::npos) {
-      return false;
-    }
+    if (length == std::string_view::npos) return false;
     const std::optional<int32_t> number = ParseInteger(text.substr(0, length));
-    if (!number) {
-      return false;
-    }
+    if (!number) return false;
     numbers[index] = *number;
     text.remove_prefix(last ? length : length + 1);
   }

@@ -8,8 +8,6 @@
 #include <string.h>
 #include <unistd.h>
 
-#include <new>
-
 namespace qrv::cli {
 
 namespace {
@@ -23,9 +21,7 @@ char pendingPath[PATH_MAX];
 int namelessFile = -1;
 
 void RemoveAndEnd(int signal) {
-  if (pendingPath[0] != '\0') {
-    unlink(pendingPath);
-  }
+  if (pendingPath[0] != '\0') unlink(pendingPath);
   raise(signal);  // its default action is back, and takes effect when this handler returns
 }
 
@@ -35,9 +31,7 @@ class SignalsBlocked {
   SignalsBlocked() {
     sigset_t signals;
     sigemptyset(&signals);
-    for (const int signal : kEndingSignals) {
-      sigaddset(&signals, signal);
-    }
+    for (const int signal : kEndingSignals) sigaddset(&signals, signal);
     sigprocmask(SIG_BLOCK, &signals, &before_);
   }
   ~SignalsBlocked() {
@@ -66,9 +60,7 @@ void HandleSignals() {
 
 void CloseNameless() {
   const int error = errno;
-  if (namelessFile >= 0) {
-    close(namelessFile);
-  }
+  if (namelessFile >= 0) close(namelessFile);
   namelessFile = -1;
   errno = error;
 }
@@ -92,9 +84,7 @@ int TakeTemporaryName(const char* path, Make make) {
       memcpy(pendingPath, name, sizeof name);
       return result;
     }
-    if (errno != EEXIST) {
-      return -1;
-    }
+    if (errno != EEXIST) return -1;
   }
   return -1;
 }
@@ -112,9 +102,7 @@ int CreateNameless(const char* target) {
   const char* const slash = strrchr(target, '/');
   const std::string folder = slash == nullptr ? "." : std::string(target, slash + 1);
   const int descriptor = open(folder.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0666);
-  if (descriptor < 0) {
-    return -1;
-  }
+  if (descriptor < 0) return -1;
   namelessFile = fcntl(descriptor, F_DUPFD_CLOEXEC, 0);
   if (namelessFile < 0 || access(DescriptorPath(namelessFile).path, F_OK) != 0) {
     close(descriptor);
@@ -128,9 +116,7 @@ int CreateNamed(const char* target) {
   const int descriptor = TakeTemporaryName(target, [](const char* name) {
     return open(name, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
   });
-  if (descriptor >= 0) {
-    HandleSignals();
-  }
+  if (descriptor >= 0) HandleSignals();
   return descriptor;
 }
 
@@ -144,38 +130,29 @@ bool NameFile(const char* target) {
 }
 
 bool Place(const char* target) {
-  if (namelessFile >= 0 && !NameFile(target)) {
-    return false;
-  }
+  if (namelessFile >= 0 && !NameFile(target)) return false;
   return pendingPath[0] == '\0' || rename(pendingPath, target) == 0;
 }
 
 // What is left of a pending file that found no place.
 void Discard() {
   const int error = errno;
-  if (pendingPath[0] != '\0') {
-    unlink(pendingPath);
-  }
+  if (pendingPath[0] != '\0') unlink(pendingPath);
   errno = error;
 }
 
 }  // namespace
 
-int CreatePendingFile(const std::string& target) noexcept try {
+int CreatePendingFile(const std::string& target) {
   const SignalsBlocked blocked;
   const int descriptor = CreateNameless(target.c_str());
   return descriptor >= 0 ? descriptor : CreateNamed(target.c_str());
-} catch (const std::bad_alloc&) {
-  errno = ENOMEM;
-  return -1;
 }
 
 bool SettlePendingFile(const char* target) noexcept {
   const SignalsBlocked blocked;
   const bool isPlaced = target != nullptr && Place(target);
-  if (!isPlaced) {
-    Discard();
-  }
+  if (!isPlaced) Discard();
   pendingPath[0] = '\0';
   CloseNameless();
   return isPlaced || target == nullptr;

@@ -12,7 +12,7 @@ namespace qrv::cli {
 
 // Creates the pending file, one at a time, in the folder of `target`, which is to become its name.
 // A descriptor, or -1 and errno.
-int CreatePendingFile(const std::string& target) noexcept;
+int CreatePendingFile(const std::string& target);
 
 // Gives the pending file its name, in place of a file that has it, or removes it when `target` is
 // null. Whatever becomes of it, it is no longer pending. False and errno when it can't have the

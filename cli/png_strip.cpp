@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <memory>
 #include <new>
 
 namespace qrv::cli {
@@ -18,7 +19,7 @@ enum Filter : uint8_t { kNone = 0, kAverage = 3 };
 // How a strip is stored. Measured at 3840 x 2160: of photographs the average filter leaves noise in
 // which the only matches worth having are runs, and looking for others takes twice as long for a
 // larger file; of windows and text unfiltered bytes repeat themselves most.
-struct Method {
+struct Encoding {
   Filter filter;
   int level;
   int strategy;
@@ -38,9 +39,7 @@ class Pixels {
     Bytes rgba(static_cast<size_t>(rows.width) * 4);
     for (int32_t y = std::max(first - 1, 0); y < end; ++y) {
       rows.read(y, rgba.data());
-      if (!rows.hasTransparency) {
-        PackRgb(rgba.data(), rows.width);
-      }
+      if (!rows.hasTransparency) PackRgb(rgba.data(), rows.width);
       memcpy(bytes_.data() + static_cast<size_t>(y - first + 1) * rowBytes_, rgba.data(),
              rowBytes_);
     }
@@ -73,19 +72,15 @@ bool IsFlat(const Pixels& pixels) {
   return alike * 2 >= seen;
 }
 
-Method ChooseMethod(const Pixels& pixels, std::optional<int> compression) {
+Encoding ChooseEncoding(const Pixels& pixels, std::optional<int> compression) {
   const int level = compression.value_or(kDefaultLevel);
-  if (level == 0 || IsFlat(pixels)) {
-    return {kNone, level, Z_DEFAULT_STRATEGY};
-  }
+  if (level == 0 || IsFlat(pixels)) return {kNone, level, Z_DEFAULT_STRATEGY};
   return {kAverage, level, Z_RLE};
 }
 
 void FilterAverage(const uint8_t* row, const uint8_t* above, size_t rowBytes, size_t pixelBytes,
                    uint8_t* filtered) {
-  for (size_t i = 0; i < pixelBytes; ++i) {
-    filtered[i] = static_cast<uint8_t>(row[i] - above[i] / 2);
-  }
+  for (size_t i = 0; i < pixelBytes; ++i) filtered[i] = static_cast<uint8_t>(row[i] - above[i] / 2);
   for (size_t i = pixelBytes; i < rowBytes; ++i) {
     filtered[i] = static_cast<uint8_t>(row[i] - (row[i - pixelBytes] + above[i]) / 2);
   }
@@ -108,29 +103,23 @@ Bytes FilterRows(const Pixels& pixels, Filter filter) {
   return filtered;
 }
 
-Bytes Deflate(Bytes& filtered, const Method& method, bool isLast) {
+Bytes Deflate(Bytes& filtered, const Encoding& encoding, bool isLast) {
   constexpr int kRawDeflate = -15;  // no header, a window of 32 KiB
   constexpr int kMostMemory = 9;
   constexpr size_t kFlushBytes = 16;  // of an empty block and the bits before it
   z_stream stream = {};
-  if (deflateInit2(&stream, method.level, Z_DEFLATED, kRawDeflate, kMostMemory, method.strategy) !=
-      Z_OK) {
+  if (deflateInit2(&stream, encoding.level, Z_DEFLATED, kRawDeflate, kMostMemory,
+                   encoding.strategy) != Z_OK) {
     throw std::bad_alloc();
   }
-  Bytes compressed;
-  try {
-    compressed.resize(deflateBound(&stream, static_cast<uLong>(filtered.size())) + kFlushBytes);
-  } catch (...) {
-    deflateEnd(&stream);
-    throw;
-  }
+  const std::unique_ptr<z_stream, decltype(&deflateEnd)> end(&stream, deflateEnd);
+  Bytes compressed(deflateBound(&stream, static_cast<uLong>(filtered.size())) + kFlushBytes);
   stream.next_in = filtered.data();
   stream.avail_in = static_cast<uInt>(filtered.size());
   stream.next_out = compressed.data();
   stream.avail_out = static_cast<uInt>(compressed.size());
   deflate(&stream, isLast ? Z_FINISH : Z_SYNC_FLUSH);
   compressed.resize(compressed.size() - stream.avail_out);
-  deflateEnd(&stream);
   return compressed;
 }
 
@@ -139,10 +128,10 @@ Bytes Deflate(Bytes& filtered, const Method& method, bool isLast) {
 PngStrip MakePngStrip(const Rows& rows, int32_t first, int32_t end,
                       std::optional<int> compression) {
   const Pixels pixels(rows, first, end);
-  const Method method = ChooseMethod(pixels, compression);
-  Bytes filtered = FilterRows(pixels, method.filter);
+  const Encoding encoding = ChooseEncoding(pixels, compression);
+  Bytes filtered = FilterRows(pixels, encoding.filter);
   const uLong sum = adler32(1, filtered.data(), static_cast<uInt>(filtered.size()));
-  return {Deflate(filtered, method, end == rows.height), static_cast<uint32_t>(sum),
+  return {Deflate(filtered, encoding, end == rows.height), static_cast<uint32_t>(sum),
           filtered.size()};
 }
 

@@ -7,7 +7,7 @@
 #include <optional>
 #include <vector>
 
-#include "cli/rows.h"
+#include "cli/image_file.h"
 
 namespace qrv::cli {
 

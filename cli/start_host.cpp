@@ -22,9 +22,7 @@ std::string DefaultPlugin() {
   const fs::path beside = folder / "ScreenshotQRV.so";
   for (const fs::path& candidate :
        {beside, (folder / kPluginFromProgram).lexically_normal(), fs::path(kInstalledPlugin)}) {
-    if (fs::exists(candidate, error)) {
-      return candidate.string();
-    }
+    if (fs::exists(candidate, error)) return candidate.string();
   }
   throw Failure(kCouldNotReadOrWrite, "The plug-in is neither at " + beside.string() + " nor at " +
                                           kInstalledPlugin + ". Name it with --plugin.");
@@ -43,11 +41,7 @@ std::unique_ptr<runtime::Host> StartHost(const Arguments& arguments) {
 }
 
 void RequireMethod(const runtime::Host& host, std::string_view declaration) {
-  for (const runtime::RegisteredMethod& method : host.Methods()) {
-    if (method.declaration == declaration) {
-      return;
-    }
-  }
+  if (host.Offers(declaration)) return;
   throw Failure(kNothingCaptured, "This plug-in does not offer \"" + std::string(declaration) +
                                       "\". `qrvshot methods` lists what it offers.");
 }

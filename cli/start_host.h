@@ -4,6 +4,7 @@
 
 #include <memory>
 #include <string_view>
+#include <utility>
 
 #include "cli/arguments.h"
 #include "runtime/host.h"
@@ -13,9 +14,6 @@ namespace qrv::cli {
 // Loads the plug-in that the arguments name, else the one beside this program, else the installed
 // one. Throws Failure.
 std::unique_ptr<runtime::Host> StartHost(const Arguments& arguments);
-
-// Throws Failure when the plug-in has not registered the method with that declaration.
-void RequireMethod(const runtime::Host& host, std::string_view declaration);
 
 // A picture or string of a host, given back to it at the end.
 template <typename Record>
@@ -32,6 +30,17 @@ class Owned {
   runtime::Host& host_;
   Record* record_;
 };
+
+// Throws Failure when the plug-in has not registered the method with that declaration.
+void RequireMethod(const runtime::Host& host, std::string_view declaration);
+
+// Calls the method. Throws Failure when the plug-in has not registered it.
+template <typename Record, typename... Parameters, typename... Arguments>
+Owned<Record> CallMethod(runtime::Host& host, const runtime::Method<Record*(Parameters...)>& method,
+                         Arguments&&... arguments) {
+  RequireMethod(host, method.declaration);
+  return Owned<Record>(host, host.Call(method, std::forward<Arguments>(arguments)...));
+}
 
 }  // namespace qrv::cli
 

@@ -27,23 +27,15 @@ Word BigEndian(uint32_t value) {
           static_cast<uint8_t>(value >> 8), static_cast<uint8_t>(value)};
 }
 
-void WriteOrFail(OutputFile& file, const void* bytes, size_t length) {
-  if (length > 0 && !file.Write(bytes, length)) {
-    file.Fail();
-  }
-}
-
 void WriteChunk(OutputFile& file, const char* type, const std::vector<uint8_t>& data) {
   constexpr size_t kTypeLength = 4;
   const auto* typeBytes = reinterpret_cast<const Bytef*>(type);
   uLong sum = crc32(0, typeBytes, kTypeLength);
-  if (!data.empty()) {
-    sum = crc32(sum, data.data(), static_cast<uInt>(data.size()));
-  }
-  WriteOrFail(file, BigEndian(static_cast<uint32_t>(data.size())).data(), sizeof(Word));
-  WriteOrFail(file, type, kTypeLength);
-  WriteOrFail(file, data.data(), data.size());
-  WriteOrFail(file, BigEndian(static_cast<uint32_t>(sum)).data(), sizeof(Word));
+  if (!data.empty()) sum = crc32(sum, data.data(), static_cast<uInt>(data.size()));
+  file.Write(BigEndian(static_cast<uint32_t>(data.size())).data(), sizeof(Word));
+  file.Write(type, kTypeLength);
+  file.Write(data.data(), data.size());
+  file.Write(BigEndian(static_cast<uint32_t>(sum)).data(), sizeof(Word));
 }
 
 void WriteHeader(OutputFile& file, const Rows& rows) {
@@ -51,7 +43,7 @@ void WriteHeader(OutputFile& file, const Rows& rows) {
   constexpr uint8_t kBitsPerSample = 8;
   constexpr uint8_t kRgb = 2;
   constexpr uint8_t kRgba = 6;
-  WriteOrFail(file, kSignature, sizeof kSignature - 1);
+  file.Write(kSignature, sizeof kSignature - 1);
   const Word width = BigEndian(static_cast<uint32_t>(rows.width));
   const Word height = BigEndian(static_cast<uint32_t>(rows.height));
   std::vector<uint8_t> header(width.begin(), width.end());
@@ -70,9 +62,7 @@ class StripMaker {
         compression_(compression),
         stripRows_(static_cast<int32_t>(std::max<int64_t>(kStripPixels / rows.width, 1))) {
     const unsigned ahead = std::max(std::thread::hardware_concurrency(), 1U) + 1;
-    while (pending_.size() < ahead && started_ < rows_.height) {
-      StartNext();
-    }
+    while (pending_.size() < ahead && started_ < rows_.height) StartNext();
   }
 
   bool IsDone() const { return pending_.empty(); }
@@ -80,9 +70,7 @@ class StripMaker {
   PngStrip Take() {
     PngStrip strip = pending_.front().get();
     pending_.pop_front();
-    if (started_ < rows_.height) {
-      StartNext();
-    }
+    if (started_ < rows_.height) StartNext();
     return strip;
   }
 
@@ -104,8 +92,7 @@ class StripMaker {
 };
 
 // One zlib stream over all strips, in one chunk a strip.
-void WriteStrips(OutputFile& file, const Rows& rows, std::optional<int> compression,
-                 Progress& progress) {
+void WriteStrips(OutputFile& file, const Rows& rows, std::optional<int> compression) {
   constexpr uint8_t kZlibHeader[] = {0x78, 0x01};
   StripMaker strips(rows, compression);
   uLong sum = 1;
@@ -115,25 +102,22 @@ void WriteStrips(OutputFile& file, const Rows& rows, std::optional<int> compress
     PngStrip strip = strips.Take();
     std::vector<uint8_t>& data = strip.compressed;
     sum = adler32_combine(sum, strip.adler32, static_cast<z_off_t>(strip.length));
-    if (isFirst) {
-      data.insert(data.begin(), std::begin(kZlibHeader), std::end(kZlibHeader));
-    }
+    if (isFirst) data.insert(data.begin(), std::begin(kZlibHeader), std::end(kZlibHeader));
     if (strips.IsDone()) {
       const Word ending = BigEndian(static_cast<uint32_t>(sum));
       data.insert(data.end(), ending.begin(), ending.end());
     }
     WriteChunk(file, "IDAT", data);
     done += static_cast<int64_t>(strip.length);
-    progress.Reach(done / rowLength);
+    file.ShowProgress(done, rowLength * rows.height);
   }
 }
 
 }  // namespace
 
-void WritePng(const Rows& rows, std::optional<int> compression, OutputFile& file,
-              Progress& progress) {
+void WritePng(const Rows& rows, std::optional<int> compression, OutputFile& file) {
   WriteHeader(file, rows);
-  WriteStrips(file, rows, compression, progress);
+  WriteStrips(file, rows, compression);
   WriteChunk(file, "IEND", {});
 }
 

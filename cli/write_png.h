@@ -4,16 +4,14 @@
 
 #include <optional>
 
+#include "cli/image_file.h"
 #include "cli/output_file.h"
-#include "cli/progress.h"
-#include "cli/rows.h"
 
 namespace qrv::cli {
 
 // Writes the rows as 8-bit RGB, or RGBA when they have transparency. `compression` is 0 (none) to 9
 // (smallest file); nothing: what suits screenshots. Throws Failure.
-void WritePng(const Rows& rows, std::optional<int> compression, OutputFile& file,
-              Progress& progress);
+void WritePng(const Rows& rows, std::optional<int> compression, OutputFile& file);
 
 }  // namespace qrv::cli
 

@@ -1,19 +1,20 @@
 #include "plugin/method_table.h"
 
-#include "capture/methods.h"
+#include "plugin/capture/methods.h"
 
 namespace {
 
-constexpr uint32_t kStoredFlag = 0x40000;
-constexpr uint32_t kSecondStoredFlag = 0x80000;
-constexpr uint32_t kStoredFlags = 0x1C0000;
-constexpr uint32_t kAdaptedFlag = 0x4;
-constexpr uint32_t kSecondAdaptedFlag = 0x8;
+// Bits 18 to 20 are the table's own. Two of them stand for a bit that newer hosts know.
+constexpr uint32_t kTableBits = 0x1C0000;
+constexpr uint32_t kTableBit18 = 0x40000;
+constexpr uint32_t kTableBit19 = 0x80000;
+constexpr uint32_t kHostBit2 = 0x4;
+constexpr uint32_t kHostBit3 = 0x8;
 
 }  // namespace
 
 #define QRV_METHOD(function, declaration) \
-  { reinterpret_cast<void*>(function), nullptr, declaration, kStoredFlag, 0, nullptr }
+  { reinterpret_cast<void*>(function), nullptr, declaration, kTableBit18, 0, nullptr }
 
 REALmethodDefinition globalMethods[7] = {
     QRV_METHOD(ScreenshotDisplayQRV, "ScreenshotDisplayQRV(index as integer) as picture"),
@@ -37,8 +38,8 @@ REALmethodDefinition globalMethods[7] = {
 
 uint32_t AdaptMethodFlags(uint32_t flags, double hostVersion) {
   if (hostVersion >= 2010.029) {
-    if ((flags & kStoredFlag) != 0) flags |= kAdaptedFlag;
-    if ((flags & kSecondStoredFlag) != 0) flags |= kSecondAdaptedFlag;
+    if ((flags & kTableBit18) != 0) flags |= kHostBit2;
+    if ((flags & kTableBit19) != 0) flags |= kHostBit3;
   }
-  return flags & ~kStoredFlags;
+  return flags & ~kTableBits;
 }

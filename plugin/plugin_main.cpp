@@ -1,6 +1,6 @@
 // The entry point that the host calls once, after it has loaded the plug-in and before any method.
 
-#include "host/bridge.h"
+#include "plugin/host/bridge.h"
 #include "plugin/method_table.h"
 
 namespace {
@@ -21,6 +21,7 @@ int32_t InterfaceVersion(double hostVersion) {
 }  // namespace
 
 extern "C" __attribute__((visibility("default"))) void REALPluginMain(REALresolver resolver) {
+  if (resolver == nullptr) return;
   gResolver = resolver;
   const auto registerVersion =
       reinterpret_cast<void (*)(int32_t)>(resolver("RegisterPluginVersion"));

@@ -1,10 +1,10 @@
-#include "runtime/classes.h"
+// The host language's classes, their instances, and the methods that a plug-in finds by
+// declaration.
 
 #include <string.h>
 
-#include "runtime/graphics.h"
+#include "runtime/entry_points.h"
 #include "runtime/pictures.h"
-#include "runtime/string_services.h"
 
 namespace qrv::runtime {
 
@@ -33,25 +33,20 @@ constexpr char kLenB[] = "LenB( s as string ) as integer";
 void* ReferenceTo(const char* name) { return const_cast<char*>(name); }
 
 void ConstructPicture(REALobjectStruct* instance, int width, int height) noexcept {
-  HostState* host = CurrentHost();
-  if (host == nullptr) {
-    return;
-  }
-  auto* picture = IsAlive(*host, instance) ? dynamic_cast<REALpictureStruct*>(instance) : nullptr;
-  if (picture == nullptr) {
+  HostState* host = HostOf(instance);
+  if (host == nullptr) return;
+  if (auto* picture = dynamic_cast<REALpictureStruct*>(instance)) {
+    GivePixels(*host, *picture, width, height);
+  } else {
     ++host->ledger.violations;
-    return;
   }
-  GivePixels(*host, *picture, width, height);
 }
 
 }  // namespace
 
 void* GetClassRef(const char* name) noexcept {
   const HostState* host = CurrentHost();
-  if (host == nullptr || name == nullptr) {
-    return nullptr;
-  }
+  if (host == nullptr || name == nullptr) return nullptr;
   for (const ApplicationClass& known : kApplicationClasses) {
     if (known.application == host->options.application && strcmp(known.name, name) == 0) {
       return ReferenceTo(known.name);
@@ -65,18 +60,11 @@ REALobjectStruct* NewInstance(const char* className) noexcept {
   if (host == nullptr || className == nullptr || strcmp(className, kPictureClass) != 0) {
     return nullptr;
   }
-  return UnlessOutOfMemory<REALobjectStruct*>(nullptr, [=] { return MakeEmptyPicture(*host); });
+  return Guarded([=] { return MakeEmptyPicture(*host); });
 }
 
 void* LoadObjectMethod(REALobjectStruct* object, const char* declaration) noexcept {
-  HostState* host = CurrentHost();
-  if (host == nullptr) {
-    return nullptr;
-  }
-  if (!IsAlive(*host, object)) {
-    ++host->ledger.violations;
-    return nullptr;
-  }
+  if (HostOf(object) == nullptr) return nullptr;
   const bool isPicture = dynamic_cast<REALpictureStruct*>(object) != nullptr;
   if (isPicture && strcmp(declaration, kPictureConstructor) == 0) {
     return reinterpret_cast<void*>(ConstructPicture);

@@ -2,12 +2,7 @@
 
 #include <string_view>
 
-#include "runtime/classes.h"
-#include "runtime/objects.h"
-#include "runtime/picture_services.h"
-#include "runtime/registration.h"
-#include "runtime/state.h"
-#include "runtime/string_services.h"
+#include "runtime/host_state.h"
 
 namespace qrv::runtime {
 
@@ -53,9 +48,7 @@ const EntryPoint* Find(std::string_view name) {
       {"REALLoadObjectMethod", Address(LoadObjectMethod)},
   };
   for (const EntryPoint& entry : kEntryPoints) {
-    if (entry.name == name) {
-      return &entry;
-    }
+    if (entry.name == name) return &entry;
   }
   return nullptr;
 }
@@ -69,11 +62,30 @@ void* ResolveEntryPoint(const char* name) noexcept {
     return nullptr;
   }
   const EntryPoint* entry = Find(name);
-  if (entry == nullptr || (entry->since > 0.0 && IsOlderThan(*host, entry->since))) {
-    return nullptr;
-  }
+  if (entry == nullptr || (entry->since > 0.0 && IsOlderThan(*host, entry->since))) return nullptr;
   const bool statesVersion = host->options.version.has_value();
   return entry->name == "REALGetRBVersion" && !statesVersion ? nullptr : entry->address;
+}
+
+double GetRBVersion() noexcept {
+  const HostState* host = CurrentHost();
+  return host == nullptr ? 0.0 : host->options.version.value_or(0.0);
+}
+
+void RegisterPluginVersion(int code) noexcept {
+  if (HostState* host = CurrentHost()) host->interfaceVersion = code;
+}
+
+void RegisterMethod(REALmethodDefinition* definition) noexcept {
+  HostState* host = CurrentHost();
+  if (host == nullptr) return;
+  if (definition == nullptr || definition->declaration == nullptr) {
+    ++host->ledger.violations;
+    return;
+  }
+  Guarded([=] {
+    host->methods.push_back({definition->function, definition->declaration, definition->flags});
+  });
 }
 
 }  // namespace qrv::runtime

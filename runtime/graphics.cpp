@@ -1,14 +1,23 @@
-#include "runtime/graphics.h"
+// The object that draws into a desktop application's picture.
 
 #include <string.h>
 
 #include <algorithm>
+
+#include "runtime/entry_points.h"
+#include "runtime/pictures.h"
 
 namespace qrv::runtime {
 
 namespace {
 
 constexpr int kWholeImage = -10000;
+
+struct Graphics : REALobjectStruct {
+  void LetGoOfOthers(HostState& host) override { LetGo(host, target); }
+
+  REALpictureStruct* target = nullptr;  // kept
+};
 
 // One axis of a drawing: where it goes, where it comes from, in pixels.
 struct Span {
@@ -28,9 +37,7 @@ void DrawRow(const uint8_t* source, int32_t sourceWidth, uint8_t* target, int32_
   const int64_t end = std::min<int64_t>(span.start + span.length, targetWidth);
   for (int64_t x = std::max<int64_t>(span.start, 0); x < end; ++x) {
     const int64_t sourceX = span.Source(x);
-    if (sourceX >= 0 && sourceX < sourceWidth) {
-      memcpy(target + x * 4, source + sourceX * 4, 4);
-    }
+    if (sourceX >= 0 && sourceX < sourceWidth) memcpy(target + x * 4, source + sourceX * 4, 4);
   }
 }
 
@@ -48,28 +55,23 @@ void Draw(const REALpictureStruct& image, const REALpictureStruct& target, const
 
 }  // namespace
 
-REALobjectStruct* MakeGraphics(HostState& host, REALpictureStruct& target) {
-  auto* graphics = static_cast<Graphics*>(Admit(host, std::make_unique<Graphics>()));
-  graphics->target = &target;
-  Keep(&target);
-  AddReference(host, graphics);
-  return graphics;
+REALobjectStruct* GetPictureGraphics(REALpictureStruct* picture) noexcept {
+  HostState* host = HostOf(picture);
+  if (host == nullptr || !picture->bitmap) return nullptr;
+  return Guarded([=] {
+    auto* graphics = static_cast<Graphics*>(Admit(*host, std::make_unique<Graphics>()));
+    graphics->target = picture;
+    Keep(picture);
+    AddReference(*host, graphics);
+    return graphics;
+  });
 }
 
 void DrawPicture(REALobjectStruct* graphics, REALpictureStruct* image, int x, int y, int width,
                  int height, int sourceX, int sourceY, int sourceWidth, int sourceHeight) noexcept {
-  HostState* host = CurrentHost();
-  if (host == nullptr) {
-    return;
-  }
-  if (!IsAlive(*host, graphics) || !IsAlive(*host, image)) {
-    ++host->ledger.violations;
-    return;
-  }
+  if (HostOf(graphics) == nullptr || HostOf(image) == nullptr) return;
   const auto* drawer = dynamic_cast<const Graphics*>(graphics);
-  if (drawer == nullptr || !image->HasPixels()) {
-    return;
-  }
+  if (drawer == nullptr || !image->HasPixels()) return;
   const Span columns = {x, width, sourceX, sourceWidth == kWholeImage ? image->width : sourceWidth};
   const Span rows = {y, height, sourceY,
                      sourceHeight == kWholeImage ? image->height : sourceHeight};

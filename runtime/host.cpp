@@ -5,9 +5,8 @@
 #include <utility>
 
 #include "runtime/entry_points.h"
-#include "runtime/load_plugin.h"
+#include "runtime/host_state.h"
 #include "runtime/pictures.h"
-#include "runtime/state.h"
 #include "runtime/strings.h"
 
 namespace qrv::runtime {
@@ -22,42 +21,25 @@ HostState* CurrentHost() { return currentHost; }
 
 Host::Host(HostOptions options) : state_(std::make_unique<HostState>()) {
   state_->options = std::move(options);
+  if (state_->options.missing.contains("REALGetRBVersion")) state_->options.version.reset();
   currentHost = state_.get();
 }
 
 Host::~Host() {
-  if (currentHost == state_.get()) {
-    currentHost = nullptr;
-  }
-  for (REALobjectStruct* object : state_->objects) {
-    delete object;
-  }
-  for (REALstringStruct* string : state_->strings) {
-    DestroyString(string);
-  }
-  for (char* data : state_->stringData) {
-    free(data);
-  }
+  if (currentHost == state_.get()) currentHost = nullptr;
+  for (REALobjectStruct* object : state_->objects) delete object;
+  for (REALstringStruct* string : state_->strings) DestroyString(string);
+  for (char* data : state_->stringData) free(data);
 }
 
-bool Host::LoadPlugin(const std::string& path, std::string& error) {
-  const PluginMain pluginMain = runtime::LoadPlugin(path, error);
-  if (pluginMain == nullptr) {
-    return false;
-  }
-  StartPlugin(pluginMain);
-  return true;
-}
-
-void Host::StartPlugin(void (*pluginMain)(REALresolver)) { pluginMain(ResolveEntryPoint); }
+void Host::StartPlugin(PluginMain pluginMain) { pluginMain(ResolveEntryPoint); }
 
 int Host::InterfaceVersion() const { return state_->interfaceVersion; }
 
 const std::vector<RegisteredMethod>& Host::Methods() const { return state_->methods; }
 
 REALstringStruct* Host::NewString(std::string_view bytes, uint32_t encoding) {
-  return UnlessOutOfMemory<REALstringStruct*>(nullptr,
-                                              [&] { return MakeString(*state_, bytes, encoding); });
+  return Guarded([&] { return MakeString(*state_, bytes, encoding); });
 }
 
 std::string_view Host::Bytes(const REALstringStruct* string) {
@@ -78,19 +60,15 @@ long Host::References(const REALpictureStruct* picture) {
 }
 
 void Host::Release(REALstringStruct* string) {
-  if (string != nullptr) {
-    DropReference(*state_, string);
-  }
+  if (string != nullptr) DropReference(*state_, string);
 }
 
 void Host::Release(REALpictureStruct* picture) {
-  if (picture != nullptr) {
-    DropReference(*state_, picture);
-  }
+  if (picture != nullptr) DropReference(*state_, picture);
 }
 
 Image Host::Read(const REALpictureStruct* picture) {
-  return UnlessOutOfMemory(Image{}, [=] {
+  return Guarded([=] {
     Image image{Width(picture), Height(picture), {}};
     const size_t rowLength = static_cast<size_t>(image.width) * 4;
     image.rgba.resize(rowLength * static_cast<size_t>(image.height));
@@ -123,11 +101,9 @@ REALpictureStruct* Host::Mask(const REALpictureStruct* picture) {
 
 const Ledger& Host::Outstanding() const { return state_->ledger; }
 
-void* Host::Find(std::string_view declaration) const {
+void* Host::FindMethod(std::string_view declaration) const {
   for (const RegisteredMethod& method : state_->methods) {
-    if (method.declaration == declaration) {
-      return method.function;
-    }
+    if (method.declaration == declaration) return method.function;
   }
   return nullptr;
 }

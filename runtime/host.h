@@ -4,17 +4,23 @@
 #ifndef RUNTIME_HOST_H_
 #define RUNTIME_HOST_H_
 
+#include <concepts>
 #include <cstdint>
 #include <memory>
 #include <optional>
 #include <set>
 #include <string>
 #include <string_view>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
-#include "host/host_types.h"
+#include "plugin/host/host_types.h"
+#include "runtime/methods.h"
 
 namespace qrv::runtime {
+
+constexpr int32_t kMaximumPictureSide = 32767;  // pixels
 
 // Which program the host pretends to run. Desktop programs keep pictures as bitmap contexts,
 // console and web programs as console images.
@@ -27,13 +33,16 @@ struct HostOptions {
   // The alpha info of a desktop program's pictures: 1, 2, 5 or 6. Unset: 2 with an alpha channel,
   // else 6.
   std::optional<uint32_t> bitmapAlphaInfo;
-  // Entry points that this host lacks, by the names that a plug-in asks for. A host older than
-  // 2013.0 lacks "PluginGetStringData" and "PluginDisposeStringData" of itself.
+  // Entry points that this host lacks, by the names that a plug-in asks for; it may lack any. A
+  // host older than 2013.0 lacks "PluginGetStringData" and "PluginDisposeStringData" of itself. A
+  // plug-in keeps what it has found, so nothing that an earlier host of the process had can be
+  // lacking.
   std::set<std::string, std::less<>> missing;
 };
 
 // What the host has handed out and not got back. All zero between calls, apart from the
-// references that the test or program itself holds.
+// references that the test or program itself holds. What a host can't be given back, because it
+// lacks the entry point, it doesn't count.
 struct Ledger {
   long objects = 0;            // objects alive: pictures, masks that belong to pictures, graphics
   long strings = 0;            // strings alive
@@ -65,27 +74,35 @@ struct HostState;
 
 class Host {
  public:
+  using PluginMain = void (*)(REALresolver);
+
   explicit Host(HostOptions options);
   ~Host();
   Host(const Host&) = delete;
   Host& operator=(const Host&) = delete;
 
-  // Loads the plug-in at `path` and starts it. On failure false, and `error` says what and why.
+  // Loads the plug-in in that file, which is never searched for in library folders, and starts it.
+  // On failure false, and `error` names the file and says why: not found, not a plug-in, or what
+  // the loader reports.
   bool LoadPlugin(const std::string& path, std::string& error);
   // Starts a plug-in that is linked into this program.
-  void StartPlugin(void (*pluginMain)(REALresolver));
+  void StartPlugin(PluginMain pluginMain);
 
   // The interface version code that the plug-in reported; 0 when it reported none.
   int InterfaceVersion() const;
   const std::vector<RegisteredMethod>& Methods() const;
+  bool Offers(std::string_view declaration) const { return FindMethod(declaration) != nullptr; }
 
-  // Calls the method with exactly that declaration. The result carries one reference, which the
-  // caller gives back with Release. Nil when the method is not registered.
-  template <typename Result, typename... Arguments>
-  Result Call(std::string_view declaration, Arguments... arguments) const {
-    void* function = Find(declaration);
+  // Calls the method, with arguments of exactly its types. The result carries one reference, which
+  // the caller gives back with Release. Nil when the method is not registered.
+  template <typename Result, typename... Parameters, typename... Arguments>
+  Result Call(const Method<Result(Parameters...)>& method, Arguments&&... arguments) const {
+    static_assert(
+        (std::same_as<std::remove_reference_t<Parameters>, std::decay_t<Arguments>> && ...));
+    void* function = FindMethod(method.declaration);
     return function == nullptr ? Result{}
-                               : reinterpret_cast<Result (*)(Arguments...)>(function)(arguments...);
+                               : reinterpret_cast<Result (*)(Parameters...)>(function)(
+                                     std::forward<Arguments>(arguments)...);
   }
 
   // A new string with one reference; `encoding` is the host's code.
@@ -111,7 +128,7 @@ class Host {
   const Ledger& Outstanding() const;
 
  private:
-  void* Find(std::string_view declaration) const;
+  void* FindMethod(std::string_view declaration) const;
 
   std::unique_ptr<HostState> state_;
 };

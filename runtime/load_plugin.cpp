@@ -1,4 +1,4 @@
-#include "runtime/load_plugin.h"
+// Loading a plug-in's library into this process, for good.
 
 #include <dlfcn.h>
 #include <errno.h>
@@ -8,44 +8,47 @@
 #include <fstream>
 #include <system_error>
 
-#include "platform/corefoundation/library_file.h"
+#include <QRV/Desktop.h>
+
+#include "runtime/host.h"
 
 namespace qrv::runtime {
 
-PluginMain LoadPlugin(const std::string& path, std::string& error) {
+bool Host::LoadPlugin(const std::string& path, std::string& error) {
   std::error_code reason;
   const std::filesystem::path file = std::filesystem::canonical(path, reason);
   if (reason) {
     const bool missing =
         reason == std::errc::no_such_file_or_directory || reason == std::errc::not_a_directory;
     error = path + (missing ? ": plug-in not found" : ": " + reason.message());
-    return nullptr;
+    return false;
   }
   if (!std::filesystem::is_regular_file(file, reason)) {
     error = path + ": not a plug-in: not a file";
-    return nullptr;
+    return false;
   }
   if (!std::ifstream(file, std::ios::binary)) {
     error = path + ": can't be read: " + strerror(errno);
-    return nullptr;
+    return false;
   }
-  if (!corefoundation::IsCompleteLibrary(file)) {
+  if (!IsWholeLibrary(file.c_str())) {
     error = path + ": not a plug-in: not a library for this machine, or only part of one";
-    return nullptr;
+    return false;
   }
   void* library = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
   if (library == nullptr) {
     const char* report = dlerror();
     error = path + ": can't be loaded: " + (report == nullptr ? "unknown reason" : report);
-    return nullptr;
+    return false;
   }
   void* entry = dlsym(library, "REALPluginMain");
   if (entry == nullptr) {
     error = path + ": not a plug-in: it has no REALPluginMain";
     dlclose(library);
-    return nullptr;
+    return false;
   }
-  return reinterpret_cast<PluginMain>(entry);
+  StartPlugin(reinterpret_cast<PluginMain>(entry));
+  return true;
 }
 
 }  // namespace qrv::runtime

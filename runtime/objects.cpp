@@ -1,13 +1,13 @@
 #include "runtime/objects.h"
 
+#include "runtime/entry_points.h"
+
 namespace qrv::runtime {
 
 namespace {
 
 void DestroyWhenUnused(HostState& host, REALobjectStruct* object) {
-  if (object->references > 0 || object->keepers > 0) {
-    return;
-  }
+  if (object->references > 0 || object->keepers > 0) return;
   object->LetGoOfOthers(host);
   host.objects.erase(object);
   --host.ledger.objects;
@@ -53,15 +53,12 @@ void LetGo(HostState& host, REALobjectStruct* object) {
 }
 
 void LockObject(REALobjectStruct* object) noexcept {
-  if (HostState* host = CurrentHost()) {
-    AddReference(*host, object);
-  }
+  HostState* host = CurrentHost();
+  if (host != nullptr && TakesBackBy("REALUnlockObject")) AddReference(*host, object);
 }
 
 void UnlockObject(REALobjectStruct* object) noexcept {
-  if (HostState* host = CurrentHost()) {
-    DropReference(*host, object);
-  }
+  if (HostState* host = CurrentHost()) DropReference(*host, object);
 }
 
 }  // namespace qrv::runtime

@@ -4,8 +4,8 @@
 
 #include <memory>
 
-#include "host/host_types.h"
-#include "runtime/state.h"
+#include "plugin/host/host_types.h"
+#include "runtime/host_state.h"
 
 // An object lives while somebody outside the host holds a reference or another object of the host
 // keeps it. A picture derives from it with no offset, so that its address is the object's too.
@@ -36,10 +36,6 @@ void DropReference(HostState& host, REALobjectStruct* object);
 
 void Keep(REALobjectStruct* object);
 void LetGo(HostState& host, REALobjectStruct* object);
-
-// Host entry points.
-void LockObject(REALobjectStruct* object) noexcept;
-void UnlockObject(REALobjectStruct* object) noexcept;
 
 }  // namespace qrv::runtime
 

@@ -1,6 +1,10 @@
 #include "runtime/pictures.h"
 
 #include <stdlib.h>
+#include <string.h>
+
+#include "platform/large_pages.h"
+#include "runtime/entry_points.h"
 
 namespace qrv::runtime {
 
@@ -37,9 +41,7 @@ constexpr BitmapLayout kBitmapLayouts[] = {
 
 RowReader ReaderOf(uint32_t alphaInfo) {
   for (const BitmapLayout& layout : kBitmapLayouts) {
-    if (layout.alphaInfo == alphaInfo) {
-      return layout.readRow;
-    }
+    if (layout.alphaInfo == alphaInfo) return layout.readRow;
   }
   return nullptr;
 }
@@ -54,28 +56,48 @@ bool GiveBitmap(const HostState& host, REALpictureStruct& picture, size_t width,
   picture.readRow = ReaderOf(alphaInfo);
   picture.rowBytes = (width * 4 + kRowAlignment - 1) / kRowAlignment * kRowAlignment;
   picture.memory.reset(static_cast<uint8_t*>(calloc(height, picture.rowBytes)));
-  if (picture.memory == nullptr || picture.readRow == nullptr) {
-    return false;
-  }
+  if (!picture.memory || picture.readRow == nullptr) return false;
   CGColorSpaceRef space = CGColorSpaceCreateDeviceRGB();
   picture.bitmap.reset(CGBitmapContextCreate(picture.memory.get(), width, height, 8,
                                              picture.rowBytes, space, alphaInfo));
-  if (space != nullptr) {
-    CGColorSpaceRelease(space);
-  }
+  if (space != nullptr) CGColorSpaceRelease(space);
   picture.hasAlpha = hasAlpha;
   return picture.bitmap != nullptr;
 }
 
+// A black, opaque image. Its rows are one zeroed block, not touched before somebody writes them.
 bool GiveConsoleImage(REALpictureStruct& picture, int32_t width, int32_t height) {
+  const auto rowLength = static_cast<size_t>(width);
+  const auto rowCount = static_cast<size_t>(height);
   picture.readRow = ReadRow<2, 1, 0, kOpaque>;
-  picture.image = MakeConsoleImage(width, height);
-  return picture.image != nullptr;
+  decltype(picture.image) image(static_cast<ConsoleImage*>(calloc(1, sizeof(ConsoleImage))));
+  if (!image) return false;
+  image->tpixels = static_cast<int32_t**>(calloc(rowCount, sizeof(int32_t*)));
+  if (image->tpixels == nullptr) return false;
+  image->tpixels[0] = static_cast<int32_t*>(calloc(rowCount, rowLength * sizeof(int32_t)));
+  if (image->tpixels[0] == nullptr) return false;
+  PreferLargePages(image->tpixels[0], rowCount * rowLength * sizeof(int32_t));
+  for (size_t y = 1; y < rowCount; ++y) image->tpixels[y] = image->tpixels[0] + y * rowLength;
+  image->sx = width;
+  image->sy = height;
+  image->trueColor = 1;
+  image->transparent = -1;
+  image->thick = 1;
+  picture.image = std::move(image);
+  return true;
 }
 
 }  // namespace
 
 void MemoryDeleter::operator()(void* memory) const { free(memory); }
+
+void ConsoleImageDeleter::operator()(ConsoleImage* image) const {
+  if (image->tpixels != nullptr) {
+    free(image->tpixels[0]);
+    free(image->tpixels);
+  }
+  free(image);
+}
 
 REALpictureStruct* MakeEmptyPicture(HostState& host) {
   auto* picture =
@@ -87,9 +109,7 @@ REALpictureStruct* MakeEmptyPicture(HostState& host) {
 bool GivePixels(const HostState& host, REALpictureStruct& picture, long width, long height) {
   const bool fits =
       width >= 1 && height >= 1 && width <= kMaximumPictureSide && height <= kMaximumPictureSide;
-  if (!fits || picture.HasPixels()) {
-    return false;
-  }
+  if (!fits || picture.HasPixels()) return false;
   const bool given =
       host.options.application == ApplicationKind::kDesktop
           ? GiveBitmap(host, picture, static_cast<size_t>(width), static_cast<size_t>(height))
@@ -112,14 +132,80 @@ REALpictureStruct* MakePicture(HostState& host, long width, long height) {
 
 void ReadPictureRow(const REALpictureStruct& picture, int32_t y, uint8_t* rgba) {
   picture.readRow(picture.Row(y), picture.width, rgba);
-  if (picture.mask == nullptr) {
-    return;
-  }
+  if (picture.mask == nullptr) return;
   const uint8_t* grey = picture.mask->Row(y);
   // The component next to the middle of a pixel is one of its colours in every layout.
   for (int32_t x = 0; x < picture.width; ++x) {
     rgba[x * 4 + 3] = static_cast<uint8_t>(255 - grey[x * 4 + 1]);
   }
+}
+
+REALpictureStruct* NewPicture(long width, long height, long depth) noexcept {
+  HostState* host = CurrentHost();
+  if (host == nullptr || depth != 32) return nullptr;
+  return Guarded([=] { return MakePicture(*host, width, height); });
+}
+
+bool LockPictureDescription(REALpictureStruct* picture, REALpictureDescription* description,
+                            long pixelType) noexcept {
+  HostState* host = HostOf(picture);
+  if (host == nullptr) return false;
+  const long ownType = picture->image ? kPixelTypeConsoleImage : kPixelTypeBitmapContext;
+  picture->lockRefused = !picture->HasPixels() || picture->locked || pixelType != ownType;
+  if (picture->lockRefused) return false;
+  if (TakesBackBy("unlockPictureDescription")) {
+    picture->locked = true;
+    ++host->ledger.pictureLocks;
+  }
+  void* container = picture->image.get();
+  if (container == nullptr) container = picture->bitmap.get();
+  *description = {
+      static_cast<int32_t>(pixelType), container, picture->width, picture->height, 0, 0};
+  return true;
+}
+
+void UnlockPictureDescription(REALpictureStruct* picture) noexcept {
+  HostState* host = HostOf(picture);
+  if (host == nullptr) return;
+  const bool refused =
+      picture->lockRefused || ResolveEntryPoint("REALLockPictureDescription") == nullptr;
+  picture->lockRefused = false;
+  if (refused && IsOlderThan(*host, 2012.0)) return;
+  if (!picture->locked) {
+    ++host->ledger.violations;
+    return;
+  }
+  picture->locked = false;
+  --host->ledger.pictureLocks;
+}
+
+// The host keeps nothing rendered from a picture, so there is nothing to forget.
+void PictureClearCache(REALpictureStruct* picture) noexcept { HostOf(picture); }
+
+REALpictureStruct* GetPictureMask(REALpictureStruct* picture, unsigned char create) noexcept {
+  HostState* host = HostOf(picture);
+  if (host == nullptr || !picture->HasPixels()) return nullptr;
+  if (picture->mask != nullptr) {
+    AddReference(*host, picture->mask);
+    return picture->mask;
+  }
+  if (create == 0) return nullptr;
+  return Guarded([=] {
+    REALpictureStruct* mask = MakePicture(*host, picture->width, picture->height);
+    if (mask != nullptr) {
+      Keep(mask);
+      picture->mask = mask;
+    }
+    return mask;
+  });
+}
+
+bool GetPropValueBool(REALobjectStruct* object, const char* name, unsigned char* out) noexcept {
+  if (HostOf(object) == nullptr) return false;
+  const auto* picture = dynamic_cast<const REALpictureStruct*>(object);
+  if (picture == nullptr || strcmp(name, "HasAlphaChannel") != 0) return false;
+  *out = picture->hasAlpha ? 1 : 0;
+  return true;
 }
 
 }  // namespace qrv::runtime
@@ -129,13 +215,10 @@ void REALpictureStruct::LetGoOfOthers(qrv::runtime::HostState& host) {
     ++host.ledger.violations;
     --host.ledger.pictureLocks;
   }
-  if (mask != nullptr) {
-    qrv::runtime::LetGo(host, mask);
-  }
+  if (mask != nullptr) qrv::runtime::LetGo(host, mask);
 }
 
 uint8_t* REALpictureStruct::Row(int32_t y) const {
   const auto row = static_cast<size_t>(y);
-  return image != nullptr ? reinterpret_cast<uint8_t*>(image->tpixels[row])
-                          : memory.get() + row * rowBytes;
+  return image ? reinterpret_cast<uint8_t*>(image->tpixels[row]) : memory.get() + row * rowBytes;
 }

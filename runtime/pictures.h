@@ -7,18 +7,18 @@
 #include <cstdint>
 #include <memory>
 
-#include "runtime/console_image.h"
 #include "runtime/objects.h"
 
 namespace qrv::runtime {
-
-constexpr long kMaximumPictureSide = 32767;  // pixels
 
 struct ContextDeleter {
   void operator()(CGContextRef context) const { CGContextRelease(context); }
 };
 struct MemoryDeleter {
   void operator()(void* memory) const;
+};
+struct ConsoleImageDeleter {
+  void operator()(ConsoleImage* image) const;
 };
 
 // Turns one row of a picture's pixels into red, green, blue, alpha.
@@ -30,7 +30,7 @@ using RowReader = void (*)(const uint8_t* pixels, int32_t width, uint8_t* rgba);
 struct REALpictureStruct : REALobjectStruct {
   void LetGoOfOthers(qrv::runtime::HostState& host) override;
 
-  bool HasPixels() const { return bitmap != nullptr || image != nullptr; }
+  bool HasPixels() const { return bitmap || image; }
   uint8_t* Row(int32_t y) const;
 
   int32_t width = 0;
@@ -38,7 +38,7 @@ struct REALpictureStruct : REALobjectStruct {
   size_t rowBytes = 0;
   std::unique_ptr<uint8_t, qrv::runtime::MemoryDeleter> memory;  // of `bitmap`
   std::unique_ptr<CGContext, qrv::runtime::ContextDeleter> bitmap;
-  qrv::runtime::ConsoleImagePtr image;
+  std::unique_ptr<ConsoleImage, qrv::runtime::ConsoleImageDeleter> image;
   qrv::runtime::RowReader readRow = nullptr;
   bool hasAlpha = false;
   bool locked = false;

@@ -6,21 +6,34 @@
 #include <limits>
 #include <memory>
 
+#include "runtime/entry_points.h"
+
 namespace qrv::runtime {
 
+namespace {
+
+bool CanConvert(uint32_t from, unsigned long to) {
+  return from == to || from == kRawBytesEncoding || to == kRawBytesEncoding;
+}
+
+// Counts string data as handed out; false when there is no memory.
+bool Record(HostState& host, char* data) {
+  return Guarded([&host, data] {
+    host.stringData.insert(data);
+    ++host.ledger.stringDataBuffers;
+    return true;
+  });
+}
+
+}  // namespace
+
 REALstringStruct* MakeString(HostState& host, std::string_view bytes, uint32_t encoding) {
-  if (bytes.size() > std::numeric_limits<int32_t>::max() - 2U) {
-    throw std::bad_alloc();
-  }
+  if (bytes.size() > std::numeric_limits<int32_t>::max() - 2U) throw std::bad_alloc();
   std::unique_ptr<unsigned char, void (*)(void*)> block(
       static_cast<unsigned char*>(malloc(bytes.size() + 2)), free);
-  if (block == nullptr) {
-    throw std::bad_alloc();
-  }
+  if (!block) throw std::bad_alloc();
   block.get()[0] = 0;
-  if (!bytes.empty()) {
-    memcpy(block.get() + 1, bytes.data(), bytes.size());
-  }
+  if (!bytes.empty()) memcpy(block.get() + 1, bytes.data(), bytes.size());
   block.get()[bytes.size() + 1] = 0;
 
   auto string = std::make_unique<REALstringStruct>();
@@ -57,9 +70,7 @@ void DropReference(HostState& host, REALstringStruct* string) {
     return;
   }
   --host.ledger.references;
-  if (--string->head.referenceCount > 0) {
-    return;
-  }
+  if (--string->head.referenceCount > 0) return;
   if (string->locks > 0) {  // somebody gave back a reference that wasn't theirs
     ++host.ledger.violations;
     host.ledger.stringLocks -= string->locks;
@@ -72,6 +83,87 @@ void DropReference(HostState& host, REALstringStruct* string) {
 void DestroyString(REALstringStruct* string) {
   free(string->block);
   delete string;
+}
+
+REALstringStruct* BuildString(const char* bytes, int length) noexcept {
+  HostState* host = CurrentHost();
+  if (host == nullptr || length < 0 || (bytes == nullptr && length > 0)) return nullptr;
+  return Guarded([=] {
+    return MakeString(*host, {bytes, static_cast<size_t>(length)}, kSystemEncoding);
+  });
+}
+
+void SetStringEncoding(REALstringStruct* string, unsigned long encoding) noexcept {
+  if (HostOf(string) != nullptr) string->encoding = static_cast<uint32_t>(encoding);
+}
+
+unsigned long GetStringEncoding(REALstringStruct* string) noexcept {
+  return HostOf(string) == nullptr ? 0 : string->encoding;
+}
+
+REALstringStruct* ConvertString(REALstringStruct* string, unsigned long encoding) noexcept {
+  HostState* host = HostOf(string);
+  if (host == nullptr || !CanConvert(string->encoding, encoding)) return nullptr;
+  return Guarded([=] {
+    return MakeString(*host, {string->Bytes(), static_cast<size_t>(string->length)},
+                      static_cast<uint32_t>(encoding));
+  });
+}
+
+void LockString(REALstringStruct* string) noexcept {
+  HostState* host = HostOf(string);
+  if (host != nullptr && TakesBackBy("REALUnlockString")) {
+    AddReference(*host, string);
+    ++string->locks;
+    ++host->ledger.stringLocks;
+  }
+}
+
+void UnlockString(REALstringStruct* string) noexcept {
+  HostState* host = HostOf(string);
+  if (host == nullptr) return;
+  if (string->locks > 0) {
+    --string->locks;
+    --host->ledger.stringLocks;
+  }
+  DropReference(*host, string);
+}
+
+const char* StringGetCString(REALstringStruct* string) noexcept {
+  return HostOf(string) == nullptr ? nullptr : string->Bytes();
+}
+
+int LenB(REALstringStruct* string) noexcept {
+  return HostOf(string) == nullptr ? 0 : string->length;
+}
+
+bool GetStringData(REALstringStruct* string, unsigned long encoding, REALstringData* out) noexcept {
+  if (string == nullptr) {  // a nil string is a program's empty string, no fault of the plug-in
+    return false;
+  }
+  HostState* host = HostOf(string);
+  if (host == nullptr || !CanConvert(string->encoding, encoding)) return false;
+  const auto length = static_cast<size_t>(string->length);
+  char* copy = static_cast<char*>(malloc(length == 0 ? 1 : length));
+  if (copy == nullptr) return false;
+  if (TakesBackBy("PluginDisposeStringData") && !Record(*host, copy)) {
+    free(copy);
+    return false;
+  }
+  memcpy(copy, string->Bytes(), length);
+  *out = {copy, static_cast<uint32_t>(length), static_cast<uint32_t>(encoding)};
+  return true;
+}
+
+void DisposeStringData(REALstringData* data) noexcept {
+  HostState* host = CurrentHost();
+  if (host == nullptr) return;
+  if (data == nullptr || host->stringData.erase(data->data) == 0) {
+    ++host->ledger.violations;
+    return;
+  }
+  free(data->data);
+  --host->ledger.stringDataBuffers;
 }
 
 }  // namespace qrv::runtime

@@ -4,8 +4,8 @@
 
 #include <string_view>
 
-#include "host/host_types.h"
-#include "runtime/state.h"
+#include "plugin/host/host_types.h"
+#include "runtime/host_state.h"
 
 struct REALstringStruct {
   // What plug-ins read on hosts before version 2013.0. Newer hosts keep the reference count alone

@@ -2,14 +2,13 @@
 #include <dlfcn.h>
 #include <link.h>
 
-#include <exception>
 #include <filesystem>
-#include <new>
 #include <string>
 #include <system_error>
 
 #include "platform/corefoundation/library_file.h"
 #include "platform/corefoundation/url.h"
+#include "platform/guarded.h"
 
 namespace {
 
@@ -41,26 +40,26 @@ struct __CFBundle final : qrv::corefoundation::Object {
   void* library = nullptr;
 };
 
-CFBundleRef CFBundleCreate(CFAllocatorRef, CFURLRef url) try {
-  std::error_code error;
-  if (url == nullptr || !std::filesystem::is_directory(url->path, error)) return nullptr;
-  return new __CFBundle(url->path);
-} catch (const std::bad_alloc&) {
-  return nullptr;
+CFBundleRef CFBundleCreate(CFAllocatorRef, CFURLRef url) {
+  if (url == nullptr) return nullptr;
+  return qrv::Guarded<CFBundleRef>(nullptr, [=] {
+    std::error_code error;
+    return std::filesystem::is_directory(url->path, error) ? new __CFBundle(url->path) : nullptr;
+  });
 }
 
-Boolean CFBundleLoadExecutable(CFBundleRef bundle) try {
+Boolean CFBundleLoadExecutable(CFBundleRef bundle) {
   if (bundle == nullptr) return false;
   if (bundle->library != nullptr) return true;
-  if (!qrv::corefoundation::IsCompleteLibrary(bundle->executable)) return false;
-  bundle->library = dlopen(bundle->executable.c_str(), RTLD_NOW | RTLD_LOCAL);
-  return bundle->library != nullptr;
-} catch (const std::exception&) {
-  return false;
+  return qrv::Guarded(false, [=] {
+    if (!qrv::corefoundation::IsCompleteLibrary(bundle->executable)) return false;
+    bundle->library = dlopen(bundle->executable.c_str(), RTLD_NOW | RTLD_LOCAL);
+    return bundle->library != nullptr;
+  });
 }
 
 void* CFBundleGetFunctionPointerForName(CFBundleRef bundle, CFStringRef functionName) {
   if (bundle == nullptr || bundle->library == nullptr || functionName == nullptr) return nullptr;
-  void* address = dlsym(bundle->library, functionName->characters.c_str());
+  void* address = dlsym(bundle->library, functionName->characters);
   return address != nullptr && Defines(bundle->library, address) ? address : nullptr;
 }

@@ -3,6 +3,8 @@
 #include <elf.h>
 #include <link.h>
 
+#include <QRV/Desktop.h>
+
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
@@ -48,3 +50,9 @@ bool IsCompleteLibrary(const std::filesystem::path& path) {
 }
 
 }  // namespace qrv::corefoundation
+
+bool qrv::IsWholeLibrary(const char* path) noexcept try {
+  return corefoundation::IsCompleteLibrary(path);
+} catch (const std::exception&) {
+  return false;
+}

@@ -9,7 +9,7 @@ void CFRelease(CFTypeRef object) {
 
 const void* CFDictionaryGetValue(CFDictionaryRef dictionary, const void* key) {
   if (dictionary == nullptr || key == nullptr) return nullptr;
-  const std::string& text = static_cast<CFStringRef>(key)->characters;
+  const std::string_view text = static_cast<CFStringRef>(key)->characters;
   for (const auto& [name, value] : dictionary->entries) {
     if (name == text) return value;
   }

@@ -10,7 +10,8 @@
 
 namespace qrv::corefoundation {
 
-// Begins with one reference. Every reference type of CoreFoundation points to one of these.
+// Begins with one reference. Every reference type of CoreFoundation but the
+// constant strings points to one of these.
 class Object {
  public:
   Object() = default;
@@ -27,11 +28,6 @@ class Object {
 };
 
 }  // namespace qrv::corefoundation
-
-struct __CFString final : qrv::corefoundation::Object {
-  explicit __CFString(std::string text) : characters(std::move(text)) {}
-  const std::string characters;  // 7-bit ASCII
-};
 
 struct __CFNumber final : qrv::corefoundation::Object {
   explicit __CFNumber(SInt32 number) : value(number) {}

@@ -1,4 +1,5 @@
-// The object behind CFURLRef: the place of a file or folder.
+// Places of files and folders: the object behind CFURLRef, and the one folder that an FSRef can
+// stand for, `Frameworks` beside this library.
 #ifndef PLATFORM_COREFOUNDATION_URL_H_
 #define PLATFORM_COREFOUNDATION_URL_H_
 
@@ -11,5 +12,14 @@ struct __CFURL final : qrv::corefoundation::Object {
   explicit __CFURL(std::string place) : path(std::move(place)) {}
   const std::string path;  // absolute
 };
+
+namespace qrv::corefoundation {
+
+// Fills `reference` with one to the frameworks folder. False when there is no such folder. The
+// bytes hold a tag and no address, so a reference can be copied freely, and one that was made up is
+// not followed.
+bool ReferToFrameworksFolder(FSRef& reference) noexcept;
+
+}  // namespace qrv::corefoundation
 
 #endif  // PLATFORM_COREFOUNDATION_URL_H_

@@ -3,14 +3,17 @@
 
 #include <algorithm>
 #include <cmath>
-#include <exception>
+#include <cstring>
+#include <new>
 #include <optional>
 #include <utility>
 
-#include "platform/coregraphics/geometry.h"
-#include "platform/coregraphics/image.h"
-#include "platform/coregraphics/pixel_layout.h"
-#include "platform/desktop/session.h"
+#include <QRV/Desktop.h>
+#include "platform/coregraphics/bitmap.h"
+#include "platform/coregraphics/rectangles.h"
+#include "platform/desktop/frame.h"
+#include "platform/guarded.h"
+#include "platform/pixels/resample.h"
 
 using qrv::coregraphics::Edges;
 using qrv::desktop::Display;
@@ -18,60 +21,85 @@ using qrv::desktop::PixelRect;
 
 namespace {
 
-CGImageRef CaptureImage(const Display& display, const PixelRect& part) {
-  qrv::desktop::Frame frame =
-      qrv::desktop::Capture(display, part, qrv::desktop::Reader::kDisplayImage);
-  if (!frame) return nullptr;
-  return new CGImage{std::move(frame.owner),
+CGImageRef NewImage(const qrv::desktop::Frame& frame) {
+  return new CGImage{frame.owner,
                      frame.pixels,
                      static_cast<size_t>(frame.width),
                      static_cast<size_t>(frame.height),
                      frame.rowBytes,
-                     qrv::coregraphics::kDesktopBitmapInfo,
+                     qrv::coregraphics::kDesktopLayout,
                      CGColorSpaceCreateDeviceRGB()};
 }
 
-struct Run {
-  int32_t start;
-  int32_t length;
-};
-
-// The pixels that the units from `from` to `to` touch, of an axis of `units` units that are
-// `pixels` pixels.
-Run TouchedPixels(double from, double to, int32_t units, int32_t pixels) {
-  const double scale = static_cast<double>(pixels) / units;
-  const double start = std::clamp<double>(std::floor(from * scale), 0, pixels);
-  const double end = std::clamp<double>(std::ceil(to * scale), 0, pixels);
-  return {static_cast<int32_t>(start), static_cast<int32_t>(end - start)};
+// Null when there are no such pixels.
+CGImageRef CaptureImage(const Display& display, const PixelRect& part) {
+  const qrv::desktop::Frame frame =
+      qrv::desktop::Capture(display, part, qrv::desktop::Strategy::kDisplayImage);
+  return frame ? NewImage(frame) : nullptr;
 }
 
-// The display's pixels that the rectangle, in units from its top-left corner, touches.
-std::optional<PixelRect> PartInPixels(const Display& display, CGRect rect) {
+// An image of those units of the display, one pixel a unit, averaged from the pixels that they
+// have.
+CGImageRef AverageImage(const Display& display, const PixelRect& units) {
+  using namespace qrv::pixels;
+  const AxisMap columns =
+      MapAxis({{0, display.bounds.width}, display.pixelWidth}, {units.x, units.x + units.width},
+              {0, units.width}, {0, units.width});
+  const AxisMap rows =
+      MapAxis({{0, display.bounds.height}, display.pixelHeight}, {units.y, units.y + units.height},
+              {0, units.height}, {0, units.height});
+  const PixelRect part = {columns.FirstSource(), rows.FirstSource(),
+                          columns.EndOfSource() - columns.FirstSource(),
+                          rows.EndOfSource() - rows.FirstSource()};
+  const qrv::desktop::Frame dense =
+      qrv::desktop::Capture(display, part, qrv::desktop::Strategy::kDisplayImage);
+  if (!dense) return nullptr;
+  const qrv::desktop::Frame frame = qrv::desktop::NewFrame(units.width, units.height);
+  if (!frame) throw std::bad_alloc();
+  Resampler resampler(columns, rows, dense.pixels, dense.rowBytes);
+  for (int32_t y = 0; y < units.height; ++y) {
+    memcpy(qrv::desktop::FrameRow(frame, y), resampler.Row(static_cast<size_t>(y)), frame.rowBytes);
+  }
+  return NewImage(frame);
+}
+
+// The units of the display that the rectangle, in units from its top-left corner, touches.
+std::optional<PixelRect> TouchedUnits(const Display& display, CGRect rect) {
   const std::optional<Edges> edges = qrv::coregraphics::EdgesOf(rect);
-  if (!edges || edges->left == edges->right || edges->top == edges->bottom) return std::nullopt;
-  const Run x = TouchedPixels(edges->left, edges->right, display.bounds.width, display.pixelWidth);
-  const Run y =
-      TouchedPixels(edges->top, edges->bottom, display.bounds.height, display.pixelHeight);
-  if (x.length <= 0 || y.length <= 0) return std::nullopt;
-  return PixelRect{x.start, y.start, x.length, y.length};
+  if (!edges) return std::nullopt;
+  const auto clamp = [](double edge, int32_t length) {
+    return static_cast<int32_t>(std::clamp<double>(edge, 0, length));
+  };
+  const int32_t left = clamp(std::floor(edges->left), display.bounds.width);
+  const int32_t top = clamp(std::floor(edges->top), display.bounds.height);
+  const int32_t right = clamp(std::ceil(edges->right), display.bounds.width);
+  const int32_t bottom = clamp(std::ceil(edges->bottom), display.bounds.height);
+  if (left >= right || top >= bottom) return std::nullopt;
+  return PixelRect{left, top, right - left, bottom - top};
 }
 
 }  // namespace
 
-CGImageRef CGDisplayCreateImage(CGDirectDisplayID displayID) try {
-  const std::optional<Display> display = qrv::desktop::FindDisplay(displayID);
-  if (!display) return nullptr;
-  return CaptureImage(*display, {0, 0, display->pixelWidth, display->pixelHeight});
-} catch (const std::exception&) {
-  return nullptr;
+CGImageRef CGDisplayCreateImage(CGDirectDisplayID displayID) {
+  CGImageRef image = nullptr;
+  qrv::Guarded([&] {
+    const std::optional<Display> display = qrv::desktop::FindDisplay(displayID);
+    if (!display) return;
+    image = CaptureImage(*display, {0, 0, display->pixelWidth, display->pixelHeight});
+  });
+  return image;
 }
 
-CGImageRef CGDisplayCreateImageForRect(CGDirectDisplayID displayID, CGRect rect) try {
-  const std::optional<Display> display = qrv::desktop::FindDisplay(displayID);
-  if (!display) return nullptr;
-  const std::optional<PixelRect> part = PartInPixels(*display, rect);
-  if (!part) return nullptr;
-  return CaptureImage(*display, *part);
-} catch (const std::exception&) {
-  return nullptr;
+CGImageRef CGDisplayCreateImageForRect(CGDirectDisplayID displayID, CGRect rect) {
+  CGImageRef image = nullptr;
+  qrv::Guarded([&] {
+    const std::optional<Display> display = qrv::desktop::FindDisplay(displayID);
+    if (!display) return;
+    const std::optional<PixelRect> units = TouchedUnits(*display, rect);
+    if (!units) return;
+    const bool isDense = display->pixelWidth != display->bounds.width ||
+                         display->pixelHeight != display->bounds.height;
+    image = isDense ? AverageImage(*display, *units) : CaptureImage(*display, *units);
+  });
+  return image;
 }

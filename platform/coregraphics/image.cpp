@@ -1,12 +1,27 @@
-#include "platform/coregraphics/image.h"
+// Images, and the colour spaces that they are in.
+#include <cstring>
+
+#include "platform/coregraphics/bitmap.h"
+
+// A constant of the process: whoever gets one may keep it, and releasing it costs nothing.
+struct CGColorSpace {
+  const char* name;
+  CGColorSpaceModel model;
+};
+
+namespace {
+
+CGColorSpace deviceRgb = {"kCGColorSpaceDeviceRGB", kCGColorSpaceModelRGB};
+CGColorSpace genericRgb = {"kCGColorSpaceGenericRGB", kCGColorSpaceModelRGB};
+
+}  // namespace
 
 size_t CGImageGetWidth(CGImageRef image) { return image == nullptr ? 0 : image->width; }
 
 size_t CGImageGetHeight(CGImageRef image) { return image == nullptr ? 0 : image->height; }
 
 CGImageAlphaInfo CGImageGetAlphaInfo(CGImageRef image) {
-  if (image == nullptr) return kCGImageAlphaNone;
-  return image->bitmapInfo & kCGBitmapAlphaInfoMask;
+  return image == nullptr ? CGImageAlphaInfo{kCGImageAlphaNone} : image->layout.alphaInfo;
 }
 
 CGColorSpaceRef CGImageGetColorSpace(CGImageRef image) {
@@ -14,3 +29,16 @@ CGColorSpaceRef CGImageGetColorSpace(CGImageRef image) {
 }
 
 void CGImageRelease(CGImageRef image) { delete image; }
+
+CGColorSpaceRef CGColorSpaceCreateDeviceRGB() { return &deviceRgb; }
+
+CGColorSpaceRef CGColorSpaceCreateWithName(CFStringRef name) {
+  if (name == nullptr || strcmp(name->characters, genericRgb.name) != 0) return nullptr;
+  return &genericRgb;
+}
+
+CGColorSpaceModel CGColorSpaceGetModel(CGColorSpaceRef space) {
+  return space == nullptr ? kCGColorSpaceModelUnknown : space->model;
+}
+
+void CGColorSpaceRelease(CGColorSpaceRef) {}

@@ -1,47 +1,13 @@
-// A desktop: a set of displays and their pixels. The frameworks of this platform stand on it.
-//
-// Coordinates. A display's bounds are in the global space: units, y growing downward, the main
-// display's top-left corner at (0, 0), right and bottom edges exclusive. A part to capture is in
-// the display's own pixels, from its top-left corner. Most displays have one pixel per unit.
+// What a kind of desktop is to the session: a list of displays and their pixels. The types, units
+// and coordinates are those of <QRV/Desktop.h>.
 #ifndef PLATFORM_DESKTOP_DESKTOP_H_
 #define PLATFORM_DESKTOP_DESKTOP_H_
 
-#include <cstddef>
-#include <cstdint>
-#include <memory>
+#include <QRV/Desktop.h>
+
 #include <vector>
 
 namespace qrv::desktop {
-
-struct PixelRect {
-  int32_t x = 0;
-  int32_t y = 0;
-  int32_t width = 0;
-  int32_t height = 0;
-};
-
-struct Display {
-  uint32_t id = 0;  // non-zero, stable while the display exists
-  PixelRect bounds;
-  int32_t pixelWidth = 0;
-  int32_t pixelHeight = 0;
-  int32_t bitsPerPixel = 0;        // of the screen: 32, 24, 30, 16 or 8
-  int32_t bitsPerSample = 0;       // 8, 10, 5 or 8 (one sample)
-  int32_t samplesPerPixel = 0;     // 3, or 1 for a screen of 8 bits per pixel
-  int16_t quickDrawPixelSize = 0;  // 32, 16 or 8
-};
-
-// A captured rectangle: rows from top to bottom, 4 bytes a pixel: blue, green, red, unused.
-// `owner` keeps `pixels` alive and unchanged; an empty owner means that the capture failed.
-struct Frame {
-  std::shared_ptr<void> owner;
-  uint8_t* pixels = nullptr;
-  int32_t width = 0;
-  int32_t height = 0;
-  size_t rowBytes = 0;
-
-  explicit operator bool() const { return owner != nullptr; }
-};
 
 class Desktop {
  public:
@@ -54,16 +20,21 @@ class Desktop {
   // the next call tries again. Throws nothing but std::bad_alloc.
   virtual bool ListDisplays(std::vector<Display>& displays) = 0;
 
-  // The pixels of a part of a display as they are now. `part` is not empty and lies within the
-  // display's pixels. An empty frame when the display is gone, the desktop can't be reached, does
-  // not answer in time, or there is no memory.
-  virtual Frame Capture(const Display& display, const PixelRect& part) = 0;
+  // The pixels of a part of a display of the latest list, as they are now. `part` is not empty and
+  // lies within the display's pixels. An empty frame when they can't be had: with `isGone` set, the
+  // desktop has that display no more; else it was lost since the list was made, does not answer in
+  // time, refuses, or there is no memory.
+  virtual Frame Capture(const Display& display, const PixelRect& part, bool& isGone) = 0;
 
-  // What a person calls it: "X11 :0", "virtual desktop". Lives as long as the desktop.
+  // What a person calls it: "X11 :0", "the virtual desktop". Lives as long as the desktop.
   virtual const char* Name() const = 0;
 
   // One line on why the last call failed; empty when it didn't. Valid until the next call.
   virtual const char* Problem() const { return ""; }
+
+  // One line on why the last capture was slower than it need be; empty when it wasn't. Valid until
+  // the next call.
+  virtual const char* Note() const { return ""; }
 };
 
 }  // namespace qrv::desktop

@@ -1,19 +1,24 @@
 // Contexts on whole displays.
 #include <algorithm>
-#include <new>
+#include <array>
+#include <bit>
 #include <optional>
 
-#include "platform/coregraphics/display_mask.h"
-#include "platform/coreservices/system_version.h"
-#include "platform/desktop/session.h"
+#include <QRV/Desktop.h>
+#include "platform/coregraphics/display_list.h"
+#include "platform/desktop/system_version.h"
 #include "platform/opengl/context.h"
 
 namespace {
 
-thread_local CGLContextObj currentContext = nullptr;
+// None of these takes memory: callers that have begun a picture can't fail any more. A pixel format
+// is its display's, by the lowest bit of the mask that asked for it.
+std::array<_CGLPixelFormatObject, 32> pixelFormats;
+std::optional<_CGLContextObject> theContext;
+CGLContextObj currentContext = nullptr;
 
 // The first system that reads displays back through full-screen contexts.
-constexpr qrv::coreservices::Version kReadsDisplays = {10, 5};
+constexpr qrv::desktop::Version kReadsDisplays = {10, 5};
 
 struct Request {
   bool fullScreen = false;
@@ -49,33 +54,32 @@ CGLError CGLChoosePixelFormat(const CGLPixelFormatAttribute* attributes,
   *count = 0;
   const std::optional<Request> request = ReadAttributes(attributes);
   if (!request || !request->fullScreen) return kCGLBadAttribute;
-  if (!qrv::coreservices::SystemVersion().IsAtLeast(kReadsDisplays)) return kCGLBadAttribute;
+  if (!qrv::desktop::SystemIsAtLeast(kReadsDisplays)) return kCGLBadAttribute;
   const auto display = qrv::coregraphics::DisplayOfMask(request->displayMask);
   if (!display) return kCGLBadDisplay;
 
-  *pixelFormat = new (std::nothrow) _CGLPixelFormatObject{display->id};
-  if (*pixelFormat == nullptr) return kCGLBadAlloc;
+  *pixelFormat = &pixelFormats[static_cast<size_t>(std::countr_zero(request->displayMask))];
+  **pixelFormat = {display->id};
   *count = 1;
   return kCGLNoError;
 }
 
-CGLError CGLDestroyPixelFormat(CGLPixelFormatObj pixelFormat) {
-  delete pixelFormat;
-  return kCGLNoError;
-}
+CGLError CGLDestroyPixelFormat(CGLPixelFormatObj) { return kCGLNoError; }
 
 CGLError CGLCreateContext(CGLPixelFormatObj pixelFormat, CGLContextObj, CGLContextObj* context) {
   if (context == nullptr) return kCGLBadValue;
   *context = nullptr;
   if (pixelFormat == nullptr) return kCGLBadPixelFormat;
-  *context = new (std::nothrow) _CGLContextObject{.display = pixelFormat->display};
-  return *context == nullptr ? kCGLBadAlloc : kCGLNoError;
+  if (theContext) return kCGLBadAlloc;
+  *context = &theContext.emplace(_CGLContextObject{.display = pixelFormat->display});
+  return kCGLNoError;
 }
 
 CGLError CGLDestroyContext(CGLContextObj context) {
-  if (context == nullptr) return kCGLBadContext;
+  if (!theContext || context != &*theContext) return kCGLBadContext;
   if (context == currentContext) currentContext = nullptr;
-  delete context;
+  qrv::desktop::ReleasePixels(context->display);
+  theContext.reset();
   return kCGLNoError;
 }
 

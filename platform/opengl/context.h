@@ -21,7 +21,7 @@ struct _CGLContextObject {
 
 namespace qrv::opengl {
 
-// The calling thread's, or null.
+// The current one, or null.
 CGLContextObj CurrentContext() noexcept;
 
 }  // namespace qrv::opengl

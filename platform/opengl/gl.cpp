@@ -1,11 +1,15 @@
-// Reading the frame buffer back. The frame buffer of an attached context is the display as it is at
-// the moment of the read, so there is nothing to finish, and the front buffer is all there is.
+// Reading the frame buffer back. The frame buffer of an attached context is the display's held
+// pixels, or else the display as it is at the moment of the read, so there is nothing to finish,
+// and the front buffer is all there is.
+//
+// A read can't fail as far as its callers look. So the pixels are held before: a viewport is one of
+// pixels that are held, or empty.
 #include <OpenGL/gl.h>
 
 #include <algorithm>
 #include <cstring>
 
-#include "platform/desktop/session.h"
+#include <QRV/Desktop.h>
 #include "platform/opengl/context.h"
 
 using qrv::desktop::Display;
@@ -35,7 +39,7 @@ Frame CaptureArea(const Display& display, const Area& area) {
   const qrv::desktop::PixelRect part = {
       static_cast<int32_t>(area.left), static_cast<int32_t>(display.pixelHeight - area.top),
       static_cast<int32_t>(area.right - area.left), static_cast<int32_t>(area.top - area.bottom)};
-  return qrv::desktop::Capture(display, part, qrv::desktop::Reader::kOpenGL);
+  return qrv::desktop::Capture(display, part, qrv::desktop::Strategy::kOpenGL);
 }
 
 size_t BytesBetweenRows(const _CGLContextObject& context, GLsizei width) {
@@ -65,6 +69,11 @@ void glReadBuffer(GLenum) {}
 void glGetIntegerv(GLenum name, GLint* values) {
   const CGLContextObj context = CurrentContext();
   if (context == nullptr || values == nullptr || name != GL_VIEWPORT) return;
+  const auto display = qrv::desktop::FindDisplay(context->display);
+  if (context->isAttached && display && !qrv::desktop::HoldPixels(*display)) {
+    std::fill_n(values, 4, 0);
+    return;
+  }
   std::copy_n(context->viewport, 4, values);
 }
 

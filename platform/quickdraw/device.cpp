@@ -3,11 +3,10 @@
 #include <algorithm>
 #include <limits>
 #include <memory>
-#include <mutex>
 #include <vector>
 
-#include "platform/desktop/session.h"
-#include "platform/quickdraw/guarded.h"
+#include <QRV/Desktop.h>
+#include "platform/guarded.h"
 #include "platform/quickdraw/pixel_map.h"
 #include "platform/quickdraw/quickdraw.h"
 
@@ -23,12 +22,10 @@ struct Device {
   desktop::Display display;
 };
 
-std::mutex mutex;
-// All guarded by `mutex`. The first `liveCount` devices stand for the displays of the latest list,
-// in its order. The others are kept for the handles to them that programs may still have.
+// The first `liveCount` devices stand for the displays of the latest list, in its order. The others
+// are kept for the handles to them that programs may still have.
 std::vector<std::unique_ptr<Device>> devices;
 size_t liveCount = 0;
-bool isListed = false;
 
 short Saturate(int64_t coordinate) {
   return static_cast<short>(std::clamp<int64_t>(coordinate, std::numeric_limits<short>::min(),
@@ -59,59 +56,48 @@ void FillAll(const std::vector<desktop::Display>& displays) {
 }
 
 GDHandle RefreshDevices() {
-  const std::lock_guard lock(mutex);
-  liveCount = 0;
-  isListed = true;
-  if (const auto* displays = desktop::RefreshDisplays()) FillAll(*displays);
-  return liveCount == 0 ? nullptr : devices.front()->handle();
+  return Guarded<GDHandle>(nullptr, [] {
+    liveCount = 0;
+    if (const auto* displays = desktop::RefreshDisplays()) FillAll(*displays);
+    return liveCount == 0 ? nullptr : devices.front()->handle();
+  });
 }
 
 template <typename Test>
-Device* FindDeviceThat(Test test) {
+const Device* FindDeviceThat(Test test) {
   const auto end = devices.begin() + static_cast<std::ptrdiff_t>(liveCount);
   const auto found = std::find_if(devices.begin(), end, test);
   return found == end ? nullptr : found->get();
 }
 
 template <typename Test>
-std::optional<Screen> FindScreenThat(Test test) {
-  const std::lock_guard lock(mutex);
-  const Device* device = FindDeviceThat(test);
-  if (device == nullptr) return std::nullopt;
-  return Screen{device->display, device->map.record().pixelSize};
+const desktop::Display* FindScreenThat(Test test) {
+  const Device* const device = FindDeviceThat(test);
+  return device == nullptr ? nullptr : &device->display;
 }
 
 }  // namespace
 
-std::optional<Screen> FindScreen(PixMapHandle map) {
+const desktop::Display* FindScreen(PixMapHandle map) {
   return FindScreenThat([=](const auto& device) { return device->map.handle() == map; });
 }
 
-std::optional<Screen> FindScreen(const void* mapIdentity) {
+const desktop::Display* FindScreen(const void* mapIdentity) {
   return FindScreenThat([=](const auto& device) { return device->map.identity() == mapIdentity; });
 }
 
-bool FoundNoDevice() {
-  const std::lock_guard lock(mutex);
-  return isListed && liveCount == 0;
-}
+bool HasNoDevice() { return liveCount == 0; }
 
 }  // namespace qrv::quickdraw
 
-GDHandle GetDeviceList() {
-  return qrv::quickdraw::Guarded<GDHandle>(nullptr, qrv::quickdraw::RefreshDevices);
-}
+using namespace qrv::quickdraw;
 
-GDHandle GetMainDevice() {
-  return qrv::quickdraw::Guarded<GDHandle>(nullptr, qrv::quickdraw::RefreshDevices);
-}
+GDHandle GetDeviceList() { return RefreshDevices(); }
+
+GDHandle GetMainDevice() { return RefreshDevices(); }
 
 GDHandle GetNextDevice(GDHandle device) {
-  using namespace qrv::quickdraw;
-  return Guarded<GDHandle>(nullptr, [=] {
-    const std::lock_guard lock(mutex);
-    const Device* found =
-        FindDeviceThat([=](const auto& each) { return each->handle() == device; });
-    return found == nullptr ? nullptr : found->record.gdNextGD;
-  });
+  const Device* const found =
+      FindDeviceThat([=](const auto& each) { return each->handle() == device; });
+  return found == nullptr ? nullptr : found->record.gdNextGD;
 }

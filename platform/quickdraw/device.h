@@ -4,24 +4,17 @@
 
 #include <ApplicationServices/QuickDraw.h>
 
-#include <optional>
-
 #include "platform/desktop/desktop.h"
 
 namespace qrv::quickdraw {
 
-// What a device's pixel map stands for.
-struct Screen {
-  desktop::Display display;
-  short depth = 0;
-};
+// The display that the device of that map stands for, or null when it is none of the latest list.
+// Valid until the next list.
+const desktop::Display* FindScreen(PixMapHandle map);
+const desktop::Display* FindScreen(const void* mapIdentity);
 
-// The screen of that map, if it belongs to a display of the latest list.
-std::optional<Screen> FindScreen(PixMapHandle map);
-std::optional<Screen> FindScreen(const void* mapIdentity);
-
-// Whether the latest list had no device: there was no desktop, or it did not answer.
-bool FoundNoDevice();
+// Whether there is no device: the latest list had none, or nobody has asked for one.
+bool HasNoDevice();
 
 }  // namespace qrv::quickdraw
 

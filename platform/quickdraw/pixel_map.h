@@ -6,8 +6,6 @@
 
 #include <cstddef>
 
-#include "platform/quickdraw/rows.h"
-
 #if defined(__i386__)
 static_assert(sizeof(Rect) == 8);
 static_assert(sizeof(BitMap) == 14);

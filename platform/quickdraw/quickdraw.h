@@ -1,10 +1,12 @@
 // The QuickDraw functions of the ApplicationServices framework. Programs find them by name in the
 // loaded framework; this header serves the framework itself and its tests.
 //
-// A port is a graphics world, or the default port, which is current until a program chooses
-// another and which has no pixels. Each thread has a current port of its own. Ports, handles and
-// maps are checked against those that exist: for any other (null, disposed of, made up) a function
-// does nothing, and yields null, 0 or false.
+// A port is a graphics world, or the default port, which is current until a program chooses another
+// and which has no pixels. Ports, handles and maps are checked against those that exist: for any
+// other (null, disposed of, made up) a function does nothing, and yields null, 0 or false.
+//
+// What is drawn is black, or comes from a screen. Pixels that would have to be drawn in another way
+// are not drawn, and are lost: LockPixels tells.
 #ifndef PLATFORM_QUICKDRAW_QUICKDRAW_H_
 #define PLATFORM_QUICKDRAW_QUICKDRAW_H_
 
@@ -24,8 +26,8 @@ GDHandle GetNextDevice(GDHandle device);
 // --- Worlds: memory to draw in, at first all zero. ---
 
 // Depths 8, 16, 24 and 32; paramErr for another one, or a rectangle without positive width and
-// height; cDevErr when the latest list of devices was empty. There are no colour tables: a pixel of
-// depth 8 is a grey level.
+// height; cDevErr while there is no device, as before the first list of them. There are no colour
+// tables: a pixel of depth 8 is a grey level.
 QDErr NewGWorld(GWorldPtr* world, short depth, const Rect* bounds, CTabHandle colors,
                 GDHandle device, GWorldFlags flags);
 // The default port takes the place of a world that was current.
@@ -43,6 +45,7 @@ const BitMap* GetPortBitMapForCopyBits(GrafPtr port);
 // --- Pixel maps, of worlds and of devices. The pixels of a device have no address. ---
 
 PixMapHandle GetGWorldPixMap(GWorldPtr world);
+// False while pixels that were to be copied from a screen are missing.
 Boolean LockPixels(PixMapHandle map);
 void UnlockPixels(PixMapHandle map);
 Ptr GetPixBaseAddr(PixMapHandle map);
@@ -53,10 +56,10 @@ short GetPixDepth(PixMapHandle map);
 // --- Drawing in the current port ---
 
 Pattern* GetQDGlobalsBlack(Pattern* black);
-// blackColor or whiteColor; any other colour changes nothing.
+// Do nothing: black on white is what ports begin with, and no program asks for anything else.
 void ForeColor(long color);
 void BackColor(long color);
-// A pattern's set bits take the foreground colour, the others the background colour.
+// Draws with the black pattern, and no other.
 void FillRect(const Rect* rect, const Pattern* pattern);
 
 // --- Rectangles and copying ---
@@ -64,10 +67,9 @@ void FillRect(const Rect* rect, const Pattern* pattern);
 // The common part of two rectangles, (0, 0, 0, 0) when there is none.
 Boolean SectRect(const Rect* first, const Rect* second, Rect* common);
 
-// Copies `sourceRect` of a world or device into `targetRect` of a world, each in the coordinates of
-// its own map, scaling to the nearest pixel and leaving out what lies outside either map. Colours
-// are copied as they are. Copies nothing to a device, in a mode other than srcCopy, or with a
-// mask.
+// Copies `sourceRect` of a device into `targetRect` of a world, each in the coordinates of its own
+// map, scaling to the nearest pixel and leaving out what lies outside either map. Copies in the
+// mode srcCopy, without a mask, and not from a world.
 void CopyBits(const BitMap* source, const BitMap* target, const Rect* sourceRect,
               const Rect* targetRect, short mode, RgnHandle mask);
 

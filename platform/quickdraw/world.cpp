@@ -1,139 +1,136 @@
 // Graphics worlds, the current port, and access to pixels.
-#include <cstdint>
-#include <cstdlib>
-#include <limits>
-#include <memory>
-#include <optional>
-#include <utility>
+#include "platform/quickdraw/world.h"
 
 #include <CoreServices/CoreServices.h>
 
+#include <algorithm>
+#include <limits>
+#include <utility>
+#include <vector>
+
+#include <QRV/Desktop.h>
+#include "platform/guarded.h"
 #include "platform/quickdraw/device.h"
-#include "platform/quickdraw/guarded.h"
-#include "platform/quickdraw/port.h"
 #include "platform/quickdraw/quickdraw.h"
 
 namespace qrv::quickdraw {
 namespace {
 
 constexpr size_t kRowAlignment = 16;
-// Sizes of memory are signed 32-bit numbers to the framework.
+// Of pixels, without what aligns the rows.
 constexpr uint64_t kMaxWorldBytes = std::numeric_limits<int32_t>::max();
 
+OpaqueGrafPtr defaultPort;
+GrafPtr current = &defaultPort;
+std::vector<std::unique_ptr<OpaqueGrafPtr>> worlds;
+
+template <typename Test>
+GWorldPtr FindWorldThat(Test test) {
+  const auto found = std::find_if(worlds.begin(), worlds.end(), test);
+  return found == worlds.end() ? nullptr : found->get();
+}
+
+GWorldPtr FindWorld(PixMapHandle map) {
+  return FindWorldThat([=](const auto& each) { return each->map.handle() == map; });
+}
+
+// The port as a world, or null when it is none that exists.
+GWorldPtr FindWorld(GrafPtr port) {
+  return FindWorldThat([=](const auto& each) { return each.get() == port; });
+}
+
 QDErr CreateWorld(GWorldPtr& result, short depth, const Rect& bounds) {
-  const std::optional<Layout> layout = LayoutOfDepth(depth);
+  const pixels::WorldLayout* layout = pixels::FindWorldLayout(depth);
   const int width = bounds.right - bounds.left;
   const int height = bounds.bottom - bounds.top;
-  if (!layout || width <= 0 || height <= 0) return paramErr;
-  // A program that found no screen would take an untouched world for a black one.
-  if (FoundNoDevice()) return cDevErr;
+  if (layout == nullptr || width <= 0 || height <= 0) return paramErr;
+  // A program that has found no screen would take an untouched world for a black one.
+  if (HasNoDevice()) return cDevErr;
 
-  const size_t usedBytes = static_cast<size_t>(width) * BytesPerPixel(*layout);
+  const size_t usedBytes = static_cast<size_t>(width) * layout->bytesPerPixel;
+  if (uint64_t{usedBytes} * static_cast<uint64_t>(height) > kMaxWorldBytes) return memFullErr;
   const size_t rowBytes = (usedBytes + kRowAlignment - 1) / kRowAlignment * kRowAlignment;
-  if (uint64_t{rowBytes} * static_cast<uint64_t>(height) > kMaxWorldBytes) return memFullErr;
 
-  auto world = std::make_shared<OpaqueGrafPtr>();
+  auto world = std::make_unique<OpaqueGrafPtr>();
   world->pixels.reset(static_cast<uint8_t*>(calloc(static_cast<size_t>(height), rowBytes)));
   if (!world->pixels) return memFullErr;
   world->rowBytes = rowBytes;
-  world->layout = *layout;
+  world->layout = layout;
   world->map.Fill(bounds, depth, reinterpret_cast<Ptr>(world->pixels.get()), rowBytes);
-  result = AddWorld(std::move(world));
+  result = worlds.emplace_back(std::move(world)).get();
   return noErr;
 }
 
-void MakeCurrentIfFound(GrafPtr port) {
-  Guarded([=] {
-    if (const PortReference found = FindPort(port)) MakeCurrent(found);
-  });
-}
-
-// The world that has pixels, or null.
-PortReference FindPixels(GrafPtr port) {
-  PortReference found = FindPort(port);
-  return found && found->hasPixels() ? found : nullptr;
-}
-
 }  // namespace
+
+GWorldPtr FindWorld(const void* mapIdentity) {
+  return FindWorldThat([=](const auto& each) { return each->map.identity() == mapIdentity; });
+}
+
+GrafPtr CurrentPort() { return current; }
+
 }  // namespace qrv::quickdraw
+
+using namespace qrv::quickdraw;
 
 QDErr NewGWorld(GWorldPtr* world, short depth, const Rect* bounds, CTabHandle, GDHandle,
                 GWorldFlags) {
   if (world == nullptr || bounds == nullptr) return paramErr;
   *world = nullptr;
-  return qrv::quickdraw::Guarded<QDErr>(
-      memFullErr, [=] { return qrv::quickdraw::CreateWorld(*world, depth, *bounds); });
+  return qrv::Guarded<QDErr>(memFullErr, [=] { return CreateWorld(*world, depth, *bounds); });
 }
 
 void DisposeGWorld(GWorldPtr world) {
-  qrv::quickdraw::Guarded([=] { qrv::quickdraw::RemoveWorld(world); });
+  std::erase_if(worlds, [=](const auto& each) { return each.get() == world; });
+  if (current == world) current = &defaultPort;
 }
 
 void GetPort(GrafPtr* port) {
-  if (port == nullptr) return;
-  *port =
-      qrv::quickdraw::Guarded<GrafPtr>(nullptr, [] { return qrv::quickdraw::CurrentPort().get(); });
+  if (port != nullptr) *port = current;
 }
 
-void SetPort(GrafPtr port) { qrv::quickdraw::MakeCurrentIfFound(port); }
+void SetPort(GrafPtr port) {
+  if (port == &defaultPort || FindWorld(port) != nullptr) current = port;
+}
 
-void SetGWorld(GWorldPtr world, GDHandle) { qrv::quickdraw::MakeCurrentIfFound(world); }
+void SetGWorld(GWorldPtr world, GDHandle) { SetPort(world); }
 
 Rect* GetPortBounds(GrafPtr port, Rect* bounds) {
-  using namespace qrv::quickdraw;
   if (bounds == nullptr) return nullptr;
-  *bounds = Guarded(Rect{}, [=] {
-    const PortReference found = FindPort(port);
-    return found ? found->map.record().bounds : Rect{};
-  });
+  const OpaqueGrafPtr* const world = FindWorld(port);
+  *bounds = world == nullptr ? Rect{} : world->map.record().bounds;
   return bounds;
 }
 
 const BitMap* GetPortBitMapForCopyBits(GrafPtr port) {
-  using namespace qrv::quickdraw;
-  return Guarded<const BitMap*>(nullptr, [=] {
-    const PortReference world = FindPixels(port);
-    return world ? world->map.bitMap() : nullptr;
-  });
+  const OpaqueGrafPtr* const world = FindWorld(port);
+  return world == nullptr ? nullptr : world->map.bitMap();
 }
 
 PixMapHandle GetGWorldPixMap(GWorldPtr port) {
-  using namespace qrv::quickdraw;
-  return Guarded<PixMapHandle>(nullptr, [=] {
-    const PortReference world = FindPixels(port);
-    return world ? world->map.handle() : nullptr;
-  });
+  OpaqueGrafPtr* const world = FindWorld(port);
+  return world == nullptr ? nullptr : world->map.handle();
 }
 
 Boolean LockPixels(PixMapHandle map) {
-  using namespace qrv::quickdraw;
-  return Guarded<Boolean>(false, [=] { return FindWorld(map) != nullptr; });
+  return FindWorld(map) != nullptr && !qrv::desktop::HasLostPixels();
 }
 
 // Pixels never move, so there is nothing to unlock.
 void UnlockPixels(PixMapHandle) {}
 
 Ptr GetPixBaseAddr(PixMapHandle map) {
-  using namespace qrv::quickdraw;
-  return Guarded<Ptr>(nullptr, [=] {
-    const PortReference world = FindWorld(map);
-    return world ? reinterpret_cast<Ptr>(world->pixels.get()) : nullptr;
-  });
+  const OpaqueGrafPtr* const world = FindWorld(map);
+  return world == nullptr ? nullptr : world->map.record().baseAddr;
 }
 
 long GetPixRowBytes(PixMapHandle map) {
-  using namespace qrv::quickdraw;
-  return Guarded<long>(0, [=] {
-    const PortReference world = FindWorld(map);
-    return world ? static_cast<long>(world->rowBytes) : 0;
-  });
+  const OpaqueGrafPtr* const world = FindWorld(map);
+  return world == nullptr ? 0 : static_cast<long>(world->rowBytes);
 }
 
 short GetPixDepth(PixMapHandle map) {
-  using namespace qrv::quickdraw;
-  return Guarded<short>(0, [=]() -> short {
-    if (const PortReference world = FindWorld(map)) return world->map.record().pixelSize;
-    const std::optional<Screen> screen = FindScreen(map);
-    return screen ? screen->depth : short{0};
-  });
+  if (const OpaqueGrafPtr* const world = FindWorld(map)) return world->map.record().pixelSize;
+  const qrv::desktop::Display* const display = FindScreen(map);
+  return display == nullptr ? short{0} : display->quickDrawPixelSize;
 }

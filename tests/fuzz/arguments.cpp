@@ -1,8 +1,9 @@
-// The command line of qrvshot, one argument a line: understood, or refused as wrong usage.
+// The command line of qrvshot, one argument a line: understood, or refused as wrong usage. And one
+// of any rectangle, which is understood.
 
 #include "cli/arguments.h"
 
-#include <algorithm>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -36,20 +37,39 @@ void Check(const Arguments& arguments) {
           "a system's version");
   Require(arguments.compression.value_or(0) >= 0 && arguments.compression.value_or(0) <= 9,
           "the compression");
-  Require(arguments.command != cli::Command::kFromRaw || !arguments.input.empty(), "an input");
+  Require(arguments.command != cli::ConvertRaw || !arguments.input.empty(), "an input");
 }
 
-void Run(const std::vector<std::string>& lines) {
+std::optional<Arguments> Parse(const std::vector<std::string>& lines) {
   std::vector<const char*> words;
   words.reserve(lines.size() + 1);
   for (const std::string& line : lines) words.push_back(line.c_str());
   words.push_back(nullptr);
+  return cli::ParseArguments(static_cast<int>(lines.size()), words.data());
+}
+
+void Run(const std::vector<std::string>& lines) {
   try {
-    const auto arguments = cli::ParseArguments(static_cast<int>(lines.size()), words.data());
+    const auto arguments = Parse(lines);
     if (arguments) Check(*arguments);
   } catch (const cli::Failure& failure) {
     Require(failure.Code() == cli::kWrongUsage && *failure.what() != '\0', "wrong usage, said why");
   }
+}
+
+// A refusal ends the program.
+void RunRectangle(FuzzedDataProvider input) {
+  std::string text = "--rect=";
+  int32_t numbers[4];
+  for (int32_t& each : numbers) {
+    each = input.ConsumeIntegral<int32_t>();
+    text += (&each == numbers ? "" : ",") + std::to_string(each);
+  }
+  const auto arguments = Parse({"qrvshot", "capture", text});
+  Require(arguments && arguments->rect && arguments->rect->left == numbers[0] &&
+              arguments->rect->top == numbers[1] && arguments->rect->width == numbers[2] &&
+              arguments->rect->height == numbers[3],
+          "the rectangle");
 }
 
 }  // namespace
@@ -57,5 +77,7 @@ void Run(const std::vector<std::string>& lines) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   qrv::fuzz::Run(qrv::fuzz::SplitLines(data, size));
+  // Once more where it costs little: four numbers.
+  if (size <= 16) qrv::fuzz::RunRectangle(FuzzedDataProvider(data, size));
   return 0;
 }

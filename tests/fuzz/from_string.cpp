@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "capture/methods.h"
+#include "plugin/capture/methods.h"
 #include "tests/fuzz/fuzz.h"
 
 namespace qrv::fuzz {

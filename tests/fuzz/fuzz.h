@@ -9,8 +9,8 @@
 #include <cstdlib>
 #include <string>
 
-#include "host/bridge.h"
-#include "picture/picture_editor.h"
+#include "plugin/host/bridge.h"
+#include "plugin/picture/picture_editor.h"
 #include "runtime/host.h"
 
 extern "C" void REALPluginMain(REALresolver resolver);

@@ -1,7 +1,7 @@
-// The layouts of the virtual desktop: refused with one readable line, or displays within the limits
-// that, written out again, are the same layout.
+// The layouts of the virtual desktop: refused with one readable line, or displays within the
+// limits. A layout of any numbers within them is understood.
 
-#include "platform/desktop/layout.h"
+#include "platform/desktop/virtual/layout.h"
 
 #include <algorithm>
 
@@ -17,31 +17,6 @@ constexpr size_t kMaxProblemLength = 200;
 
 std::string Signed(int32_t number) { return (number < 0 ? "" : "+") + std::to_string(number); }
 
-std::string Write(const std::vector<Display>& displays) {
-  std::string text;
-  for (const Display& each : displays) {
-    if (!text.empty()) text += ",";
-    text += std::to_string(each.bounds.width) + "x" + std::to_string(each.bounds.height) +
-            Signed(each.bounds.x) + Signed(each.bounds.y) + "@" +
-            std::to_string(each.bitsPerPixel) + "*" +
-            std::to_string(each.pixelWidth / each.bounds.width);
-  }
-  return text;
-}
-
-bool Same(const Display& a, const Display& b) {
-  return a.id == b.id && a.bounds.x == b.bounds.x && a.bounds.y == b.bounds.y &&
-         a.bounds.width == b.bounds.width && a.bounds.height == b.bounds.height &&
-         a.pixelWidth == b.pixelWidth && a.pixelHeight == b.pixelHeight &&
-         a.bitsPerPixel == b.bitsPerPixel && a.bitsPerSample == b.bitsPerSample &&
-         a.samplesPerPixel == b.samplesPerPixel && a.quickDrawPixelSize == b.quickDrawPixelSize;
-}
-
-// Positions that can be written: moving the main display to the origin may double them.
-bool CanBeWritten(const Display& each) {
-  return std::max(std::abs(each.bounds.x), std::abs(each.bounds.y)) <= kMaxSide;
-}
-
 void CheckDisplays(const std::vector<Display>& displays) {
   Require(!displays.empty() && displays.size() <= 32, "the number of displays");
   Require(displays[0].bounds.x == 0 && displays[0].bounds.y == 0, "the main display's place");
@@ -54,12 +29,32 @@ void CheckDisplays(const std::vector<Display>& displays) {
     Require(std::max(std::abs(each.bounds.x), std::abs(each.bounds.y)) <= 2 * kMaxSide,
             "the positions");
   }
-  if (!std::all_of(displays.begin(), displays.end(), CanBeWritten)) return;
-  std::vector<Display> again;
+}
+
+void CheckNumbers(FuzzedDataProvider input) {
+  std::vector<int32_t> numbers;
+  std::string text;
+  const int count = input.ConsumeIntegralInRange(1, 4);
+  for (int i = 0; i < count; ++i) {
+    const auto pick = [&](int32_t least) { return input.ConsumeIntegralInRange(least, kMaxSide); };
+    const int32_t width = pick(1), height = pick(1);
+    const int32_t x = i == 0 ? 0 : pick(-kMaxSide), y = i == 0 ? 0 : pick(-kMaxSide);
+    const int32_t bits = input.PickValueInArray({8, 16, 32});
+    numbers.insert(numbers.end(), {width, height, x, y, bits});
+    text += (i == 0 ? "" : ",") + std::to_string(width) + "x" + std::to_string(height) + Signed(x) +
+            Signed(y) + "@" + std::to_string(bits);
+  }
+  std::vector<Display> displays;
   std::string problem;
-  Require(desktop::ParseLayout(Write(displays), again, problem), "the layout as written");
-  Require(std::equal(displays.begin(), displays.end(), again.begin(), again.end(), Same),
-          "the displays of the layout as written");
+  currentCase = text;
+  Require(desktop::ParseLayout(text, displays, problem), "a layout");
+  std::vector<int32_t> understood;
+  for (const Display& each : displays) {
+    const auto& bounds = each.bounds;
+    understood.insert(understood.end(),
+                      {bounds.width, bounds.height, bounds.x, bounds.y, each.bitsPerPixel});
+  }
+  Require(understood == numbers, "the numbers of a layout");
 }
 
 void Run(std::string_view layout) {
@@ -80,6 +75,7 @@ void Run(std::string_view layout) {
 }  // namespace qrv::fuzz
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  qrv::fuzz::CheckNumbers(FuzzedDataProvider(data, size));
   qrv::fuzz::Run({reinterpret_cast<const char*>(data), size});
   return 0;
 }

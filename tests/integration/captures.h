@@ -2,8 +2,6 @@
 #ifndef TESTS_INTEGRATION_CAPTURES_H_
 #define TESTS_INTEGRATION_CAPTURES_H_
 
-#include <cstddef>
-
 #include "tests/integration/plugin.h"
 
 namespace qrv::testing {
@@ -32,17 +30,15 @@ struct Capture {
   const char* name;
   const char* system;
   Plugin::Picture (*call)(Plugin& plugin);
-  int left, top, width, height;
+  Area part;
 
-  Plugin::Picture operator()(Plugin& plugin) const;
-  runtime::Image Expected(const RgbImage& screen) const;
+  Plugin::Picture operator()(Plugin& plugin) const;  // opaque
+  // What is wrong with another one; empty when nothing is.
+  std::string Check(Plugin& plugin, const RgbImage& screen) const;
+  std::string Named(const std::string& problem) const;
 };
 
 extern const std::vector<Capture> kCaptures;
-
-// Whether each pixel of the picture is the expected one or black: what a method gives that lost a
-// display when it had begun its picture.
-bool IsRightOrMissing(const runtime::Image& picture, const runtime::Image& expected);
 
 }  // namespace qrv::testing
 

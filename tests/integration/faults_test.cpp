@@ -2,15 +2,10 @@
 // QRV_TEST_KILLS says how often it is killed.
 
 #include <sys/mman.h>
-#include <sys/prctl.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <atomic>
 #include <chrono>
 #include <csignal>
-#include <cstdio>
-#include <functional>
 #include <iostream>
 #include <new>
 #include <random>
@@ -22,9 +17,8 @@
 namespace qrv::testing {
 namespace {
 
-using std::chrono::duration_cast;
+using namespace std::chrono_literals;
 using std::chrono::microseconds;
-using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
 int Kills() {
@@ -57,31 +51,27 @@ class DyingServer : public ::testing::Test {
   const Capture& PickCapture() { return kCaptures[random_() % kCaptures.size()]; }
 
   std::string CaptureRight(const Capture& capture) {
-    const std::string difference = Difference(capture(plugin_), capture.Expected(server_.screen()));
-    return difference.empty() ? "" : Named(capture) + difference;
+    return capture.Check(plugin_, server_.screen());
   }
 
   std::string CaptureNil(const Capture& capture) {
-    return capture(plugin_).has_value() ? Named(capture) + "is a picture of no server" : "";
+    return capture.Named(capture(plugin_).has_value() ? "a picture of no server" : "");
   }
 
-  // Captures until the server is killed. Nil, the right picture, or one that lacks a display.
+  // Captures until the server is killed: nil or the right picture.
   std::string CaptureWhileItDies() {
     // The longer delays let a few captures pass before.
     const KillLater killer(server_.pid(), microseconds(random_() % 12000));
     while (!killer.isDone()) {
       const Capture& capture = PickCapture();
       const Plugin::Picture picture = capture(plugin_);
-      const runtime::Image expected = capture.Expected(server_.screen());
       ++captures_;
       if (!picture.has_value()) {
         ++nils_;
-      } else if (picture->rgba != expected.rgba) {
-        ++lacking_;
-        if (!IsRightOrMissing(*picture, expected)) {
-          return Named(capture) + Difference(picture, expected);
-        }
+        continue;
       }
+      const auto difference = Difference(picture, Crop(server_.screen(), capture.part));
+      if (!difference.empty()) return capture.Named(difference);
     }
     return "";
   }
@@ -97,17 +87,12 @@ class DyingServer : public ::testing::Test {
     return problem;
   }
 
-  static std::string Named(const Capture& capture) {
-    return std::string(capture.name) + " on " + capture.system + ": ";
-  }
-
   const Footprint atStart_ = Footprint::Now();
   TwoMonitorServer server_;
   Plugin plugin_;
   std::mt19937 random_;
   int captures_ = 0;
   int nils_ = 0;
-  int lacking_ = 0;
 };
 
 TEST_F(DyingServer, LeavesTheHostAliveAndWithoutATrace) {
@@ -124,134 +109,82 @@ TEST_F(DyingServer, LeavesTheHostAliveAndWithoutATrace) {
   const Footprint now = Footprint::Now();
   EXPECT_EQ(Difference(now, warm), "");
   EXPECT_LE(now.mappings, warm.mappings + 2);
-  EXPECT_EQ(now.signals, atStart_.signals);
-  EXPECT_EQ(now.threads, atStart_.threads);
-  std::cout << kills << " kills, " << captures_ << " captures meanwhile: " << nils_ << " nil, "
-            << lacking_ << " without a display; mapped files " << warm.mappings << " to "
-            << now.mappings << "\n";
-}
-
-TEST_F(DyingServer, IsNilByEveryMethodAndRightAgainWithANewServer) {
-  for (int connected = 0; connected < 2; ++connected) {
-    for (const Capture& each : kCaptures) {
-      EXPECT_EQ(connected == 1 ? CaptureRight(kCaptures.front()) : "", "");
-      server_.Kill();
-      EXPECT_EQ(CaptureNil(each), "");
-      server_.Restart();
-      server_.Prepare();
-      EXPECT_EQ(CaptureRight(each), "");
-    }
-  }
+  EXPECT_EQ(now.state, atStart_.state);
+  EXPECT_GE(nils_, kills / 4) << "too few servers died in the middle of a capture";
+  std::cout << kills << " kills, " << captures_ << " captures meanwhile: " << nils_
+            << " nil, the others right; mapped files " << warm.mappings << " to " << now.mappings
+            << "\n";
 }
 
 // --- A server that hangs: each capture in a process of its own, all of them at a time. ---
 
 // What passes between a test and its processes.
 struct Stage {
-  std::atomic<int> ready = 0;
-  std::atomic<int> stopped = 0;
-  std::atomic<int> past = 0;
-  std::atomic<int> continued = 0;
+  std::atomic<int> ready = 0, stopped = 0, past = 0, continued = 0;
 };
 
-bool WaitUntil(const std::atomic<int>& count, int wanted) {
+void WaitUntil(const std::atomic<int>& count, int wanted) {
   const auto deadline = steady_clock::now() + std::chrono::seconds(30);
-  while (count < wanted) {
-    if (steady_clock::now() > deadline) return false;
-    std::this_thread::sleep_for(milliseconds(1));
-  }
-  return true;
+  while (count < wanted && steady_clock::now() < deadline) std::this_thread::sleep_for(1ms);
+  EXPECT_GE(count, wanted);
 }
 
 // What a host was doing when the server stopped.
-enum class Moment { kNothingYet, kBetweenCaptures, kCapturing };
+enum Moment { kNothingYet, kBetweenCaptures, kCapturing };
 
-class HungServers : public ::testing::TestWithParam<Moment> {
- protected:
-  HungServers() : stage_(*new (MapShared(sizeof(Stage))) Stage) {}
-  ~HungServers() override { munmap(&stage_, sizeof(Stage)); }
-
-  static void* MapShared(size_t bytes) {
-    return mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+// The body of a process.
+void Endure(const TwoMonitorServer& server, const Capture& capture, Moment moment, Stage& stage) {
+  Plugin plugin;
+  if (moment != kNothingYet) capture(plugin);
+  const Footprint before = Footprint::Now();
+  ++stage.ready;
+  if (moment != kCapturing) WaitUntil(stage.stopped, 1);
+  for (bool isNil = false; !isNil && !::testing::Test::HasFailure();) {
+    const auto start = steady_clock::now();
+    const Plugin::Picture picture = capture(plugin);
+    EXPECT_LT((steady_clock::now() - start) / 1ms, 5000);
+    isNil = !picture.has_value();
+    if (isNil) break;
+    EXPECT_EQ(moment, kCapturing) << "a picture of a hung server";
+    EXPECT_EQ(Difference(picture, Crop(server.screen(), capture.part)), "");
   }
+  ++stage.past;
+  WaitUntil(stage.continued, 1);
+  EXPECT_EQ(capture.Check(plugin, server.screen()), "");
+  if (moment == kNothingYet) return;
+  EXPECT_EQ(Difference(Footprint::Now(), before), "");
+}
 
-  // The body of a process; what went wrong, or nothing.
-  std::string Endure(const Capture& capture) {
-    const runtime::Image expected = capture.Expected(server_.screen());
-    Plugin plugin;
-    if (GetParam() != Moment::kNothingYet) capture(plugin);
-    const Footprint before = Footprint::Now();
-    ++stage_.ready;
-    std::string problem = CaptureUntilNil(plugin, capture, expected);
-    ++stage_.past;
-    if (!WaitUntil(stage_.continued, 1)) return "never continued";
-    if (problem.empty()) problem = Difference(capture(plugin), expected);
-    if (problem.empty() && GetParam() != Moment::kNothingYet) {
-      problem = Difference(Footprint::Now(), before);
-    }
-    return problem;
-  }
-
-  std::string CaptureUntilNil(Plugin& plugin, const Capture& capture,
-                              const runtime::Image& expected) {
-    if (GetParam() != Moment::kCapturing && !WaitUntil(stage_.stopped, 1)) return "never stopped";
-    for (int count = 0; count < kMaxCaptures; ++count) {
-      const auto start = steady_clock::now();
-      const Plugin::Picture picture = capture(plugin);
-      const auto took = duration_cast<milliseconds>(steady_clock::now() - start);
-      if (took >= milliseconds(5000)) return "took " + std::to_string(took.count()) + " ms";
-      if (!picture.has_value()) return "";
-      if (GetParam() != Moment::kCapturing) return "a picture of a hung server";
-      if (!IsRightOrMissing(*picture, expected)) return Difference(picture, expected);
-    }
-    return "never nil";
-  }
-
-  pid_t Start(const Capture& capture) {
-    const pid_t pid = fork();
-    if (pid != 0) return pid;
-    prctl(PR_SET_PDEATHSIG, SIGKILL);
-    const std::string problem = Endure(capture);
-    if (!problem.empty()) {
-      std::fprintf(stderr, "%s on %s: %s\n", capture.name, capture.system, problem.c_str());
-    }
-    _exit(problem.empty() && !HasFailure() ? 0 : 1);
-  }
-
-  static constexpr int kMaxCaptures = 100000;
-
-  TwoMonitorServer server_;
-  Stage& stage_;
-};
+class HungServers : public ::testing::TestWithParam<Moment> {};
 
 TEST_P(HungServers, AreNilWithinFiveSecondsAndRightWhenTheyRunAgain) {
-  UseDesktop(server_);
+  void* const shared =
+      mmap(nullptr, sizeof(Stage), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+  Stage& stage = *new (shared) Stage;
+  const TwoMonitorServer server;
+  UseDesktop(server);
   std::vector<pid_t> processes;
   processes.reserve(kCaptures.size());
-  for (const Capture& each : kCaptures) processes.push_back(Start(each));
-  const int all = static_cast<int>(processes.size());
-  EXPECT_TRUE(WaitUntil(stage_.ready, all));
-  std::this_thread::sleep_for(microseconds(std::mt19937(Seed())() % 50000));
-  server_.Stop();
-  stage_.stopped = 1;
-  EXPECT_TRUE(WaitUntil(stage_.past, all));
-  server_.Continue();
-  stage_.continued = 1;
-  for (const pid_t pid : processes) {
-    int status = 0;
-    waitpid(pid, &status, 0);
-    EXPECT_EQ(status, 0) << "QRV_TEST_SEED=" << Seed();
+  for (const Capture& each : kCaptures) {
+    processes.push_back(ForkTest([&] { Endure(server, each, GetParam(), stage); }));
   }
+  const int all = static_cast<int>(processes.size());
+  WaitUntil(stage.ready, all);
+  std::this_thread::sleep_for(microseconds(std::mt19937(Seed())() % 50000));
+  server.Stop();
+  stage.stopped = 1;
+  WaitUntil(stage.past, all);
+  server.Continue();
+  stage.continued = 1;
+  for (size_t i = 0; i < processes.size(); ++i) {
+    EXPECT_EQ(WaitForEnd(processes[i]), 0)
+        << kCaptures[i].Named("failed; QRV_TEST_SEED=" + std::to_string(Seed()));
+  }
+  munmap(shared, sizeof(Stage));
 }
 
 INSTANTIATE_TEST_SUITE_P(When, HungServers,
-                         ::testing::Values(Moment::kNothingYet, Moment::kBetweenCaptures,
-                                           Moment::kCapturing),
-                         [](const auto& instance) {
-                           return instance.param == Moment::kNothingYet        ? "NotYetConnected"
-                                  : instance.param == Moment::kBetweenCaptures ? "BetweenCaptures"
-                                                                               : "Capturing";
-                         });
+                         ::testing::Values(kNothingYet, kBetweenCaptures, kCapturing));
 
 }  // namespace
 }  // namespace qrv::testing

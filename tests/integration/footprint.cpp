@@ -1,85 +1,60 @@
 #include "tests/integration/footprint.h"
 
+#include <algorithm>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <sstream>
-#include <system_error>
+#include <vector>
 
 namespace qrv::testing {
 namespace {
 
 namespace fs = std::filesystem;
 
-std::string Signals() {
-  std::ostringstream text;
-  sigset_t mask;
-  pthread_sigmask(SIG_BLOCK, nullptr, &mask);
-  for (int number = 1; number < NSIG; ++number) {
-    struct sigaction action = {};
-    if (sigaction(number, nullptr, &action) != 0) continue;
-    text << number << ":" << reinterpret_cast<const void*>(action.sa_handler) << "/"
-         << action.sa_flags << (sigismember(&mask, number) == 1 ? " blocked\n" : "\n");
-  }
-  return text.str();
-}
-
-std::set<std::string> Threads() {
-  std::set<std::string> threads;
-  for (const auto& each : fs::directory_iterator("/proc/self/task")) {
-    threads.insert(each.path().filename().string());
-  }
-  return threads;
-}
-
-std::multiset<std::string> Files() {
-  std::multiset<std::string> files;
-  for (const auto& each : fs::directory_iterator("/proc/self/fd")) {
-    std::error_code error;
-    const std::string name = fs::read_symlink(each.path(), error).string();
-    // "socket:[4711]"
-    if (!error) files.insert(name.substr(0, name.find('[')));
-  }
-  return files;
-}
-
-size_t Mappings() {
-  std::ifstream maps("/proc/self/maps");
-  size_t count = 0;
-  for (std::string line; std::getline(maps, line);) {
-    if (line.find('/') != std::string::npos) ++count;
-  }
-  return count;
-}
-
-std::string Text(const std::set<std::string>& all) {
+std::string Missing(const std::multiset<std::string>& from, const std::multiset<std::string>& all) {
+  std::vector<std::string> missing;
+  std::set_difference(all.begin(), all.end(), from.begin(), from.end(),
+                      std::back_inserter(missing));
   std::string text;
-  for (const std::string& each : all) text += " " + each;
-  return text;
-}
-
-std::string Text(const std::multiset<std::string>& all) {
-  std::string text;
-  for (const std::string& each : all) text += " " + each;
+  for (const std::string& each : missing) text += each + "\n";
   return text;
 }
 
 }  // namespace
 
-Footprint Footprint::Now() { return {Signals(), Threads(), Files(), Mappings()}; }
+Footprint Footprint::Now() {
+  Footprint now;
+  sigset_t mask;
+  pthread_sigmask(SIG_BLOCK, nullptr, &mask);
+  for (int number = 1; number < NSIG; ++number) {
+    struct sigaction action = {};
+    if (sigaction(number, nullptr, &action) != 0) continue;
+    std::ostringstream text;
+    text << "signal " << number << ": " << reinterpret_cast<const void*>(action.sa_handler) << "/"
+         << action.sa_flags << (sigismember(&mask, number) == 1 ? " blocked" : "");
+    now.state.insert(text.str());
+  }
+  for (const auto& each : fs::directory_iterator("/proc/self/task")) {
+    now.state.insert("thread " + each.path().filename().string());
+  }
+  for (const auto& each : fs::directory_iterator("/proc/self/fd")) {
+    std::error_code error;
+    const std::string name = fs::read_symlink(each.path(), error).string();
+    if (!error) now.files.insert("file " + name.substr(0, name.find('[')));  // "socket:[4711]"
+  }
+  std::ifstream maps("/proc/self/maps");
+  for (std::string line; std::getline(maps, line);) {
+    if (line.find('/') != std::string::npos) ++now.mappings;
+  }
+  return now;
+}
 
 std::string Difference(const Footprint& now, const Footprint& before) {
-  std::string text;
-  if (now.signals != before.signals) {
-    text += "signals:\n" + now.signals + "instead of:\n" + before.signals;
-  }
-  if (now.threads != before.threads) {
-    text += "threads:" + Text(now.threads) + " instead of:" + Text(before.threads) + "\n";
-  }
-  if (now.files != before.files) {
-    text += "files:" + Text(now.files) + " instead of:" + Text(before.files) + "\n";
-  }
-  return text;
+  const std::string more = Missing(before.state, now.state) + Missing(before.files, now.files);
+  const std::string less = Missing(now.state, before.state) + Missing(now.files, before.files);
+  return more.empty() && less.empty() ? "" : "now:\n" + more + "before:\n" + less;
 }
 
 }  // namespace qrv::testing

@@ -1,7 +1,12 @@
 #include "tests/integration/plugin.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <random>
+
+#include "runtime/desktop_view.h"
+#include "tests/integration/refused_memory.h"
+#include "tests/support/cards.h"
 
 namespace qrv::testing {
 namespace {
@@ -9,9 +14,19 @@ namespace {
 using runtime::Host;
 using runtime::Image;
 using runtime::Ledger;
+namespace methods = runtime::methods;
 
-size_t Offset(const Image& image, int x, int y) {
-  return (static_cast<size_t>(y) * static_cast<size_t>(image.width) + static_cast<size_t>(x)) * 4;
+Image Paint(const Area& part, const std::function<uint32_t(int x, int y)>& color) {
+  Image image = {part.width, part.height, {}};
+  image.rgba.reserve(static_cast<size_t>(part.width) * static_cast<size_t>(part.height) * 4);
+  for (int y = part.top; y < part.top + part.height; ++y) {
+    for (int x = part.left; x < part.left + part.width; ++x) {
+      const uint32_t rgb = color(x, y);
+      for (const int shift : {16, 8, 0}) image.rgba.push_back(static_cast<uint8_t>(rgb >> shift));
+      image.rgba.push_back(255);
+    }
+  }
+  return image;
 }
 
 }  // namespace
@@ -21,6 +36,13 @@ void UseSystem(const char* version) { setenv("QRV_SYSTEM_VERSION", version, 1); 
 void UseDesktop(const std::string& desktop) { setenv("QRV_DESKTOP", desktop.c_str(), 1); }
 
 void UseDesktop(const Xvfb& server) { UseDesktop("x11:" + server.display()); }
+
+pid_t ForkTest(const std::function<void()>& body) {
+  return Fork([&] {
+    body();
+    return ::testing::Test::HasFailure() ? 1 : 0;
+  });
+}
 
 unsigned Seed() {
   const char* const given = std::getenv("QRV_TEST_SEED");
@@ -59,36 +81,31 @@ RawPixels Plugin::Take(REALstringStruct* string, RawPixels numbers) {
   return numbers;
 }
 
-Plugin::Picture Plugin::Main() {
-  return Take(host_.Call<REALpictureStruct*>("ScreenshotQRV as picture"));
+template <typename Function, typename... Arguments>
+auto Plugin::Call(const runtime::Method<Function>& method, Arguments&&... arguments) {
+  const MethodCall call;
+  return host_.Call(method, std::forward<Arguments>(arguments)...);
 }
 
+Plugin::Picture Plugin::Main() { return Take(Call(methods::kScreenshot)); }
+
 Plugin::Picture Plugin::Display(int32_t index) {
-  return Take(
-      host_.Call<REALpictureStruct*>("ScreenshotDisplayQRV(index as integer) as picture", index));
+  return Take(Call(methods::kScreenshotDisplay, index));
 }
 
 Plugin::Picture Plugin::Rect(int32_t left, int32_t top, int32_t width, int32_t height) {
-  return Take(host_.Call<REALpictureStruct*>(
-      "ScreenshotRectQRV(left as integer, top as integer, width as integer, height as integer) as "
-      "picture",
-      left, top, width, height));
+  return Take(Call(methods::kScreenshotRect, left, top, width, height));
 }
 
 Plugin::Picture Plugin::Scaled(int32_t left, int32_t top, int32_t width, int32_t height,
                                int32_t destinationWidth, int32_t destinationHeight) {
-  return Take(host_.Call<REALpictureStruct*>(
-      "ScreenshotRectQRV(left as integer, top as integer, width as integer, height as integer, "
-      "destwidth as integer, destheight as integer) as picture",
-      left, top, width, height, destinationWidth, destinationHeight));
+  return Take(Call(methods::kScreenshotRectScaled, left, top, width, height, destinationWidth,
+                   destinationHeight));
 }
 
 Plugin::Picture Plugin::FromRaw(const RawPixels& raw) {
   REALstringStruct* string = host_.NewString(raw.bytes);
-  auto* picture = host_.Call<REALpictureStruct*>(
-      "ScreenshotFromStringQRV(Width as integer, Height as integer, RowBytes as integer, data as "
-      "string) as picture",
-      raw.width, raw.height, raw.rowBytes, string);
+  auto* picture = Call(methods::kScreenshotFromString, raw.width, raw.height, raw.rowBytes, string);
   EXPECT_EQ(Host::References(string), 1);
   host_.Release(string);
   return Take(picture);
@@ -96,38 +113,41 @@ Plugin::Picture Plugin::FromRaw(const RawPixels& raw) {
 
 RawPixels Plugin::Raw() {
   RawPixels raw = {{}, 0, -7, -7, -7};
-  auto* string = host_.Call<REALstringStruct*>(
-      "ScreenshotStringQRV(byref Width as integer, byref Height as integer, byref RowBytes as "
-      "integer) as string",
-      &raw.width, &raw.height, &raw.rowBytes);
+  auto* string = Call(methods::kScreenshotString, raw.width, raw.height, raw.rowBytes);
   return Take(string, std::move(raw));
 }
 
 RawPixels Plugin::RawDisplay(int32_t index) {
   RawPixels raw = {{}, 0, -7, -7, -7};
-  auto* string = host_.Call<REALstringStruct*>(
-      "ScreenshotStringDisplayQRV(byref Width as integer, byref Height as integer, byref RowBytes "
-      "as integer, index as integer) as string",
-      &raw.width, &raw.height, &raw.rowBytes, index);
+  auto* string =
+      Call(methods::kScreenshotStringDisplay, raw.width, raw.height, raw.rowBytes, index);
   return Take(string, std::move(raw));
 }
 
-Image Crop(const RgbImage& screen, int left, int top, int width, int height) {
-  Image image = {width, height, {}};
-  image.rgba.resize(static_cast<size_t>(width) * static_cast<size_t>(height) * 4);
-  for (int y = 0; y < height; ++y) {
-    for (int x = 0; x < width; ++x) {
-      uint8_t* pixel = image.rgba.data() + Offset(image, x, y);
-      pixel[3] = 255;
-      const int fromX = left + x;
-      const int fromY = top + y;
-      if (fromX < 0 || fromY < 0 || fromX >= screen.width || fromY >= screen.height) continue;
-      const uint8_t* from =
-          screen.pixels.data() + (static_cast<ptrdiff_t>(fromY) * screen.width + fromX) * 3;
-      std::copy(from, from + 3, pixel);
+Image Crop(const RgbImage& screen, const Area& part) {
+  return Paint(part, [&](int x, int y) {
+    if (x < 0 || y < 0 || x >= screen.width || y >= screen.height) return 0U;
+    const uint8_t* rgb = screen.pixels.data() + (static_cast<ptrdiff_t>(y) * screen.width + x) * 3;
+    return static_cast<uint32_t>(rgb[0] << 16 | rgb[1] << 8 | rgb[2]);
+  });
+}
+
+Image Cards(const std::string& layout, const Area& part) {
+  std::vector<desktop::Display> displays;
+  std::string problem;
+  EXPECT_TRUE(desktop::ParseLayout(layout, displays, problem)) << problem;
+  return Paint(part, [&](int x, int y) {
+    for (size_t i = 0; i < displays.size(); ++i) {
+      if (const auto color = CardColor(displays, i, x, y)) return *color;
     }
-  }
-  return image;
+    return 0U;
+  });
+}
+
+Plugin::Picture Opaque(Plugin::Picture picture) {
+  if (!picture) return picture;
+  for (size_t i = 3; i < picture->rgba.size(); i += 4) picture->rgba[i] = 255;
+  return picture;
 }
 
 std::string Difference(const Plugin::Picture& actual, const Image& expected) {
@@ -136,19 +156,31 @@ std::string Difference(const Plugin::Picture& actual, const Image& expected) {
     return std::to_string(actual->width) + " x " + std::to_string(actual->height);
   }
   if (actual->rgba == expected.rgba) return "";
-  for (int y = 0; y < expected.height; ++y) {
-    for (int x = 0; x < expected.width; ++x) {
-      const uint8_t* a = actual->rgba.data() + Offset(expected, x, y);
-      const uint8_t* e = expected.rgba.data() + Offset(expected, x, y);
-      if (std::equal(a, a + 4, e)) continue;
-      std::string text = "at " + std::to_string(x) + ", " + std::to_string(y) + ":";
-      for (int i = 0; i < 4; ++i) text += " " + std::to_string(a[i]);
-      text += " instead of";
-      for (int i = 0; i < 4; ++i) text += " " + std::to_string(e[i]);
-      return text;
+  const auto wrong =
+      std::mismatch(expected.rgba.begin(), expected.rgba.end(), actual->rgba.begin());
+  const auto pixel = (wrong.first - expected.rgba.begin()) / 4;
+  std::string text = "at " + std::to_string(pixel % expected.width) + ", " +
+                     std::to_string(pixel / expected.width) + ":";
+  for (const auto* rgba : {&actual->rgba, &expected.rgba}) {
+    if (rgba == &expected.rgba) text += " instead of";
+    for (ptrdiff_t i = 0; i < 4; ++i) {
+      text += " " + std::to_string((*rgba)[static_cast<size_t>(pixel * 4 + i)]);
     }
   }
-  return "sizes of the pixels differ";
+  return text;
+}
+
+std::string DifferenceOn(const char* system, const std::function<Plugin::Picture()>& capture,
+                         const Image& expected) {
+  const std::string_view name = system;
+  const unsigned strategy = name == kDisplayImage ? runtime::kDisplayImage
+                            : name == kOpenGL     ? runtime::kOpenGL
+                                                  : runtime::kQuickDraw;
+  UseSystem(system);
+  runtime::TakeStrategiesUsed();
+  std::string difference = Difference(Opaque(capture()), expected);
+  if ((runtime::TakeStrategiesUsed() & ~strategy) != 0) difference += " by another strategy";
+  return difference.empty() ? "" : std::string("on ") + system + " " + difference;
 }
 
 }  // namespace qrv::testing

@@ -5,10 +5,12 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 
 #include "runtime/host.h"
+#include "tests/support/process.h"
 #include "tests/support/xvfb.h"
 
 namespace qrv::testing {
@@ -17,6 +19,7 @@ namespace qrv::testing {
 constexpr const char* kDisplayImage = "10.7";
 constexpr const char* kOpenGL = "10.6";
 constexpr const char* kQuickDraw = "10.4";
+constexpr const char* kSystems[] = {kDisplayImage, kOpenGL, kQuickDraw};
 
 // Which generation of the system the platform plays from now on.
 void UseSystem(const char* version);
@@ -26,6 +29,9 @@ void UseDesktop(const Xvfb& server);
 
 // Of what is random in this process: QRV_TEST_SEED when it is set.
 unsigned Seed();
+
+// A process of its own for a part of a test, that exits with 0 unless an expectation fails in it.
+pid_t ForkTest(const std::function<void()>& body);
 
 struct RawPixels {
   std::string bytes;
@@ -55,17 +61,28 @@ class Plugin {
   runtime::Host& host() { return host_; }
 
  private:
+  template <typename Function, typename... Arguments>
+  auto Call(const runtime::Method<Function>& method, Arguments&&... arguments);
   Picture Take(REALpictureStruct* picture);
   RawPixels Take(REALstringStruct* string, RawPixels numbers);
 
   runtime::Host host_;
 };
 
-// The part of a screen that begins at (left, top), as a picture of it is to be: black beyond.
-runtime::Image Crop(const RgbImage& screen, int left, int top, int width, int height);
+// A part of a screen, as a picture of it is to be: black beyond. The same of the virtual desktop of
+// that layout, whose displays don't overlap.
+runtime::Image Crop(const RgbImage& screen, const Area& part);
+runtime::Image Cards(const std::string& layout, const Area& part);
+
+// The unused byte of a QuickDraw world is 0, and a picture keeps it: without it.
+Plugin::Picture Opaque(Plugin::Picture picture);
 
 // Where two pictures differ first in colour or in opacity; empty when they don't.
 std::string Difference(const Plugin::Picture& actual, const runtime::Image& expected);
+
+// The same in colour alone of what `capture` makes on that system, by whose strategy and no other.
+std::string DifferenceOn(const char* system, const std::function<Plugin::Picture()>& capture,
+                         const runtime::Image& expected);
 
 }  // namespace qrv::testing
 

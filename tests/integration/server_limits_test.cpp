@@ -1,37 +1,15 @@
-// Servers whose monitors change between captures, and servers that lack something or run out of it.
+// Servers whose monitors change between captures, and servers and hosts that run out of something.
 
-#include <linux/filter.h>
-#include <linux/seccomp.h>
-#include <sched.h>
-#include <sys/mount.h>
-#include <sys/prctl.h>
 #include <sys/resource.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstddef>
-#include <cstdint>
-#include <iterator>
 
-#include "tests/integration/captures.h"
 #include "tests/integration/footprint.h"
+#include "tests/integration/plugin.h"
 
 namespace qrv::testing {
 namespace {
-
-constexpr const char* kStrategies[] = {kDisplayImage, kOpenGL, kQuickDraw};
-
-Plugin::Picture Opaque(Plugin::Picture picture) {
-  if (picture.has_value()) {
-    for (size_t i = 3; i < picture->rgba.size(); i += 4) picture->rgba[i] = 255;
-  }
-  return picture;
-}
-
-struct Area {
-  int left, top, width, height;
-};
 
 // --- Monitors ---
 
@@ -47,22 +25,27 @@ class ChangingScreen : public ::testing::Test {
     server_.Run(arguments);
   }
 
-  // The displays are these parts of the screen, the main one first, by every strategy.
+  // The displays are these parts of the screen, the main one first, by every strategy. Rectangles
+  // begin at the main one's corner.
   void ExpectDisplays(const std::vector<Area>& areas) {
     const RgbImage screen = server_.ImportScreen();
-    for (const char* system : kStrategies) {
-      UseSystem(system);
-      const Area& first = areas.front();
-      const auto expected = Crop(screen, first.left, first.top, first.width, first.height);
-      EXPECT_EQ(Difference(Opaque(plugin_.Main()), expected), "") << system;
-      EXPECT_EQ(Difference(Opaque(plugin_.Rect(0, 0, first.width, first.height)), expected), "")
-          << system;
+    for (const char* system : kSystems) {
+      EXPECT_EQ(DifferenceOn(
+                    system, [&] { return plugin_.Main(); }, Crop(screen, areas[0])),
+                "");
       for (size_t i = 0; i < areas.size(); ++i) {
         const Area& area = areas[i];
-        EXPECT_EQ(Difference(Opaque(plugin_.Display(static_cast<int>(i))),
-                             Crop(screen, area.left, area.top, area.width, area.height)),
+        const runtime::Image expected = Crop(screen, area);
+        const int x = area.left - areas[0].left, y = area.top - areas[0].top;
+        EXPECT_EQ(DifferenceOn(
+                      system, [&] { return plugin_.Display(static_cast<int>(i)); }, expected),
                   "")
-            << system << ", display " << i;
+            << i;
+        EXPECT_EQ(
+            DifferenceOn(
+                system, [&] { return plugin_.Rect(x, y, area.width, area.height); }, expected),
+            "")
+            << i;
       }
     }
   }
@@ -73,14 +56,14 @@ class ChangingScreen : public ::testing::Test {
 
 TEST_F(ChangingScreen, IsFollowedFromCaptureToCapture) {
   ExpectDisplays({{0, 0, 640, 480}});
-  Xrandr({"--setmonitor", "*left", "300/50x480/50+0+0", "screen"});
+  server_.SetMonitor("*left", {0, 0, 300, 480}, "screen");
   ExpectDisplays({{0, 0, 300, 480}});
-  Xrandr({"--setmonitor", "right", "340/50x400/50+300+80", "none"});
+  server_.SetMonitor("right", {300, 80, 340, 400});
   ExpectDisplays({{0, 0, 300, 480}, {300, 80, 340, 400}});
+  server_.SetMonitor("*main", {500, 20, 100, 50});
   Xrandr({"--delmonitor", "right"});
-  Xrandr({"--setmonitor", "right", "100/50x50/50+500+20", "none"});
-  ExpectDisplays({{0, 0, 300, 480}, {500, 20, 100, 50}});
-  Xrandr({"--delmonitor", "right"});
+  ExpectDisplays({{500, 20, 100, 50}, {0, 0, 300, 480}});
+  Xrandr({"--delmonitor", "main"});
   Xrandr({"--delmonitor", "left"});
   ExpectDisplays({{0, 0, 640, 480}});
 }
@@ -96,29 +79,6 @@ TEST_F(ChangingScreen, IsFollowedWhenTheRootWindowShrinksAndGrows) {
   }
 }
 
-// --- What a server lacks ---
-
-class LackingServer : public ::testing::TestWithParam<const char*> {};
-
-TEST_P(LackingServer, IsCapturedByEveryStrategy) {
-  const Xvfb server("320x200x24", {"-extension", GetParam()});
-  server.FillRandom(Seed());
-  UseDesktop(server);
-  Plugin plugin;
-  const auto whole = Crop(server.ImportScreen(), 0, 0, 320, 200);
-  for (const char* system : kStrategies) {
-    UseSystem(system);
-    EXPECT_EQ(Difference(Opaque(plugin.Main()), whole), "") << system;
-    EXPECT_EQ(Difference(Opaque(plugin.Rect(0, 0, 320, 200)), whole), "") << system;
-    EXPECT_EQ(Difference(Opaque(plugin.Scaled(0, 0, 320, 200, 320, 200)), whole), "") << system;
-  }
-}
-
-INSTANTIATE_TEST_SUITE_P(X11, LackingServer, ::testing::Values("MIT-SHM", "RANDR"),
-                         [](const auto& instance) {
-                           return instance.param[0] == 'M' ? "SharedMemory" : "RandR";
-                         });
-
 // --- Shared memory and descriptors that run out. Each capture needs more than the one before. ---
 
 class LimitedServer : public ::testing::Test {
@@ -126,73 +86,51 @@ class LimitedServer : public ::testing::Test {
   static constexpr int kWidth = 1600;
   static constexpr int kHeight = 1200;  // 7.7 MB
 
-  // A capture of the rows down to that one.
-  static std::string CaptureRows(Plugin& plugin, const RgbImage& screen, int rows) {
-    return Difference(Opaque(plugin.Rect(0, 0, kWidth, rows)), Crop(screen, 0, 0, kWidth, rows));
+  void Start(bool (*prepare)() = nullptr) {
+    server_.emplace(std::to_string(kWidth) + "x" + std::to_string(kHeight) + "x24",
+                    std::vector<std::string>(), prepare);
+    server_->FillRandom(Seed());
+    UseDesktop(*server_);
+    screen_ = server_->ImportScreen();
   }
 
-  static std::string Screen() {
-    return std::to_string(kWidth) + "x" + std::to_string(kHeight) + "x24";
+  // A capture of the rows down to that one.
+  void ExpectRows(int rows) {
+    EXPECT_EQ(
+        Difference(Opaque(plugin_.Rect(0, 0, kWidth, rows)), Crop(screen_, {0, 0, kWidth, rows})),
+        "")
+        << rows;
   }
+
+  std::optional<Xvfb> server_;
+  RgbImage screen_;
+  Plugin plugin_;
 };
 
 TEST_F(LimitedServer, WithoutDescriptorsForMoreMemoryIsStillCaptured) {
-  const Xvfb server(Screen());
-  server.FillRandom(Seed());
-  UseDesktop(server);
-  Plugin plugin;
-  const RgbImage screen = server.ImportScreen();
-  EXPECT_EQ(CaptureRows(plugin, screen, 10), "");
+  Start();
+  ExpectRows(10);
   rlimit before = {};
-  ASSERT_EQ(prlimit(server.pid(), RLIMIT_NOFILE, nullptr, &before), 0);
+  ASSERT_EQ(prlimit(server_->pid(), RLIMIT_NOFILE, nullptr, &before), 0);
   const rlimit none = {3, before.rlim_max};
-  ASSERT_EQ(prlimit(server.pid(), RLIMIT_NOFILE, &none, nullptr), 0);
-  EXPECT_EQ(CaptureRows(plugin, screen, kHeight), "");
-  ASSERT_EQ(prlimit(server.pid(), RLIMIT_NOFILE, &before, nullptr), 0);
-  EXPECT_EQ(CaptureRows(plugin, screen, kHeight), "");
+  ASSERT_EQ(prlimit(server_->pid(), RLIMIT_NOFILE, &none, nullptr), 0);
+  ExpectRows(kHeight);
+  ASSERT_EQ(prlimit(server_->pid(), RLIMIT_NOFILE, &before, nullptr), 0);
+  ExpectRows(kHeight);
 }
 
-// Takes memfd_create from this process, as on systems that have none.
-bool ForbidMemoryFiles() {
-  constexpr uint32_t kMemfdCreate64 = 319;  // the server is a 64-bit program, also for 32-bit tests
-  sock_filter filter[] = {
-      BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
-      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, kMemfdCreate64, 0, 1),
-      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | ENOSYS),
-      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
-  };
-  const sock_fprog program = {std::size(filter), filter};
-  return prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
-         prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) == 0;
-}
-
-// Gives this process 4 MB for shared memory, in the folder where servers make it as files.
+// For a server: 4 MB of shared memory, in the folder where it is made as files, and no other.
 bool LimitSharedMemory() {
-  return unshare(CLONE_NEWNS) == 0 &&
-         mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
-         mount("tmpfs", "/dev/shm", "tmpfs", 0, "size=4m") == 0;
-}
-
-bool MayLimitSharedMemory() {
-  const pid_t pid = fork();
-  if (pid == 0) _exit(LimitSharedMemory() && ForbidMemoryFiles() ? 0 : 1);
-  int status = 1;
-  waitpid(pid, &status, 0);
-  return status == 0;
+  constexpr uint32_t kMemfdCreate = 319;  // the server is a 64-bit program, also for 32-bit tests
+  return MountSmallDisk("/dev/shm", "4m") && RefuseSystemCall(kMemfdCreate, ENOSYS);
 }
 
 TEST_F(LimitedServer, WithFullSharedMemoryIsStillCaptured) {
-  if (!MayLimitSharedMemory()) {
+  if (WaitForEnd(Fork([] { return LimitSharedMemory() ? 0 : 1; })) != 0) {
     GTEST_SKIP() << "needs the right to mount a small memory file system for the server";
   }
-  const Xvfb server(Screen(), {}, [] { return LimitSharedMemory() && ForbidMemoryFiles(); });
-  server.FillRandom(Seed());
-  UseDesktop(server);
-  Plugin plugin;
-  const RgbImage screen = server.ImportScreen();
-  for (const int rows : {10, kHeight / 3, kHeight, 10, kHeight / 2, kHeight}) {
-    EXPECT_EQ(CaptureRows(plugin, screen, rows), "") << rows;
-  }
+  Start(LimitSharedMemory);
+  for (const int rows : {10, kHeight / 3, kHeight, 10, kHeight / 2, kHeight}) ExpectRows(rows);
 }
 
 // Lets this process have no more descriptors than it has.
@@ -212,22 +150,18 @@ class NoMoreDescriptors {
 };
 
 TEST_F(LimitedServer, IsStillCapturedByAHostThatHasRunOutOfDescriptors) {
-  const Xvfb server(Screen());
-  server.FillRandom(Seed());
-  UseDesktop(server);
-  Plugin plugin;
-  const RgbImage screen = server.ImportScreen();
+  Start();
   {
     const NoMoreDescriptors noMore;
-    EXPECT_FALSE(plugin.Rect(0, 0, kWidth, 10).has_value()) << "without a connection";
+    EXPECT_FALSE(plugin_.Rect(0, 0, kWidth, 10).has_value()) << "without a connection";
   }
-  EXPECT_EQ(CaptureRows(plugin, screen, 10), "");
+  ExpectRows(10);
   const Footprint before = Footprint::Now();
   {
     const NoMoreDescriptors noMore;
-    EXPECT_EQ(CaptureRows(plugin, screen, kHeight), "") << "with one";
+    ExpectRows(kHeight);  // over the connection
   }
-  EXPECT_EQ(CaptureRows(plugin, screen, kHeight), "");
+  ExpectRows(kHeight);
   EXPECT_EQ(Difference(Footprint::Now(), before), "");
 }
 

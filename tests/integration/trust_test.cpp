@@ -1,10 +1,7 @@
 // What a process can be made to load from outside.
 
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <array>
-#include <filesystem>
 #include <set>
 #include <sstream>
 
@@ -20,42 +17,25 @@ constexpr uid_t kNobody = 65534;
 class Trust : public ::testing::Test {
  protected:
   Trust() {
-    char name[] = "/tmp/qrv-decoys-XXXXXX";
-    decoys_ = mkdtemp(name);
-    fs::copy(QRV_BUILD_DIR "/libScreenshotPlatform.so", decoys_);
-    fs::copy(QRV_BUILD_DIR "/ScreenshotQRV.so", decoys_);
-    fs::copy(QRV_BUILD_DIR "/Frameworks", decoys_ / "Frameworks", fs::copy_options::recursive);
+    fs::copy(QRV_BUILD_DIR "/libScreenshotPlatform.so", decoys_.path());
+    fs::copy(QRV_BUILD_DIR "/ScreenshotQRV.so", decoys_.path());
+    fs::copy(QRV_BUILD_DIR "/Frameworks", decoys_.File("Frameworks"), fs::copy_options::recursive);
   }
-  ~Trust() override { fs::remove_all(decoys_); }
 
   // What the probe finds, line by line, that runs amid decoys. Raised privileges: its effective
   // user is another one than its real user.
   std::multiset<std::string> Find(bool isRaised,
                                   const char* plugin = QRV_BUILD_DIR "/ScreenshotQRV.so") const {
-    std::array<int, 2> ends = {};
-    EXPECT_EQ(pipe(ends.data()), 0);
-    const pid_t pid = fork();
-    if (pid == 0) {
-      dup2(ends[1], STDOUT_FILENO);
+    const Outcome outcome = RunProgram({QRV_BUILD_DIR "/found_probe", plugin}, [&] {
       setenv("QRV_DESKTOP", "virtual", 1);
       setenv("QRV_SYSTEM_VERSION", "10.4", 1);
       unsetenv("DISPLAY");
-      if (isRaised) setenv("LD_LIBRARY_PATH", decoys_.c_str(), 1);
-      if (chdir(decoys_.c_str()) == 0 && (!isRaised || setresuid(kNobody, 0, 0) == 0)) {
-        execl(QRV_BUILD_DIR "/found_probe", "found_probe", plugin, nullptr);
-      }
-      _exit(127);
-    }
-    close(ends[1]);
-    std::string text;
-    char byte = 0;
-    while (read(ends[0], &byte, 1) == 1) text += byte;
-    close(ends[0]);
-    int status = 0;
-    waitpid(pid, &status, 0);
-    EXPECT_EQ(status, 0) << text;
+      if (isRaised) setenv("LD_LIBRARY_PATH", decoys_.path().c_str(), 1);
+      return chdir(decoys_.path().c_str()) == 0 && (!isRaised || setresuid(kNobody, 0, 0) == 0);
+    });
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.output;
     std::multiset<std::string> lines;
-    std::istringstream stream(text);
+    std::istringstream stream(outcome.output);
     for (std::string line; std::getline(stream, line);) lines.insert(line);
     return lines;
   }
@@ -68,16 +48,17 @@ class Trust : public ::testing::Test {
     return lines;
   }
 
-  fs::path decoys_;
+  const ScratchFolder decoys_;
 };
 
 TEST_F(Trust, AWorkingDirectoryOfDecoysChangesNothing) {
-  EXPECT_EQ(Find(false), With({"secure 0", "virtual desktop", "10.4"}));
+  EXPECT_EQ(Find(false), With({"secure 0", "the virtual desktop", "10.4"}));
 }
 
 TEST_F(Trust, ARelativePathAndALinkLeadToTheFilesThemselves) {
-  fs::create_symlink(QRV_BUILD_DIR, decoys_ / "link");
-  EXPECT_EQ(Find(false, "link/ScreenshotQRV.so"), With({"secure 0", "virtual desktop", "10.4"}));
+  fs::create_symlink(QRV_BUILD_DIR, decoys_.File("link"));
+  EXPECT_EQ(Find(false, "link/ScreenshotQRV.so"),
+            With({"secure 0", "the virtual desktop", "10.4"}));
 }
 
 TEST_F(Trust, AProcessWithRaisedPrivilegesHeedsNoVariable) {

@@ -10,7 +10,7 @@
 #include <cstring>
 #include <string>
 
-#include "platform/desktop/session.h"
+#include <QRV/Desktop.h>
 #include "runtime/host.h"
 
 namespace {
@@ -31,14 +31,11 @@ int main(int, char** arguments) {
     return 1;
   }
   // This method needs QuickDraw on every system.
-  auto* picture = host.Call<REALpictureStruct*>(
-      "ScreenshotRectQRV(left as integer, top as integer, width as integer, height as integer, "
-      "destwidth as integer, destheight as integer) as picture",
-      0, 0, 1, 1, 1, 1);
+  auto* picture = host.Call(qrv::runtime::methods::kScreenshotRectScaled, 0, 0, 1, 1, 1, 1);
   if (picture != nullptr) host.Release(picture);
   SInt32 minor = 0;
   Gestalt(gestaltSystemVersionMinor, &minor);
-  std::printf("secure %lu\n%s\n10.%d\n", getauxval(AT_SECURE), QRVDesktopName(),
+  std::printf("secure %lu\n%s\n10.%d\n", getauxval(AT_SECURE), qrv::desktop::DesktopName(),
               static_cast<int>(minor));
   dl_iterate_phdr(PrintIfOurs, nullptr);
   std::fflush(stdout);

@@ -1,14 +1,12 @@
 #include "tests/support/xvfb.h"
 
 #include <fcntl.h>
-#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <xcb/xcb.h>
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <fstream>
@@ -16,6 +14,8 @@
 #include <random>
 #include <sstream>
 #include <stdexcept>
+
+#include "tests/support/process.h"
 
 namespace qrv::testing {
 namespace {
@@ -33,47 +33,6 @@ std::string ReadAll(int fd) {
   return text;
 }
 
-struct Child {
-  pid_t pid;
-  int output;  // the read end of a pipe that is the child's descriptor `outputFd`
-};
-
-// Starts a program that is killed when this thread ends. Its standard error goes nowhere.
-Child StartChild(const std::vector<std::string>& command, int outputFd, const std::string& display,
-                 bool (*prepare)() = nullptr) {
-  int ends[2];
-  if (pipe2(ends, O_CLOEXEC) != 0) Fail("no pipe");
-  std::vector<char*> arguments;
-  arguments.reserve(command.size() + 1);
-  for (const std::string& each : command) arguments.push_back(const_cast<char*>(each.c_str()));
-  arguments.push_back(nullptr);
-  const pid_t parent = getpid();
-  const pid_t pid = fork();
-  if (pid < 0) Fail("no process");
-  if (pid == 0) {
-    prctl(PR_SET_PDEATHSIG, SIGKILL);
-    if (getppid() != parent) _exit(127);
-    const int nothing = open("/dev/null", O_RDWR | O_CLOEXEC);
-    dup2(nothing, STDIN_FILENO);
-    dup2(nothing, STDERR_FILENO);
-    if (outputFd != STDOUT_FILENO) dup2(nothing, STDOUT_FILENO);
-    dup2(ends[1], outputFd);
-    if (!display.empty()) setenv("DISPLAY", display.c_str(), 1);
-    if (prepare && !prepare()) _exit(127);
-    execvp(arguments[0], arguments.data());
-    _exit(127);
-  }
-  close(ends[1]);
-  return {pid, ends[0]};
-}
-
-int WaitForEnd(pid_t pid) {
-  int status = 0;
-  while (waitpid(pid, &status, 0) < 0 && errno == EINTR) {
-  }
-  return status;
-}
-
 struct Disconnect {
   void operator()(xcb_connection_t* connection) const { xcb_disconnect(connection); }
 };
@@ -83,45 +42,43 @@ class Painter {
  public:
   explicit Painter(const std::string& display) : xcb_(xcb_connect(display.c_str(), nullptr)) {
     if (xcb_connection_has_error(xcb_.get())) Fail("can't paint on " + display);
-    setup_ = xcb_get_setup(xcb_.get());
-    screen_ = xcb_setup_roots_iterator(setup_).data;
-    context_ = xcb_generate_id(xcb_.get());
-    xcb_create_gc(xcb_.get(), context_, screen_->root, 0, nullptr);
+    screen_ = xcb_setup_roots_iterator(xcb_get_setup(xcb_.get())).data;
   }
 
-  int width() const { return screen_->width_in_pixels; }
-  int height() const { return screen_->height_in_pixels; }
-
-  // Gives the colour map colours that stay when this client leaves.
+  // Gives the colour map other colours, which stay when this client leaves: all but the two that
+  // the server itself has taken. Only the first client finds cells to take for that.
   void SetRandomColors(std::mt19937& random) {
     if (screen_->root_depth != 8) return;
     xcb_set_close_down_mode(xcb_.get(), XCB_CLOSE_DOWN_RETAIN_PERMANENT);
     for (uint32_t pixel = 0; pixel < 256; ++pixel) {
       const auto cookie = xcb_alloc_color_cells(xcb_.get(), 0, screen_->default_colormap, 1, 0);
-      const std::unique_ptr<xcb_alloc_color_cells_reply_t, decltype(&std::free)> cells(
-          xcb_alloc_color_cells_reply(xcb_.get(), cookie, nullptr), &std::free);
-      if (!cells) return;
-      xcb_coloritem_t item = {};
-      item.pixel = *xcb_alloc_color_cells_pixels(cells.get());
-      item.red = static_cast<uint16_t>(random());
-      item.green = static_cast<uint16_t>(random());
-      item.blue = static_cast<uint16_t>(random());
-      item.flags = XCB_COLOR_FLAG_RED | XCB_COLOR_FLAG_GREEN | XCB_COLOR_FLAG_BLUE;
+      std::free(xcb_alloc_color_cells_reply(xcb_.get(), cookie, nullptr));
+    }
+    for (uint32_t pixel = 0; pixel < 256; ++pixel) {
+      const auto sample = [&random] { return static_cast<uint16_t>(random()); };
+      const xcb_coloritem_t item = {pixel,
+                                    sample(),
+                                    sample(),
+                                    sample(),
+                                    XCB_COLOR_FLAG_RED | XCB_COLOR_FLAG_GREEN | XCB_COLOR_FLAG_BLUE,
+                                    0};
       xcb_store_colors(xcb_.get(), screen_->default_colormap, 1, &item);
     }
   }
 
   // In bands that fit a request.
-  void PutRandom(std::mt19937& random, int x, int y, int width, int height) {
-    const int rowBytes = (width * BitsPerPixel() / 8 + 3) / 4 * 4;
+  void PutRandom(std::mt19937& random) {
+    const xcb_gcontext_t context = xcb_generate_id(xcb_.get());
+    xcb_create_gc(xcb_.get(), context, screen_->root, 0, nullptr);
+    const int rowBytes = (screen_->width_in_pixels * BitsPerPixel() / 8 + 3) / 4 * 4;
     const int bandHeight = std::max(1, 60000 / rowBytes);
-    for (int done = 0; done < height; done += bandHeight) {
-      const int rows = std::min(bandHeight, height - done);
+    for (int y = 0; y < screen_->height_in_pixels; y += bandHeight) {
+      const int rows = std::min(bandHeight, screen_->height_in_pixels - y);
       std::vector<uint8_t> band(static_cast<size_t>(rows) * static_cast<size_t>(rowBytes));
       for (uint8_t& each : band) each = static_cast<uint8_t>(random());
-      xcb_put_image(xcb_.get(), XCB_IMAGE_FORMAT_Z_PIXMAP, screen_->root, context_,
-                    static_cast<uint16_t>(width), static_cast<uint16_t>(rows),
-                    static_cast<int16_t>(x), static_cast<int16_t>(y + done), 0, screen_->root_depth,
+      xcb_put_image(xcb_.get(), XCB_IMAGE_FORMAT_Z_PIXMAP, screen_->root, context,
+                    screen_->width_in_pixels, static_cast<uint16_t>(rows), 0,
+                    static_cast<int16_t>(y), 0, screen_->root_depth,
                     static_cast<uint32_t>(band.size()), band.data());
     }
   }
@@ -133,18 +90,10 @@ class Painter {
   }
 
  private:
-  int BitsPerPixel() const {
-    const xcb_format_t* const formats = xcb_setup_pixmap_formats(setup_);
-    for (int i = 0; i < xcb_setup_pixmap_formats_length(setup_); ++i) {
-      if (formats[i].depth == screen_->root_depth) return formats[i].bits_per_pixel;
-    }
-    Fail("no format for the root window");
-  }
+  int BitsPerPixel() const { return screen_->root_depth > 16 ? 32 : screen_->root_depth; }
 
   std::unique_ptr<xcb_connection_t, Disconnect> xcb_;
-  const xcb_setup_t* setup_;
   const xcb_screen_t* screen_;
-  xcb_gcontext_t context_;
 };
 
 // Each process has numbers of its own to try: a server picks a free one by itself, but then another
@@ -181,10 +130,17 @@ bool Xvfb::Start(const std::string& display) {
   std::vector<std::string> command = {"Xvfb", display, "-displayfd", "3",         "-screen",
                                       "0",    screen_, "-noreset",   "-nolisten", "tcp"};
   command.insert(command.end(), arguments_.begin(), arguments_.end());
-  const Child child = StartChild(command, 3, "", prepare_);
-  pid_ = lastPid_ = child.pid;
+  int ends[2];
+  if (pipe2(ends, O_CLOEXEC) != 0) Fail("no pipe");
+  pid_ = lastPid_ = StartProgram(command, [&] {
+    const int nothing = open("/dev/null", O_RDWR | O_CLOEXEC);
+    for (const int each : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) dup2(nothing, each);
+    dup2(ends[1], 3);
+    return prepare_ == nullptr || prepare_();
+  });
+  close(ends[1]);
   // The server writes its number once it listens, and closes the descriptor.
-  if (ReadAll(child.output).empty()) {
+  if (ReadAll(ends[0]).empty()) {
     End(SIGKILL);
     return false;
   }
@@ -214,41 +170,37 @@ void Xvfb::Restart() {
   if (!Start(display_)) Fail("Xvfb did not start again");
 }
 
-void Xvfb::Stop() {
+void Xvfb::Stop() const {
   kill(pid_, SIGSTOP);
   int status = 0;
   waitpid(pid_, &status, WUNTRACED);
 }
 
-void Xvfb::Continue() { kill(pid_, SIGCONT); }
+void Xvfb::Continue() const { kill(pid_, SIGCONT); }
 
 std::string Xvfb::Run(const std::vector<std::string>& command) const {
-  const Child child = StartChild(command, STDOUT_FILENO, display_);
-  std::string output = ReadAll(child.output);
-  if (WaitForEnd(child.pid) != 0) Fail(command.front() + " failed on " + display_);
-  return output;
+  Outcome outcome =
+      RunProgram(command, [this] { return setenv("DISPLAY", display_.c_str(), 1) == 0; });
+  if (outcome.exitCode != 0) Fail(command.front() + " on " + display_ + ": " + outcome.errors);
+  return std::move(outcome.output);
+}
+
+void Xvfb::SetMonitor(const std::string& name, const Area& area, const char* output) const {
+  const std::string size = std::to_string(area.width) + "/50x" + std::to_string(area.height);
+  const std::string place = std::to_string(area.left) + "+" + std::to_string(area.top);
+  Run({"xrandr", "--setmonitor", name, size + "/50+" + place, output});
 }
 
 void Xvfb::SetTwoMonitors(Primary primary) const {
-  // A star before a monitor's name makes it primary.
-  const std::string leftName = primary == Primary::kLeft ? "*left" : "left";
-  const std::string rightName = primary == Primary::kRight ? "*right" : "right";
-  Run({"xrandr", "--setmonitor", leftName, "1440/380x900/240+0+0", "screen"});
-  Run({"xrandr", "--setmonitor", rightName, "1280/340x1024/270+1440+0", "none"});
+  SetMonitor(primary == Primary::kLeft ? "*left" : "left", {0, 0, 1440, 900}, "screen");
+  SetMonitor(primary == Primary::kRight ? "*right" : "right", {1440, 0, 1280, 1024});
 }
 
 void Xvfb::FillRandom(uint32_t seed) const {
-  constexpr int kRectangles = 20;
   Painter painter(display_);
   std::mt19937 random(seed);
   painter.SetRandomColors(random);
-  painter.PutRandom(random, 0, 0, painter.width(), painter.height());
-  for (int i = 0; i < kRectangles; ++i) {
-    const int x = static_cast<int>(random() % static_cast<unsigned>(painter.width()));
-    const int y = static_cast<int>(random() % static_cast<unsigned>(painter.height()));
-    painter.PutRandom(random, x, y, 1 + static_cast<int>(random() % 200),
-                      1 + static_cast<int>(random() % 200));
-  }
+  painter.PutRandom(random);
   painter.Finish();
 }
 
@@ -268,19 +220,15 @@ RgbImage Xvfb::ImportScreen() const {
 }
 
 ScopedVariable::ScopedVariable(const char* name, const char* value) : name_(name) {
-  const char* const previous = getenv(name);
-  wasSet_ = previous != nullptr;
-  if (previous) previous_ = previous;
-  if (value) {
-    setenv(name, value, 1);
-  } else {
-    unsetenv(name);
-  }
+  if (const char* const previous = getenv(name)) previous_ = previous;
+  Set(value);
 }
 
-ScopedVariable::~ScopedVariable() {
-  if (wasSet_) {
-    setenv(name_.c_str(), previous_.c_str(), 1);
+ScopedVariable::~ScopedVariable() { Set(previous_ ? previous_->c_str() : nullptr); }
+
+void ScopedVariable::Set(const char* value) const {
+  if (value != nullptr) {
+    setenv(name_.c_str(), value, 1);
   } else {
     unsetenv(name_.c_str());
   }

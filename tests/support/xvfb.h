@@ -8,6 +8,7 @@
 #include <sys/types.h>
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -18,6 +19,10 @@ struct RgbImage {
   int width = 0;
   int height = 0;
   std::vector<uint8_t> pixels;
+};
+
+struct Area {
+  int left, top, width, height;
 };
 
 class Xvfb {
@@ -36,22 +41,26 @@ class Xvfb {
   // 0 while it isn't running.
   pid_t pid() const { return pid_; }
 
-  void Kill();      // ends it without notice
-  void Restart();   // after Kill: a new server at the same display
-  void Stop();      // it no longer answers, as a hung server
-  void Continue();  // after Stop
+  void Kill();            // ends it without notice
+  void Restart();         // after Kill: a new server at the same display
+  void Stop() const;      // it no longer answers, as a hung server
+  void Continue() const;  // after Stop
 
   // Runs a program with DISPLAY set to this server and returns what it wrote to its standard
   // output. Throws when it doesn't end with status 0.
   std::string Run(const std::vector<std::string>& command) const;
+
+  // Makes a part of the screen a monitor, the primary one with a star before its name. The first
+  // takes the server's one output, "screen".
+  void SetMonitor(const std::string& name, const Area& area, const char* output = "none") const;
 
   // Gives a screen of at least 2720x1024 pixels the monitors "left", 1440x900+0+0, and "right",
   // 1280x1024+1440+0. One of them is primary.
   enum class Primary { kLeft, kRight };
   void SetTwoMonitors(Primary primary = Primary::kLeft) const;
 
-  // Covers the root window with random pixels, and with rectangles of random pixels, the same for
-  // the same seed. Gives a screen with a colour map random colours first.
+  // Covers the root window with random pixels, the same for the same seed. Gives a screen with a
+  // colour map random colours first.
   void FillRandom(uint32_t seed) const;
 
   // The root window as an independent program sees it.
@@ -79,9 +88,10 @@ class ScopedVariable {
   ~ScopedVariable();
 
  private:
+  void Set(const char* value) const;
+
   std::string name_;
-  std::string previous_;
-  bool wasSet_;
+  std::optional<std::string> previous_;
 };
 
 }  // namespace qrv::testing

@@ -1,78 +1,82 @@
-// What the plug-in's unit tests share: a stage per test, and looks at what was recorded on it.
+// What the plug-in's unit tests share: a host of the test's choice over a virtual desktop, behind
+// the pass-through layer, and what pictures are to hold there.
 #ifndef TESTS_UNIT_PLUGIN_TEST_H_
 #define TESTS_UNIT_PLUGIN_TEST_H_
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
-#include "picture/picture_editor.h"
-#include "tests/fakes/fake_frameworks.h"
-#include "tests/fakes/fake_host.h"
-#include "tests/fakes/stage.h"
+#include "runtime/host.h"
+#include "tests/passthrough/seams.h"
 
-namespace qrv::fakes {
+namespace qrv::passthrough {
 
-using ::testing::Contains;
+using runtime::ApplicationKind;
+using runtime::HostOptions;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-using ::testing::Not;
+using Bytes = std::vector<uint8_t>;
+
+// The strategies, as the platform counts them, and a system that chooses each.
+enum Strategy : unsigned { kNone = 0, kDisplayImage = 1, kOpenGL = 2, kQuickDraw = 4 };
+constexpr const char* kSystems[] = {"", "10.7", "10.6", "", "10.4"};
+
+// Raw pixels of 2 x 2 with a gap at the end of each row: bottom row, then top row.
+constexpr std::string_view kRawPixels = "bgr.BGR.gap.bgR.BgR.gap.";
+
+struct Box {
+  int left, top, width, height;
+
+  bool Holds(int x, int y) const {
+    return x >= left && y >= top && x < left + width && y < top + height;
+  }
+};
 
 class PluginTest : public ::testing::Test {
  protected:
-  PluginTest() { UseHost(); }
+  PluginTest();
+  ~PluginTest() override;
 
-  ~PluginTest() override { EXPECT_THAT(stage.faults, IsEmpty()); }
+  static void UseDesktop(const std::vector<Box>& displays);
+  static void UseSystem(const std::string& version);
+  static void UseSystem(Strategy strategy) { UseSystem(kSystems[strategy]); }
+  // Starts the plug-in in a process of another kind, with another host.
+  void Use(const HostOptions& options);
+  void Use(ApplicationKind application, double version = 2013.03);
 
-  // Puts the plug-in into a process of another kind, with another host.
-  void Use(Application application, double version = 2013.03) {
-    IsDesktop = IsConsole = false;
-    stage.application = application;
-    stage.version = version;
-    UseHost();
-  }
+  // The strategies that have delivered pixels since the last call.
+  static unsigned TakeStrategies();
 
-  // The recorded calls, without the look-ups by name.
-  std::vector<std::string> Calls() const {
-    std::vector<std::string> calls;
-    for (const std::string& call : stage.calls) {
-      if (!call.starts_with("resolve ") && !call.starts_with("look up ")) calls.push_back(call);
-    }
-    return calls;
-  }
+  // The four bytes of a pixel in the host's pictures; alpha -1: opaque.
+  Bytes Stored(uint32_t colour, int alpha = -1) const;
+  Bytes StoredRawPixels() const;
+  // The pixels of the picture, row by row, as they are in memory.
+  static Bytes BytesOf(const REALpictureStruct* picture);
+  // What a part of the desktop is to be by the strategy; without the displays whose bits are set in
+  // `without`, whose place shows what the strategy's picture is before anything is drawn.
+  Bytes Expected(Strategy strategy, const Box& part, unsigned without = 0) const;
+  Bytes Expected(const Box& part, const Bytes& outside, int alpha, unsigned without = 0) const;
 
-  // Those that begin with one of the names.
-  std::vector<std::string> CallsOf(const std::vector<std::string>& names) const {
-    std::vector<std::string> calls;
-    for (const std::string& call : stage.calls) {
-      for (const std::string& name : names) {
-        if (call == name || call.starts_with(name + " ")) calls.push_back(call);
-      }
-    }
-    return calls;
-  }
+  // The picture is exactly that, is all that is held, and was captured by the strategy. Releases
+  // it.
+  void ExpectShows(REALpictureStruct* picture, Strategy strategy, const Box& part);
+  void ExpectIs(REALpictureStruct* picture, const Bytes& bytes);
+  // The plug-in has given all back. Empty, or what is still held or went wrong.
+  std::string Problems() const;
 
-  std::vector<std::string> HeldKinds() const {
-    std::vector<std::string> kinds;
-    for (const auto& [object, kind] : stage.held) kinds.push_back(kind);
-    return kinds;
-  }
+  static const std::vector<Box>& Displays();
+  uint32_t Card(size_t display, int x, int y) const;
 
-  void ExpectNothingHeld() const { EXPECT_THAT(HeldKinds(), IsEmpty()); }
-
-  // The picture is all that is held, once; releases it.
-  void ExpectSolePicture(REALpictureStruct* picture) const {
-    ASSERT_NE(picture, nullptr);
-    EXPECT_THAT(HeldKinds(), ElementsAre("picture"));
-    ReleasePicture(picture);
-    ExpectNothingHeld();
-  }
-
-  Stage& stage = TheStage();
+  HostOptions options;
+  std::unique_ptr<runtime::Host> host;
+  Layer& layer = TheLayer();
 };
 
-}  // namespace qrv::fakes
+}  // namespace qrv::passthrough
 
 #endif  // TESTS_UNIT_PLUGIN_TEST_H_

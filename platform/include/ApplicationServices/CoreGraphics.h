@@ -12,6 +12,8 @@
 #include <stddef.h>
 #include <stdint.h>
 
+#include <QRV/Symbol.h>
+
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -70,86 +72,98 @@ enum {
   kCGImageAlphaOnly = 7
 };
 
-// An alpha info in the low five bits, a byte order above them. The default byte order stores a
-// pixel's components in memory in the order that the alpha info's name tells.
-typedef uint32_t CGBitmapInfo;
-enum { kCGBitmapAlphaInfoMask = 0x1F, kCGBitmapByteOrder32Little = 2 << 12 };
-
 // --- Displays. Bounds are in the global display space, in units; images are in pixels. ---
 
 // The main display's identifier, 0 when there is no display.
-CGDirectDisplayID CGMainDisplayID(void);
+CGDirectDisplayID CGMainDisplayID(void) QRV_SYMBOL("CGMainDisplayID");
 
 // Fills `displays` with up to `maxDisplays` identifiers, main display first, and `*displayCount`
 // with how many were filled. Not kCGErrorSuccess when the desktop can't be asked.
 CGError CGGetActiveDisplayList(uint32_t maxDisplays, CGDirectDisplayID* displays,
-                               CGDisplayCount* displayCount);
+                               CGDisplayCount* displayCount) QRV_SYMBOL("CGGetActiveDisplayList");
 
 // The display's rectangle; empty at (0, 0) for an identifier that names no display.
-CGRect CGDisplayBounds(CGDirectDisplayID display);
+CGRect CGDisplayBounds(CGDirectDisplayID display) QRV_SYMBOL("CGDisplayBounds");
 
 // The display's current mode, with the numbers "BitsPerSample" and "SamplesPerPixel" where the
 // system states them. Not owned; valid until the next call. Null for no display.
-CFDictionaryRef CGDisplayCurrentMode(CGDirectDisplayID display);
+CFDictionaryRef CGDisplayCurrentMode(CGDirectDisplayID display) QRV_SYMBOL("CGDisplayCurrentMode");
 
-// One bit that stands for the display; 0 for no display.
-CGOpenGLDisplayMask CGDisplayIDToOpenGLDisplayMask(CGDirectDisplayID display);
+// One bit that stands for the display: that of its place in the latest list. 0 for no display, and
+// for those after the first 32.
+CGOpenGLDisplayMask CGDisplayIDToOpenGLDisplayMask(CGDirectDisplayID display)
+    QRV_SYMBOL("CGDisplayIDToOpenGLDisplayMask");
 
 // An image of the whole display, or null.
-__attribute__((weak)) CGImageRef CGDisplayCreateImage(CGDirectDisplayID display);
+__attribute__((weak)) CGImageRef CGDisplayCreateImage(CGDirectDisplayID display)
+    QRV_SYMBOL("CGDisplayCreateImage");
 
 // An image of a part of the display, in units from the display's top-left corner, or null when
 // the part does not meet the display or can't be captured.
-__attribute__((weak)) CGImageRef CGDisplayCreateImageForRect(CGDirectDisplayID display,
-                                                             CGRect rect);
+__attribute__((weak)) CGImageRef CGDisplayCreateImageForRect(CGDirectDisplayID display, CGRect rect)
+    QRV_SYMBOL("CGDisplayCreateImageForRect");
 
 // --- Geometry ---
 
 // The common part of two rectangles, or the null rectangle when they have none.
-CGRect CGRectIntersection(CGRect first, CGRect second);
-bool CGRectIsNull(CGRect rect);
+CGRect CGRectIntersection(CGRect first, CGRect second) QRV_SYMBOL("CGRectIntersection");
+bool CGRectIsNull(CGRect rect) QRV_SYMBOL("CGRectIsNull");
 
 // --- Colour spaces ---
 
-CGColorSpaceRef CGColorSpaceCreateDeviceRGB(void);
+CGColorSpaceRef CGColorSpaceCreateDeviceRGB(void) QRV_SYMBOL("CGColorSpaceCreateDeviceRGB");
 // The space of that name ("kCGColorSpaceGenericRGB"), or null when there is none.
-CGColorSpaceRef CGColorSpaceCreateWithName(CFStringRef name);
-CGColorSpaceModel CGColorSpaceGetModel(CGColorSpaceRef space);
-void CGColorSpaceRelease(CGColorSpaceRef space);
+CGColorSpaceRef CGColorSpaceCreateWithName(CFStringRef name)
+    QRV_SYMBOL("CGColorSpaceCreateWithName");
+CGColorSpaceModel CGColorSpaceGetModel(CGColorSpaceRef space) QRV_SYMBOL("CGColorSpaceGetModel");
+void CGColorSpaceRelease(CGColorSpaceRef space) QRV_SYMBOL("CGColorSpaceRelease");
 
 // --- Images ---
 
 // Width and height in pixels; 0 for null.
-size_t CGImageGetWidth(CGImageRef image);
-size_t CGImageGetHeight(CGImageRef image);
-CGImageAlphaInfo CGImageGetAlphaInfo(CGImageRef image);
+size_t CGImageGetWidth(CGImageRef image) QRV_SYMBOL("CGImageGetWidth");
+size_t CGImageGetHeight(CGImageRef image) QRV_SYMBOL("CGImageGetHeight");
+CGImageAlphaInfo CGImageGetAlphaInfo(CGImageRef image) QRV_SYMBOL("CGImageGetAlphaInfo");
 // The image's colour space, not owned; null when it has none.
-CGColorSpaceRef CGImageGetColorSpace(CGImageRef image);
-void CGImageRelease(CGImageRef image);
+CGColorSpaceRef CGImageGetColorSpace(CGImageRef image) QRV_SYMBOL("CGImageGetColorSpace");
+void CGImageRelease(CGImageRef image) QRV_SYMBOL("CGImageRelease");
 
 // --- Bitmap contexts ---
 
 // A context over `data`, or over zeroed memory of its own when `data` is null. 8 bits a component,
 // RGB, alpha info 1, 2, 5 or 6 in the default byte order; null for anything else and when there is
 // no memory. `bytesPerRow` is at least width x 4. The caller's `data` outlives the context.
+//
+// A context is drawn, then read through its address or made one image of, and then released.
 CGContextRef CGBitmapContextCreate(void* data, size_t width, size_t height, size_t bitsPerComponent,
-                                   size_t bytesPerRow, CGColorSpaceRef space, uint32_t bitmapInfo);
-void CGContextRelease(CGContextRef context);
+                                   size_t bytesPerRow, CGColorSpaceRef space, uint32_t bitmapInfo)
+    QRV_SYMBOL("CGBitmapContextCreate");
+void CGContextRelease(CGContextRef context) QRV_SYMBOL("CGContextRelease");
 
-// The address of the context's top-left pixel.
-void* CGBitmapContextGetData(CGContextRef context);
-size_t CGBitmapContextGetBitsPerPixel(CGContextRef context);
-size_t CGBitmapContextGetWidth(CGContextRef context);
-size_t CGBitmapContextGetHeight(CGContextRef context);
-size_t CGBitmapContextGetBytesPerRow(CGContextRef context);
-CGImageAlphaInfo CGBitmapContextGetAlphaInfo(CGContextRef context);
+// The address of the context's top-left pixel; null when an image has taken the memory over.
+void* CGBitmapContextGetData(CGContextRef context) QRV_SYMBOL("CGBitmapContextGetData");
+size_t CGBitmapContextGetBitsPerPixel(CGContextRef context)
+    QRV_SYMBOL("CGBitmapContextGetBitsPerPixel");
+size_t CGBitmapContextGetWidth(CGContextRef context) QRV_SYMBOL("CGBitmapContextGetWidth");
+size_t CGBitmapContextGetHeight(CGContextRef context) QRV_SYMBOL("CGBitmapContextGetHeight");
+size_t CGBitmapContextGetBytesPerRow(CGContextRef context)
+    QRV_SYMBOL("CGBitmapContextGetBytesPerRow");
+CGImageAlphaInfo CGBitmapContextGetAlphaInfo(CGContextRef context)
+    QRV_SYMBOL("CGBitmapContextGetAlphaInfo");
 
-// Draws the image into the rectangle of user space, scaled to its size, clipped to the context.
-void CGContextDrawImage(CGContextRef context, CGRect rect, CGImageRef image);
+// Draws the image into the rectangle of user space, clipped to the context. Its pixels take the
+// place of those that were there, which onto cleared pixels is what it looks like; an image without
+// alpha is drawn with alpha 255. The rectangle has the image's size and begins at a whole pixel:
+// an image that would have to be scaled, or drawn between pixels, is not drawn, and its pixels are
+// lost, as those are that are drawn when an image has taken the context's memory.
+void CGContextDrawImage(CGContextRef context, CGRect rect, CGImageRef image)
+    QRV_SYMBOL("CGContextDrawImage");
 // Makes the rectangle transparent black.
-void CGContextClearRect(CGContextRef context, CGRect rect);
-// An image of the context's pixels as they are now; later drawing does not change it.
-CGImageRef CGBitmapContextCreateImage(CGContextRef context);
+void CGContextClearRect(CGContextRef context, CGRect rect) QRV_SYMBOL("CGContextClearRect");
+// An image of the context's pixels, whose memory it takes over: the context has none from then on.
+// Null for a context over the caller's memory, and while pixels that were to be drawn are missing.
+CGImageRef CGBitmapContextCreateImage(CGContextRef context)
+    QRV_SYMBOL("CGBitmapContextCreateImage");
 
 #ifdef __cplusplus
 }

@@ -9,6 +9,8 @@
 
 #include <stdint.h>
 
+#include <QRV/Symbol.h>
+
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -40,42 +42,53 @@ typedef struct FSRef {
   UInt8 hidden[80];
 } FSRef;
 
-extern const CFAllocatorRef kCFAllocatorSystemDefault;
+extern const CFAllocatorRef kCFAllocatorSystemDefault QRV_SYMBOL("kCFAllocatorSystemDefault");
 
-// A constant string of 7-bit ASCII characters. It lives as long as the process and is never
-// released.
+// A constant string of 7-bit ASCII characters. It lives as long as the code that names it and is
+// never released. Making it takes no memory, so it can't fail.
 #if defined(__MACH__)
 #define CFSTR(literal) ((CFStringRef)__builtin___CFStringMakeConstantString("" literal ""))
 #else
-CFStringRef __CFStringMakeConstantString(const char* literal);
-#define CFSTR(literal) __CFStringMakeConstantString("" literal "")
+struct __CFString {
+  const char* characters;
+};
+#define CFSTR(literal)                                           \
+  ([]() noexcept -> CFStringRef {                                \
+    static constexpr struct __CFString kConstant = {"" literal}; \
+    return &kConstant;                                           \
+  }())
 #endif
 
 // Gives one reference back. `object` must not be null.
-void CFRelease(CFTypeRef object);
+void CFRelease(CFTypeRef object) QRV_SYMBOL("CFRelease");
 
 // The value stored under `key`, not owned, or null when there is none.
-const void* CFDictionaryGetValue(CFDictionaryRef dictionary, const void* key);
+const void* CFDictionaryGetValue(CFDictionaryRef dictionary, const void* key)
+    QRV_SYMBOL("CFDictionaryGetValue");
 
 // Stores the number at `value` in the representation that `type` names; false when the number does
 // not fit it or the type is not supported.
-Boolean CFNumberGetValue(CFNumberRef number, CFNumberType type, void* value);
+Boolean CFNumberGetValue(CFNumberRef number, CFNumberType type, void* value)
+    QRV_SYMBOL("CFNumberGetValue");
 
-// The URL of an existing file or folder, or null.
-CFURLRef CFURLCreateFromFSRef(CFAllocatorRef allocator, const FSRef* reference);
+// The URL of the file or folder that the reference stands for, or null when it stands for none.
+CFURLRef CFURLCreateFromFSRef(CFAllocatorRef allocator, const FSRef* reference)
+    QRV_SYMBOL("CFURLCreateFromFSRef");
 
 // `url` with one more path component; null when there is no memory.
 CFURLRef CFURLCreateCopyAppendingPathComponent(CFAllocatorRef allocator, CFURLRef url,
-                                               CFStringRef component, Boolean isDirectory);
+                                               CFStringRef component, Boolean isDirectory)
+    QRV_SYMBOL("CFURLCreateCopyAppendingPathComponent");
 
 // The bundle whose folder is at `url`, or null when there is no such folder.
-CFBundleRef CFBundleCreate(CFAllocatorRef allocator, CFURLRef url);
+CFBundleRef CFBundleCreate(CFAllocatorRef allocator, CFURLRef url) QRV_SYMBOL("CFBundleCreate");
 
 // Loads the bundle's executable into the process: true when it is loaded.
-Boolean CFBundleLoadExecutable(CFBundleRef bundle);
+Boolean CFBundleLoadExecutable(CFBundleRef bundle) QRV_SYMBOL("CFBundleLoadExecutable");
 
 // The address of an exported function of a loaded bundle, or null.
-void* CFBundleGetFunctionPointerForName(CFBundleRef bundle, CFStringRef functionName);
+void* CFBundleGetFunctionPointerForName(CFBundleRef bundle, CFStringRef functionName)
+    QRV_SYMBOL("CFBundleGetFunctionPointerForName");
 
 #ifdef __cplusplus
 }

@@ -4,6 +4,8 @@
 
 #include <CoreFoundation/CoreFoundation.h>
 
+#include <QRV/Symbol.h>
+
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -24,12 +26,12 @@ enum { gestaltSystemVersionMajor = 0x73797331 };  // 'sys1'
 enum { gestaltSystemVersionMinor = 0x73797332 };  // 'sys2'
 
 // Answers the selector: 0 and the value in `response`, or an error and `response` untouched.
-OSErr Gestalt(OSType selector, SInt32* response);
+OSErr Gestalt(OSType selector, SInt32* response) QRV_SYMBOL("Gestalt");
 
 // A reference to the folder of the given type: 0 and the reference, or an error (fnfErr when there
 // is no such folder).
 OSErr FSFindFolder(FSVolumeRefNum volume, OSType folderType, Boolean createFolder,
-                   FSRef* foundReference);
+                   FSRef* foundReference) QRV_SYMBOL("FSFindFolder");
 
 #ifdef __cplusplus
 }

@@ -6,6 +6,8 @@
 
 #include <OpenGL/gl.h>
 
+#include <QRV/Symbol.h>
+
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -27,20 +29,26 @@ enum {
 typedef uint32_t CGLPixelFormatAttribute;
 enum { kCGLPFAFullScreen = 54, kCGLPFADisplayMask = 84 };
 
-// Chooses a pixel format by a list of attributes that ends with 0. On success `*pixelFormat` is a
-// new object and `*count` is 1; otherwise they are null and 0.
+// Chooses a pixel format by a list of attributes that ends with 0. On success `*pixelFormat` is the
+// format and `*count` is 1; otherwise they are null and 0.
 __attribute__((weak)) CGLError CGLChoosePixelFormat(const CGLPixelFormatAttribute* attributes,
-                                                    CGLPixelFormatObj* pixelFormat, GLint* count);
-__attribute__((weak)) CGLError CGLDestroyPixelFormat(CGLPixelFormatObj pixelFormat);
-// A new context in `*context`, or an error and null there.
+                                                    CGLPixelFormatObj* pixelFormat, GLint* count)
+    QRV_SYMBOL("CGLChoosePixelFormat");
+__attribute__((weak)) CGLError CGLDestroyPixelFormat(CGLPixelFormatObj pixelFormat)
+    QRV_SYMBOL("CGLDestroyPixelFormat");
+// A new context in `*context`, or an error and null there. There is one at a time.
 __attribute__((weak)) CGLError CGLCreateContext(CGLPixelFormatObj pixelFormat, CGLContextObj share,
-                                                CGLContextObj* context);
-// Destroys the context; if it is the thread's current one, the thread has none afterwards.
-__attribute__((weak)) CGLError CGLDestroyContext(CGLContextObj context);
-__attribute__((weak)) CGLError CGLSetCurrentContext(CGLContextObj context);
+                                                CGLContextObj* context)
+    QRV_SYMBOL("CGLCreateContext");
+// Destroys the context; if it is the current one, there is none afterwards.
+__attribute__((weak)) CGLError CGLDestroyContext(CGLContextObj context)
+    QRV_SYMBOL("CGLDestroyContext");
+__attribute__((weak)) CGLError CGLSetCurrentContext(CGLContextObj context)
+    QRV_SYMBOL("CGLSetCurrentContext");
 // Attaches the context to the whole display of its pixel format; the viewport becomes the
 // display's size in pixels.
-__attribute__((weak)) CGLError CGLSetFullScreen(CGLContextObj context);
+__attribute__((weak)) CGLError CGLSetFullScreen(CGLContextObj context)
+    QRV_SYMBOL("CGLSetFullScreen");
 
 #ifdef __cplusplus
 }

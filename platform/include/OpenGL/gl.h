@@ -7,6 +7,8 @@
 
 #include <stdint.h>
 
+#include <QRV/Symbol.h>
+
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -27,25 +29,17 @@ enum {
   GL_UNSIGNED_INT_8_8_8_8_REV = 0x8367
 };
 
-// On ELF systems every library shares one name space, so these functions bear names of their own
-// there: a process that also has another OpenGL loaded never mixes the two up.
-#if defined(__ELF__)
-#define QRV_GL_SYMBOL(name) __asm__("QRV_" name)
-#else
-#define QRV_GL_SYMBOL(name)
-#endif
-
-__attribute__((weak)) void glFinish(void) QRV_GL_SYMBOL("glFinish");
+__attribute__((weak)) void glFinish(void) QRV_SYMBOL("glFinish");
 // GL_VIEWPORT: x, y, width, height in pixels.
-__attribute__((weak)) void glGetIntegerv(GLenum name, GLint* values) QRV_GL_SYMBOL("glGetIntegerv");
-__attribute__((weak)) void glPixelStorei(GLenum name, GLint value) QRV_GL_SYMBOL("glPixelStorei");
-__attribute__((weak)) void glReadBuffer(GLenum mode) QRV_GL_SYMBOL("glReadBuffer");
+__attribute__((weak)) void glGetIntegerv(GLenum name, GLint* values) QRV_SYMBOL("glGetIntegerv");
+__attribute__((weak)) void glPixelStorei(GLenum name, GLint value) QRV_SYMBOL("glPixelStorei");
+__attribute__((weak)) void glReadBuffer(GLenum mode) QRV_SYMBOL("glReadBuffer");
 // Stores the rectangle's pixels, bottom row first, by the pack parameters. GL_BGRA with
 // GL_UNSIGNED_INT_8_8_8_8_REV: bytes blue, green, red, alpha. What lies outside the frame buffer
 // is left as it was in `pixels`.
 __attribute__((weak)) void glReadPixels(GLint x, GLint y, GLsizei width, GLsizei height,
                                         GLenum format, GLenum type, GLvoid* pixels)
-    QRV_GL_SYMBOL("glReadPixels");
+    QRV_SYMBOL("glReadPixels");
 
 #ifdef __cplusplus
 }

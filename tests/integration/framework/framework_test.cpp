@@ -3,20 +3,20 @@
 // in which each test makes the frameworks folder.
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
-#include <string>
+#include <functional>
 
 #include "runtime/host.h"
 #include "tests/integration/footprint.h"
+#include "tests/support/process.h"
 
 namespace qrv::testing {
 namespace {
 
 namespace fs = std::filesystem;
+namespace methods = runtime::methods;
 
 class Framework : public ::testing::Test {
  protected:
@@ -40,12 +40,8 @@ class Framework : public ::testing::Test {
   // Calls the three methods that use QuickDraw; how many gave a picture.
   int Pictures() {
     REALpictureStruct* pictures[] = {
-        host_.Call<REALpictureStruct*>("ScreenshotQRV as picture"),
-        host_.Call<REALpictureStruct*>("ScreenshotDisplayQRV(index as integer) as picture", 0),
-        host_.Call<REALpictureStruct*>(
-            "ScreenshotRectQRV(left as integer, top as integer, width as integer, height as "
-            "integer, destwidth as integer, destheight as integer) as picture",
-            1, 2, 20, 10, 30, 20)};
+        host_.Call(methods::kScreenshot), host_.Call(methods::kScreenshotDisplay, 0),
+        host_.Call(methods::kScreenshotRectScaled, 1, 2, 20, 10, 30, 20)};
     int made = 0;
     for (REALpictureStruct* picture : pictures) {
       if (picture == nullptr) continue;
@@ -56,35 +52,24 @@ class Framework : public ::testing::Test {
     return made;
   }
 
-  void ExpectFoundOnceInstalled() {
-    fs::remove_all(frameworks_);
-    Install();
-    EXPECT_EQ(Pictures(), 3);
-  }
-
   fs::path folder_ = fs::read_symlink("/proc/self/exe").parent_path();
   fs::path frameworks_ = folder_ / "Frameworks";
   fs::path executable_ = frameworks_ / "ApplicationServices.framework" / "ApplicationServices";
   runtime::Host host_{runtime::HostOptions{}};
 };
 
-TEST_F(Framework, IsFoundOnceItIsThere) {
-  EXPECT_EQ(Pictures(), 0);
-  MakeFolder();  // without the executable
-  EXPECT_EQ(Pictures(), 0);
-  ExpectFoundOnceInstalled();
-}
-
-TEST_F(Framework, ThatIsNotALibraryIsRefused) {
-  std::ofstream(MakeFolder()) << "not a library";
-  EXPECT_EQ(Pictures(), 0);
-  ExpectFoundOnceInstalled();
-}
-
-TEST_F(Framework, ThatCannotBeReadIsRefused) {
-  fs::create_directories(executable_);  // nobody, not even root, loads a folder
-  EXPECT_EQ(Pictures(), 0);
-  ExpectFoundOnceInstalled();
+TEST_F(Framework, IsFoundOnceItIsThereWhateverWasInItsPlace) {
+  const std::function<void()> places[] = {
+      [] {}, [this] { MakeFolder(); }, [this] { std::ofstream(MakeFolder()) << "not a library"; },
+      [this] { fs::create_directories(executable_); },  // nobody, not even root, loads a folder
+  };
+  for (const auto& make : places) {
+    make();
+    EXPECT_EQ(Pictures(), 0) << &make - places;
+    fs::remove_all(frameworks_);
+  }
+  Install();
+  EXPECT_EQ(Pictures(), 3);
 }
 
 // A library that has no QuickDraw function stands for one that lacks any of them.
@@ -100,22 +85,19 @@ TEST_F(Framework, ThatStaysAwayLeavesNothingBehind) {
   const Footprint now = Footprint::Now();
   EXPECT_EQ(Difference(now, before), "");
   EXPECT_EQ(now.mappings, before.mappings);
-  ExpectFoundOnceInstalled();
 }
 
 TEST_F(Framework, IsNotLookedForAnywhereElse) {
   // A folder of the right name in the working directory and in the usual search paths.
-  const fs::path elsewhere =
-      fs::temp_directory_path() / ("qrv-elsewhere-" + std::to_string(getpid()));
-  const fs::path decoy = elsewhere / "Frameworks/ApplicationServices.framework";
+  const ScratchFolder elsewhere;
+  const fs::path decoy = elsewhere.path() / "Frameworks/ApplicationServices.framework";
   fs::create_directories(decoy);
   fs::copy_file(QRV_QUICKDRAW_LIBRARY, decoy / "ApplicationServices");
   setenv("LD_LIBRARY_PATH", decoy.c_str(), 1);
   const fs::path before = fs::current_path();
-  fs::current_path(elsewhere);
+  fs::current_path(elsewhere.path());
   EXPECT_EQ(Pictures(), 0);
   fs::current_path(before);
-  fs::remove_all(elsewhere);
 }
 
 }  // namespace

@@ -3,13 +3,8 @@
 #include <errno.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <linux/filter.h>
-#include <linux/seccomp.h>
-#include <sched.h>
+#include <pty.h>
 #include <signal.h>
-#include <stddef.h>
-#include <sys/mount.h>
-#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -19,10 +14,16 @@
 #include <future>
 
 #include "cli/failure.h"
-#include "tests/unit/cli/scratch_folder.h"
+#include "tests/support/process.h"
 
 namespace qrv::cli {
 namespace {
+
+using testing::Fork;
+using testing::ScratchFolder;
+using testing::WaitForEnd;
+
+const std::string kLarge(1 << 20, 'x');
 
 void WriteFile(const std::string& path, const std::string& bytes) {
   OutputFile file(path);
@@ -38,175 +39,116 @@ std::string FailureOf(const std::string& path, const std::string& bytes) {
     EXPECT_EQ(failure.Code(), kCouldNotReadOrWrite);
     return failure.what();
   }
-  ADD_FAILURE() << path << " was written";
-  return "";
-}
-
-// What `child` made its process end with.
-template <typename Child>
-int StatusOfProcess(Child child) {
-  const pid_t process = fork();
-  if (process == 0) {
-    child();
-    _exit(0);
-  }
-  int status = 0;
-  waitpid(process, &status, 0);
-  return status;
+  return path + " was written";
 }
 
 // Whether files are without a name while they are written, as far as the process is let.
 enum class Names { kNone, kTemporary };
 
-// Makes the file systems of this process as those that have no files without a name.
-bool ForbidNamelessFiles() {
-  constexpr uint32_t kNamelessFlag = O_TMPFILE & ~O_DIRECTORY;
-  sock_filter filter[] = {
-      BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
-      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_openat, 0, 3),
-      BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, args[2])),
-      BPF_JUMP(BPF_JMP | BPF_JSET | BPF_K, kNamelessFlag, 0, 1),
-      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EOPNOTSUPP),
-      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
-  };
-  const sock_fprog program = {std::size(filter), filter};
-  return prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
-         prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) == 0;
+// For a process of a test's own.
+bool Allow(Names names) {
+  return names == Names::kNone ||
+         testing::RefuseSystemCall(SYS_openat, EOPNOTSUPP, O_TMPFILE & ~O_DIRECTORY);
 }
 
-// What a process ends with that is ended by the signal in the middle of writing to a.png.
-int StatusOfInterrupted(const ScratchFolder& folder, Names names, int signal) {
-  folder.Write("a.png", "old");
-  return StatusOfProcess([&] {
-    if (names == Names::kTemporary && !ForbidNamelessFiles()) {
-      _exit(1);
-    }
-    OutputFile file(folder.File("a.png"));
-    const std::string half(1 << 20, 'x');
-    file.Write(half.data(), half.size());
-    if (folder.Count() != (names == Names::kTemporary ? 2U : 1U)) {
-      _exit(2);
-    }
-    raise(signal);
-  });
-}
+class OutputFileOf : public ::testing::TestWithParam<Names> {
+ protected:
+  OutputFileOf() { folder_.Write("a.png", "old"); }
 
-TEST(OutputFile, AppearsUnderItsNameOnlyWhenCommitted) {
-  const ScratchFolder folder;
-  folder.Write("a.png", "old");
-  OutputFile file(folder.File("a.png"));
-  file.Write("new", 3);
-  EXPECT_EQ(folder.Read("a.png"), "old");
-  file.Commit();
-  EXPECT_EQ(folder.Read("a.png"), "new");
-  EXPECT_EQ(folder.Count(), 1U);
-}
+  std::string File() const { return folder_.File("a.png"); }
 
-TEST(OutputFile, LeavesTheOldFileAndNothingElseWhenNotCommitted) {
-  const ScratchFolder folder;
-  folder.Write("a.png", "old");
-  {
-    OutputFile file(folder.File("a.png"));
-    file.Write("new", 3);
+  // What a process ends with that the signal reaches in the middle of writing.
+  int StatusOfInterrupted(int signal) const {
+    return WaitForEnd(Fork([&] {
+      if (!Allow(GetParam())) return 1;
+      OutputFile file(File());
+      file.Write(kLarge.data(), kLarge.size());
+      if (folder_.Count() != (GetParam() == Names::kTemporary ? 2U : 1U)) return 2;
+      raise(signal);
+      return 3;
+    }));
   }
-  EXPECT_EQ(folder.Read("a.png"), "old");
-  EXPECT_EQ(folder.Count(), 1U);
+
+  void ExpectOld() const {
+    EXPECT_EQ(folder_.Read("a.png"), "old");
+    EXPECT_EQ(folder_.Count(), 1U);
+  }
+
+  const ScratchFolder folder_;
+};
+
+TEST_P(OutputFileOf, AppearsOnlyWhenCommitted) {
+  EXPECT_EQ(WaitForEnd(Fork([&] {
+              if (!Allow(GetParam())) return 1;
+              { OutputFile(File()).Write("lost", 4); }
+              OutputFile file(File());
+              file.Write("new", 3);
+              const bool isOld = folder_.Read("a.png") == "old";
+              file.Commit();
+              WriteFile(folder_.File("b.png"), "more");
+              return isOld ? 0 : 2;
+            })),
+            0);
+  EXPECT_EQ(folder_.Read("a.png") + folder_.Read("b.png"), "newmore");
+  EXPECT_EQ(folder_.Count(), 2U);
 }
+
+TEST_P(OutputFileOf, LeavesNothingWhenASignalEndsTheProcess) {
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGKILL}) {
+    if (signal == SIGKILL && GetParam() == Names::kTemporary) continue;
+    const int status = StatusOfInterrupted(signal);
+    EXPECT_TRUE(WIFSIGNALED(status)) << WEXITSTATUS(status);
+    EXPECT_EQ(WTERMSIG(status), signal);
+    ExpectOld();
+  }
+}
+
+TEST_P(OutputFileOf, LeavesTheOldFileAndNothingElseOnAFullDisk) {
+  constexpr int kMayNotMount = 77;
+  const int status = WaitForEnd(Fork([&] {
+    if (!testing::MountSmallDisk(folder_.path(), "64k")) return kMayNotMount;
+    if (!Allow(GetParam())) return 1;
+    folder_.Write("a.png", "old");
+    const bool isFull = FailureOf(File(), kLarge).find("No space left") != std::string::npos;
+    return isFull && folder_.Read("a.png") == "old" && folder_.Count() == 1 ? 42 : 2;
+  }));
+  if (WEXITSTATUS(status) == kMayNotMount) {
+    GTEST_SKIP() << "needs the right to mount a small file system";
+  }
+  EXPECT_EQ(WEXITSTATUS(status), 42);
+}
+
+INSTANTIATE_TEST_SUITE_P(Without, OutputFileOf, ::testing::Values(Names::kNone, Names::kTemporary),
+                         [](const auto& instance) {
+                           return instance.param == Names::kNone ? "AName" : "NamelessFiles";
+                         });
 
 TEST(OutputFile, LeavesTheOldFileWhenTheNewOneDoesNotFit) {
   const ScratchFolder folder;
   folder.Write("a.png", "old");
-  const int status = StatusOfProcess([&] {
+  const int status = WaitForEnd(Fork([&] {
     signal(SIGXFSZ, SIG_IGN);
     const rlimit limit = {1000, 1000};
     setrlimit(RLIMIT_FSIZE, &limit);
-    const std::string message = FailureOf(folder.File("a.png"), std::string(1 << 20, 'x'));
-    _exit(message.find("File too large") != std::string::npos ? 42 : 1);
-  });
+    const std::string message = FailureOf(folder.File("a.png"), kLarge);
+    return message.find("File too large") != std::string::npos ? 42 : 1;
+  }));
   EXPECT_EQ(WEXITSTATUS(status), 42);
   EXPECT_EQ(folder.Read("a.png"), "old");
   EXPECT_EQ(folder.Count(), 1U);
 }
 
-TEST(OutputFile, LeavesNothingWhenASignalEndsTheProcess) {
-  for (const Names names : {Names::kNone, Names::kTemporary}) {
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
-      const ScratchFolder folder;
-      const int status = StatusOfInterrupted(folder, names, signal);
-      EXPECT_TRUE(WIFSIGNALED(status)) << WEXITSTATUS(status);
-      EXPECT_EQ(WTERMSIG(status), signal);
-      EXPECT_EQ(folder.Read("a.png"), "old");
-      EXPECT_EQ(folder.Count(), 1U);
-    }
-  }
-}
-
-TEST(OutputFile, LeavesNothingEvenWhenTheProcessIsKilled) {
-  const ScratchFolder folder;
-  const int descriptor = open(folder.File("").c_str(), O_TMPFILE | O_WRONLY, 0600);
-  if (descriptor < 0) {
-    GTEST_SKIP() << "this file system has no files without a name";
-  }
-  close(descriptor);
-  const int status = StatusOfInterrupted(folder, Names::kNone, SIGKILL);
-  EXPECT_TRUE(WIFSIGNALED(status)) << WEXITSTATUS(status);
-  EXPECT_EQ(folder.Read("a.png"), "old");
-  EXPECT_EQ(folder.Count(), 1U);
-}
-
-TEST(OutputFile, TakesItsNameFromATemporaryOneWhereItMustHaveOne) {
-  for (const char* old : {"", "old"}) {
-    const ScratchFolder folder;
-    if (*old != '\0') {
-      folder.Write("a.png", old);
-    }
-    const int status = StatusOfProcess([&] {
-      if (!ForbidNamelessFiles()) {
-        _exit(1);
-      }
-      WriteFile(folder.File("a.png"), "new");
-    });
-    EXPECT_EQ(status, 0);
-    EXPECT_EQ(folder.Read("a.png"), "new");
-    EXPECT_EQ(folder.Count(), 1U);
-  }
-}
-
-TEST(OutputFile, LeavesTheOldFileAndNothingElseOnAFullDisk) {
-  constexpr int kMayNotMount = 77;
-  for (const Names names : {Names::kNone, Names::kTemporary}) {
-    const ScratchFolder disk;
-    const int status = StatusOfProcess([&] {
-      if (unshare(CLONE_NEWNS) != 0 || mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) ||
-          mount("tmpfs", disk.File("").c_str(), "tmpfs", 0, "size=64k") != 0) {
-        _exit(kMayNotMount);
-      }
-      if (names == Names::kTemporary && !ForbidNamelessFiles()) {
-        _exit(1);
-      }
-      disk.Write("a.png", "old");
-      const std::string message = FailureOf(disk.File("a.png"), std::string(1 << 20, 'x'));
-      const bool isOld = disk.Read("a.png") == "old" && disk.Count() == 1;
-      _exit(isOld && message.find("No space left") != std::string::npos ? 42 : 1);
-    });
-    if (WEXITSTATUS(status) == kMayNotMount) {
-      GTEST_SKIP() << "needs the right to mount a small file system";
-    }
-    EXPECT_EQ(WEXITSTATUS(status), 42);
-  }
-}
-
 TEST(OutputFile, LeavesAnIgnoredSignalIgnored) {
   const ScratchFolder folder;
-  const int status = StatusOfProcess([&] {
-    signal(SIGHUP, SIG_IGN);
-    OutputFile file(folder.File("a.png"));
-    file.Write("new", 3);
-    raise(SIGHUP);
-    file.Commit();
-  });
-  EXPECT_TRUE(WIFEXITED(status));
-  EXPECT_EQ(folder.Read("a.png"), "new");
+  EXPECT_EQ(WaitForEnd(Fork([&] {
+              signal(SIGHUP, SIG_IGN);
+              OutputFile file(folder.File("a.png"));
+              raise(SIGHUP);
+              file.Commit();
+              return 0;
+            })),
+            0);
+  EXPECT_EQ(folder.Count(), 1U);
 }
 
 TEST(OutputFile, HasThePermissionsThatTheUmaskLeaves) {
@@ -241,36 +183,53 @@ TEST(OutputFile, IsWrittenDirectlyWhenItIsAPipe) {
 
 TEST(OutputFile, SaysWhyItCanNotBeWrittenAndWhatToTry) {
   const ScratchFolder folder;
-  const std::string full = FailureOf("/dev/full", std::string(1 << 20, 'x'));
-  EXPECT_EQ(full,
-            "/dev/full could not be written: No space left on device. Free some space, or choose "
-            "another place with -o.");
-  const std::string missing = folder.File("none/a.png");
-  EXPECT_EQ(FailureOf(missing, "new"),
-            missing +
-                " could not be written: No such file or directory. Make the folder first, or "
-                "choose another one with -o.");
-  EXPECT_EQ(FailureOf(folder.File(""), "new"),
-            folder.File("") + " could not be written: Is a directory. Name a file in it with -o.");
-}
-
-TEST(OutputFile, ReportsAFullDeviceAlsoWhenTheBytesWereStillBuffered) {
-  EXPECT_NE(FailureOf("/dev/full", "new"), "");
-}
-
-TEST(OutputFile, IsRefusedInAFolderThatMayNotBeWrittenTo) {
-  const ScratchFolder folder;
+  const auto expect = [](const std::string& path, const std::string& bytes, const char* why) {
+    EXPECT_EQ(FailureOf(path, bytes), path + " could not be written: " + why);
+  };
+  for (const std::string& bytes : {kLarge, std::string("still buffered")}) {
+    expect("/dev/full", bytes,
+           "No space left on device. Free some space, or choose another place with -o.");
+  }
+  expect(folder.File("none/a.png"), "new",
+         "No such file or directory. Make the folder first, or choose another one with -o.");
+  expect(folder.path(), "new", "Is a directory. Name a file in it with -o.");
   std::filesystem::create_directory(folder.File("closed"));
   chmod(folder.File("closed").c_str(), 0555);
-  chmod(folder.File("").c_str(), 0755);
-  const int status = StatusOfProcess([&] {
-    if (getuid() == 0 && setuid(65534) != 0) {
-      _exit(2);
-    }
-    const std::string message = FailureOf(folder.File("closed/a.png"), "new");
-    _exit(message.find("Permission denied") != std::string::npos ? 42 : 1);
-  });
-  EXPECT_EQ(WEXITSTATUS(status), 42);
+  chmod(folder.path().c_str(), 0755);
+  EXPECT_EQ(WaitForEnd(Fork([&] {
+              if (getuid() == 0 && setuid(65534) != 0) return 2;
+              expect(folder.File("closed/a.png"), "new",
+                     "Permission denied. Choose a folder that you may write to with -o.");
+              return ::testing::Test::HasFailure() ? 1 : 0;
+            })),
+            0);
+}
+
+// What a progress with these pauses before two looks at it writes to a terminal, or to a pipe.
+std::string ProgressOn(bool isTerminal, useconds_t pause) {
+  int ends[2];
+  EXPECT_EQ(isTerminal ? openpty(&ends[0], &ends[1], nullptr, nullptr, nullptr) : pipe(ends), 0);
+  WaitForEnd(Fork([&] {
+    dup2(ends[1], STDERR_FILENO);
+    Progress progress("a.png");
+    progress.Show(1, 4);
+    usleep(pause);
+    progress.Show(2, 4);
+    progress.Show(3, 4);  // too soon after the one before
+    return 0;
+  }));
+  fcntl(ends[0], F_SETFL, O_NONBLOCK);
+  char text[256];
+  const ssize_t length = read(ends[0], text, sizeof text);
+  close(ends[0]);
+  close(ends[1]);
+  return {text, length < 0 ? 0 : static_cast<size_t>(length)};
+}
+
+TEST(Progress, IsShownOnATerminalAfterASecondAndWiped) {
+  EXPECT_EQ(ProgressOn(true, 1100000), "\r\033[KWriting a.png: 50 %\r\033[K");
+  EXPECT_EQ(ProgressOn(true, 100000), "");
+  EXPECT_EQ(ProgressOn(false, 1100000), "");
 }
 
 }  // namespace

@@ -3,57 +3,38 @@
 #define TESTS_UNIT_CLI_PROGRAM_H_
 
 #include <fcntl.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <string>
-#include <utility>
-#include <vector>
-
-#include "tests/unit/cli/scratch_folder.h"
+#include "tests/support/process.h"
 
 namespace qrv::cli {
 
-struct Outcome {
-  int exitCode = -1;
-  std::string output;
-  std::string errors;
-};
+using testing::Outcome;
+using testing::ScratchFolder;
+using Words = std::vector<std::string>;
 
-// Starts in the scratch folder, on the virtual desktop of two displays unless the arguments say
-// otherwise, and without an X display. Its words go to the files "out" and "err" of `streams`.
-inline pid_t StartProgram(const ScratchFolder& folder, std::vector<std::string> arguments,
-                          const ScratchFolder& streams) {
-  arguments.insert(arguments.begin(), QRV_BUILD_DIR "/qrvshot");
-  std::vector<char*> words;
-  words.reserve(arguments.size() + 1);
-  for (std::string& argument : arguments) {
-    words.push_back(argument.data());
-  }
-  words.push_back(nullptr);
-  const pid_t process = fork();
-  if (process == 0) {
-    const int output = open(streams.File("out").c_str(), O_WRONLY | O_CREAT, 0600);
-    const int errors = open(streams.File("err").c_str(), O_WRONLY | O_CREAT, 0600);
-    dup2(output, STDOUT_FILENO);
-    dup2(errors, STDERR_FILENO);
-    unsetenv("DISPLAY");
-    unsetenv("QRV_SYSTEM_VERSION");
-    setenv("QRV_DESKTOP", "virtual", 1);
-    if (chdir(folder.File("").c_str()) == 0) {
-      execv(words[0], words.data());
-    }
-    _exit(127);
-  }
-  return process;
+// Goes to the scratch folder, to the virtual desktop of two displays, without an X display.
+// Standard input is the file "input" of the folder.
+inline bool Prepare(const ScratchFolder& folder) {
+  unsetenv("DISPLAY");
+  unsetenv("QRV_SYSTEM_VERSION");
+  setenv("QRV_DESKTOP", "virtual", 1);
+  dup2(open(folder.File("input").c_str(), O_RDONLY), STDIN_FILENO);
+  return chdir(folder.path().c_str()) == 0;
 }
 
-inline Outcome RunProgram(const ScratchFolder& folder, std::vector<std::string> arguments) {
-  const ScratchFolder streams;
-  const pid_t process = StartProgram(folder, std::move(arguments), streams);
-  int status = 0;
-  waitpid(process, &status, 0);
-  return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, streams.Read("out"), streams.Read("err")};
+inline Outcome Qrvshot(const ScratchFolder& folder, Words arguments) {
+  arguments.insert(arguments.begin(), QRV_BUILD_DIR "/qrvshot");
+  return testing::RunProgram(arguments, [&] { return Prepare(folder); });
+}
+
+// The file that a capture with these arguments writes.
+inline std::string Capture(Words arguments, const std::string& file = "shot.ppm") {
+  const ScratchFolder folder;
+  arguments.insert(arguments.begin(), "capture");
+  arguments.insert(arguments.end(), {"-o", file});
+  const Outcome outcome = Qrvshot(folder, arguments);
+  return outcome.exitCode == 0 ? folder.Read(file) : outcome.errors;
 }
 
 }  // namespace qrv::cli

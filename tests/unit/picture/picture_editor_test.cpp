@@ -1,203 +1,178 @@
-#include "picture/picture_editor.h"
+#include "plugin/picture/picture_editor.h"
 
+#include "plugin/host/bridge.h"
 #include "tests/unit/plugin_test.h"
 
-namespace qrv::fakes {
+namespace qrv::passthrough {
 namespace {
-
-using Bytes = std::vector<uint8_t>;
 
 class Editor : public PluginTest {
  protected:
-  void TearDown() override {
-    if (picture != nullptr) ReleasePicture(picture);
-    ExpectNothingHeld();
+  // A new picture of 5 x 3, of which the record is empty.
+  REALpictureStruct* NewPicture() {
+    REALpictureStruct* picture = runtime::NewPicture(5, 3, 32);
+    ClearRecord();
+    return picture;
   }
 
-  // Binds a writer to a new picture of 5 x 3; the record begins there.
-  bool Bind(PictureWriter& writer) {
-    picture = MakePicture(5, 3);
-    stage.calls.clear();
-    return writer.GetPictureEditor(picture, 0, 0);
+  // The picture can't be bound, and is given back unlocked. Releases it.
+  void ExpectRefused(REALpictureStruct* picture, const std::string& why) {
+    PictureWriter writer;
+    EXPECT_FALSE(writer.GetPictureEditor(picture, 0, 0)) << why;
+    EXPECT_EQ(writer.picture, nullptr);
+    EXPECT_EQ(layer.calls.back(), "unlockPictureDescription") << why;
+    host->Release(picture);
+    EXPECT_EQ(Problems(), "") << why;
   }
-
-  REALpictureStruct* picture = nullptr;
 };
 
 TEST_F(Editor, WritesAPixelInTheLayoutOfThePicture) {
-  struct Case {
-    Application application;
-    uint32_t alphaInfo;
-    int32_t format;
-    Bytes pixel;
-  };
-  const Bytes last = {10, 20, 30, 255};
-  const Bytes first = {255, 10, 20, 30};
-  for (const Case& c :
-       {Case{Application::kDesktop, 1, 1, last}, Case{Application::kDesktop, 2, 2, first},
-        Case{Application::kDesktop, 3, 3, last}, Case{Application::kDesktop, 4, 4, first},
-        Case{Application::kDesktop, 5, 5, last}, Case{Application::kDesktop, 6, 6, first},
-        Case{Application::kConsole, 0, 8, {30, 20, 10, 0}},
-        Case{Application::kWeb, 0, 8, {30, 20, 10, 0}}}) {
-    Use(c.application);
-    stage.contextAlphaInfo = c.alphaInfo;
-    PictureWriter writer;
-    ASSERT_TRUE(Bind(writer));
-    EXPECT_EQ(writer.pixelFormat, c.format);
-    EXPECT_EQ(writer.width, 5);
-    EXPECT_EQ(writer.height, 3);
-    writer.MoveToRow(2);
-    writer.WritePixel(10, 20, 30);
-    EXPECT_EQ(writer.cursor, writer.RowStart(2) + 4);
-    writer.NextRow();  // past the last row
-    EXPECT_EQ(writer.cursor, writer.RowStart(0));
-    ReleasePicture(writer.RenderPictureWriter());
-    EXPECT_EQ(PixelBytes(picture, 0, 2), c.pixel);
-    ReleasePicture(picture);
-    picture = nullptr;
+  for (const ApplicationKind application :
+       {ApplicationKind::kDesktop, ApplicationKind::kConsole, ApplicationKind::kWeb}) {
+    for (const uint32_t alphaInfo : {1U, 2U, 5U, 6U}) {
+      HostOptions kind;
+      kind.application = application;
+      kind.bitmapAlphaInfo = alphaInfo;
+      Use(kind);
+      REALpictureStruct* picture = NewPicture();
+      PictureWriter writer;
+      ASSERT_TRUE(BindOwnPicture(writer, picture));
+      writer.MoveToRow(2);
+      writer.WritePixel(10, 20, 30);
+      EXPECT_EQ(writer.cursor, writer.RowStart(2) + 4);
+      writer.NextRow();  // past the last row
+      EXPECT_EQ(writer.cursor, writer.RowStart(0));
+      EXPECT_EQ(writer.RenderPictureWriter(), picture);
+      EXPECT_EQ(writer.RenderPictureWriter(), nullptr);
+      Bytes bytes(60);
+      const Bytes pixel = Stored(0x0A141E);
+      std::copy(pixel.begin(), pixel.end(), bytes.begin() + 40);
+      ExpectIs(picture, bytes);
+    }
   }
 }
 
 TEST_F(Editor, StoresNothingInALayoutThatNoPictureHas) {
-  PictureWriter writer;
-  uint8_t bytes[4] = {9, 9, 9, 9};
-  for (const int32_t format : {0, 7, 9, -1}) {
+  PictureWriter writer;  // without a place to store it
+  for (const int32_t format : {-1, 0, 7, 9}) {
     writer.pixelFormat = format;
-    writer.cursor = bytes;
     writer.WritePixel(1, 2, 3);
-    EXPECT_EQ(writer.cursor, bytes);
-    EXPECT_THAT(bytes, ElementsAre(9, 9, 9, 9));
+    EXPECT_EQ(writer.cursor, nullptr);
   }
 }
 
-TEST_F(Editor, AsksTheHostInOrderToBindAndToHandThePictureOut) {
-  {
-    PictureWriter writer;
-    ASSERT_TRUE(Bind(writer));
-    EXPECT_THAT(
-        Calls(),
-        ElementsAre("pluginObjectType Application", "pluginObjectType WebApplication",
-                    "pluginObjectType ConsoleApplication", "REALGetPropValueBool HasAlphaChannel",
-                    "REALLockPictureDescription 8", "REALLockObject picture"));
-    stage.calls.clear();
-    EXPECT_EQ(writer.RenderPictureWriter(), picture);
-    EXPECT_THAT(Calls(), ElementsAre("REALLockObject picture", "REALPictureClearCache",
-                                     "unlockPictureDescription", "REALPictureClearCache",
-                                     "REALUnlockObject picture"));
-    stage.calls.clear();
-    EXPECT_EQ(writer.RenderPictureWriter(), nullptr);
-  }
-  EXPECT_THAT(Calls(), IsEmpty());
-  ReleasePicture(picture);
-}
-
-TEST_F(Editor, ReleasesThePictureWhenItIsDestroyedUnrendered) {
-  {
-    PictureWriter writer;
-    ASSERT_TRUE(Bind(writer));
-    stage.calls.clear();
-  }
-  EXPECT_THAT(Calls(), ElementsAre("unlockPictureDescription", "REALPictureClearCache",
-                                   "REALUnlockObject picture"));
-}
-
-TEST_F(Editor, ReleasesTheOldPictureWhenBoundAgain) {
+TEST_F(Editor, TellsTheHostThatThePixelsHaveChanged) {
+  const auto expectCalls = [this](const std::vector<std::string>& calls) {
+    std::erase_if(layer.calls, [](const auto& call) { return call.starts_with("look up "); });
+    EXPECT_EQ(layer.calls, calls);
+    layer.calls.clear();
+  };
+  const char* const unlock = "unlockPictureDescription";
+  const char* const clear = "REALPictureClearCache";
+  REALpictureStruct* picture = NewPicture();
   PictureWriter writer;
-  ASSERT_TRUE(Bind(writer));
-  stage.calls.clear();
-  EXPECT_FALSE(writer.GetPictureEditor(nullptr, 0, 0));
-  EXPECT_THAT(Calls(), ElementsAre("unlockPictureDescription", "REALPictureClearCache",
-                                   "REALUnlockObject picture"));
-  EXPECT_FALSE(writer.GetPictureEditor(nullptr, 0, 0));
-  EXPECT_EQ(Calls().size(), 3U);
+  ASSERT_TRUE(writer.GetPictureEditor(picture, 0, 0));
+  EXPECT_EQ(layer.CallsOf("pluginObjectType"), 3);  // for each kind of application, always
+  layer.calls.clear();
+  EXPECT_FALSE(writer.GetPictureEditor(nullptr, 0, 0));  // gives the picture back
+  expectCalls({unlock, clear, "REALUnlockObject"});
+  ASSERT_TRUE(BindOwnPicture(writer, picture));
+  layer.calls.clear();
+  host->Release(writer.RenderPictureWriter());
+  expectCalls({"REALLockObject", clear, unlock, clear, "REALUnlockObject"});
 }
 
 TEST_F(Editor, RefusesABitmapContextThatItCannotWrite) {
-  const auto expectRefused = [this](const std::string& why) {
-    PictureWriter writer;
-    EXPECT_FALSE(writer.GetPictureEditor(picture, 0, 0)) << why;
-    EXPECT_EQ(writer.picture, nullptr);
-    EXPECT_EQ(stage.calls.back(), "unlockPictureDescription") << why;
-  };
-  picture = MakePicture(5, 3);
-  CGContext& context = *ObjectOf(picture)->context;
-  for (const uint32_t alphaInfo : {0U, 7U}) {
-    context.alphaInfo = alphaInfo;
-    expectRefused("alpha info");
-  }
-  stage.picturesHaveAlpha = true;
-  for (const uint32_t alphaInfo : {3U, 4U, 5U, 6U}) {
-    context.alphaInfo = alphaInfo;
-    expectRefused("alpha info of a picture with alpha");
-  }
-  context.alphaInfo = 1;
-  for (const size_t bits : {24U, 64U}) {
-    context.bitsPerPixel = bits;
-    expectRefused("bits per pixel");
+  uint32_t info = 0;
+  seam::CGBitmapContextGetAlphaInfo.answer = [&info](CGContextRef) { return info; };
+  for (const bool hasAlpha : {false, true}) {
+    HostOptions kind;
+    kind.picturesHaveAlpha = hasAlpha;
+    Use(kind);
+    for (info = 0; info < 8; ++info) {
+      const std::string why = "alpha info " + std::to_string(info);
+      if (info == 0 || info > (hasAlpha ? 2 : 6)) {
+        ExpectRefused(NewPicture(), why);
+        continue;
+      }
+      PictureWriter writer;
+      EXPECT_TRUE(BindOwnPicture(writer, NewPicture())) << why;
+      EXPECT_EQ(writer.pixelFormat, static_cast<int32_t>(info));
+    }
+    info = 1;
+    for (const size_t bits : {24U, 64U}) {
+      seam::CGBitmapContextGetBitsPerPixel.answer = [bits](CGContextRef) { return bits; };
+      ExpectRefused(NewPicture(), "bits per pixel");
+    }
+    seam::CGBitmapContextGetBitsPerPixel.answer = nullptr;
   }
 }
 
-TEST_F(Editor, RefusesAConsoleImageThatIsNotTrueColour) {
-  Use(Application::kConsole);
-  picture = MakePicture(5, 3);
-  const ConsoleImage good = ObjectOf(picture)->console;
+TEST_F(Editor, RefusesAConsoleImageThatIsNotTrueColourWithAllItsRows) {
+  Use(ApplicationKind::kConsole);
+  ConsoleImage bad;
   unsigned char* palette = nullptr;
-  ConsoleImage withPalette = good;
-  withPalette.pixels = &palette;
-  ConsoleImage notTrueColour = good;
-  notTrueColour.trueColor = 0;
-  ConsoleImage noRows = good;
-  noRows.tpixels = nullptr;
-  for (const ConsoleImage& bad : {withPalette, notTrueColour, noRows}) {
-    ObjectOf(picture)->console = bad;
-    PictureWriter writer;
-    EXPECT_FALSE(writer.GetPictureEditor(picture, 0, 0));
-    EXPECT_EQ(stage.calls.back(), "unlockPictureDescription");
+  std::vector<int32_t*> rows;
+  for (int fault = 0; fault < 4; ++fault) {
+    seam::REALLockPictureDescription.answer = [&](auto* picture, auto* out, long type) {
+      const bool isLocked = runtime::LockPictureDescription(picture, out, type);
+      bad = *static_cast<ConsoleImage*>(out->container);
+      if (fault == 0) bad.pixels = &palette;
+      if (fault == 1) bad.trueColor = 0;
+      if (fault == 2) bad.tpixels = nullptr;
+      if (fault == 3) {  // a null row
+        rows = {bad.tpixels[0], nullptr, bad.tpixels[2]};
+        bad.tpixels = rows.data();
+      }
+      out->container = &bad;
+      return isLocked;
+    };
+    ExpectRefused(NewPicture(), std::to_string(fault));
   }
+}
+
+TEST_F(Editor, RefusesAConsoleImageThatIsHandedOutAsAContext) {
+  ConsoleImage image = {};
+  seam::REALLockPictureDescription.answer = [&](auto* picture, auto* out, long type) {
+    const bool isLocked = runtime::LockPictureDescription(picture, out, type);
+    out->container = &image;
+    return isLocked;
+  };
+  ExpectRefused(NewPicture(), "not a context");
 }
 
 TEST_F(Editor, GivesARefusedLockBackOnHostsBefore2012) {
-  struct Case {
-    double version;
-    Application application;  // of the process
-    std::vector<std::string> calls;
-  };
-  const std::string lock8 = "REALLockPictureDescription 8";
-  const std::string lock10 = "REALLockPictureDescription 10";
-  const std::string unlock = "unlockPictureDescription";
-  for (const Case& c : {Case{2011.99, Application::kDesktop, {lock8, unlock}},
-                        Case{2012.0, Application::kDesktop, {lock8}},
-                        Case{2011.99, Application::kWeb, {lock10, unlock}},
-                        Case{2012.0, Application::kWeb, {lock10}},
-                        // Of a kind that is not known both forms are asked for.
-                        Case{2011.99, Application::kNone, {lock8, unlock, lock10, unlock}},
-                        Case{2012.0, Application::kNone, {lock8, lock10}}}) {
-    Use(c.application, c.version);
-    stage.refused = {"REALLockPictureDescription"};
-    PictureWriter writer;
-    EXPECT_FALSE(Bind(writer));
-    EXPECT_EQ(CallsOf({"REALLockPictureDescription", "unlockPictureDescription"}), c.calls)
-        << c.version;
-    ReleasePicture(picture);
-    picture = nullptr;
+  for (const auto& [version, isOlder] : {std::pair{2011.99, 1}, {2012.0, 0}}) {
+    for (const bool isKnown : {true, false}) {
+      Use(ApplicationKind::kWeb, version);
+      if (!isKnown) seam::pluginObjectType.answer = [](const char*) { return nullptr; };
+      layer.refused = {"REALLockPictureDescription"};
+      PictureWriter writer;
+      EXPECT_FALSE(BindOwnPicture(writer, NewPicture()));
+      // Of a kind that is not known both forms are asked for.
+      const int locks = isKnown ? 1 : 2;
+      EXPECT_EQ(layer.CallsOf("REALLockPictureDescription"), locks);
+      EXPECT_EQ(layer.CallsOf("unlockPictureDescription"), locks * isOlder) << version;
+      seam::pluginObjectType.answer = nullptr;
+    }
   }
 }
 
 TEST_F(Editor, LearnsTheKindOfApplicationFromTheFirstGrantedLock) {
-  Use(Application::kNone);  // grants bitmap contexts, but has none of the classes
-  {
+  for (const ApplicationKind application : {ApplicationKind::kDesktop, ApplicationKind::kConsole}) {
+    Use(application);
+    seam::pluginObjectType.answer = [](const char*) { return nullptr; };
     PictureWriter writer;
-    ASSERT_TRUE(Bind(writer));
-    EXPECT_TRUE(IsDesktop);
-    EXPECT_FALSE(IsConsole);
+    ASSERT_TRUE(BindOwnPicture(writer, NewPicture()));
+    EXPECT_EQ(IsDesktop, application == ApplicationKind::kDesktop);
+    EXPECT_EQ(IsConsole, application == ApplicationKind::kConsole);
+    layer.refused = {"REALLockPictureDescription"};
+    PictureWriter second;
+    EXPECT_FALSE(BindOwnPicture(second, NewPicture()));
+    EXPECT_EQ(layer.CallsOf("pluginObjectType") + layer.CallsOf("REALLockPictureDescription"), 1);
+    layer.refused.clear();
   }
-  stage.calls.clear();
-  PictureWriter writer;
-  stage.refused = {"REALLockPictureDescription"};
-  EXPECT_FALSE(writer.GetPictureEditor(picture, 0, 0));
-  EXPECT_THAT(CallsOf({"pluginObjectType", "REALLockPictureDescription"}),
-              ElementsAre("REALLockPictureDescription 8"));
 }
 
 }  // namespace
-}  // namespace qrv::fakes
+}  // namespace qrv::passthrough

@@ -1,9 +1,10 @@
-#include "picture/row_kernels.h"
+#include "plugin/picture/row_kernels.h"
 
 #include <random>
 
-#include "picture/picture_editor.h"
-#include "tests/unit/plugin_test.h"
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include "plugin/picture/picture_editor.h"
 
 namespace picture {
 namespace {

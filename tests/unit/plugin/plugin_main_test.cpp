@@ -1,52 +1,40 @@
-#include "host/bridge.h"
+#include <cmath>
+
+#include "plugin/host/bridge.h"
 #include "plugin/method_table.h"
 #include "tests/unit/plugin_test.h"
 
 extern "C" void REALPluginMain(REALresolver resolver);
 
-namespace qrv::fakes {
+namespace qrv::passthrough {
 namespace {
 
 class PluginMain : public PluginTest {
  protected:
-  PluginMain() {
-    gResolver = nullptr;
-    rbversion = 0;
-  }
-  ~PluginMain() override { Registrations().clear(); }
-
-  // Starts the plug-in in a host of that version; nothing: it reports none.
-  void StartIn(double version) {
-    Registrations().clear();
-    stage.ClearRecord();
-    stage.version = version;
-    rbversion = 0;
+  void StartIn(std::optional<double> version) {
     for (REALmethodDefinition& method : globalMethods) method.flags = 0x40000;
-    REALPluginMain(Resolve);
+    HostOptions kind;
+    kind.version = version;
+    Use(kind);
   }
 };
 
 TEST_F(PluginMain, ReportsTheInterfaceVersionThatSuitsTheHost) {
-  const std::vector<std::pair<double, std::string>> cases = {
-      {2013.03, "12"}, {2013.0299, "11"}, {2013.0, "11"}, {2012.99, "10"},        {2012.0, "10"},
-      {2011.99, "9"},  {0.0, "9"},        {1e9, "12"},    {std::stod("nan"), "9"}};
+  const std::vector<std::pair<std::optional<double>, int>> cases = {
+      {2013.03, 12}, {2013.0299, 11}, {2013.0, 11}, {2012.99, 10}, {2012.0, 10},
+      {2011.99, 9},  {0.0, 9},        {1e9, 12},    {NAN, 9},      {std::nullopt, 9}};
   for (const auto& [version, code] : cases) {
     StartIn(version);
-    EXPECT_THAT(CallsOf({"RegisterPluginVersion"}), ElementsAre("RegisterPluginVersion " + code))
-        << version;
+    EXPECT_EQ(host->InterfaceVersion(), code) << version.value_or(-1);
   }
 }
 
-TEST_F(PluginMain, AdaptsEveryFlagWordToTheHost) {
-  const std::vector<std::pair<double, uint32_t>> cases = {
-      {2010.029, 0x4}, {2013.03, 0x4}, {2010.0289, 0}, {0.0, 0}};
-  for (const auto& [version, flags] : cases) {
-    StartIn(version);
-    ASSERT_EQ(Registrations().size(), 7U);
-    for (const Registration& one : Registrations()) EXPECT_EQ(one.flags, flags) << version;
-    REALPluginMain(Resolve);  // adapting what is adapted changes nothing
-    EXPECT_EQ(Registrations().back().flags, flags);
-  }
+TEST_F(PluginMain, DoesNothingWithoutAResolver) {
+  StartIn(2013.03);
+  ClearRecord();
+  REALPluginMain(nullptr);
+  EXPECT_TRUE(layer.calls.empty());
+  EXPECT_NE(gResolver, nullptr) << "that of the host stays";
 }
 
 TEST(MethodFlags, MoveToTheBitsOfNewerHosts) {
@@ -60,39 +48,28 @@ TEST(MethodFlags, MoveToTheBitsOfNewerHosts) {
   }
 }
 
-TEST_F(PluginMain, HandsTheMethodsOverInOrder) {
-  StartIn(2012.0);
-  std::vector<std::string> declarations;
-  for (const Registration& one : Registrations()) {
-    declarations.emplace_back(one.definition->declaration);
-    EXPECT_NE(one.definition->function, nullptr);
-    EXPECT_EQ(one.definition->setterFunction, nullptr);
-    EXPECT_EQ(one.definition->attributeCount, 0U);
-    EXPECT_EQ(one.definition->attributes, nullptr);
+TEST_F(PluginMain, HandsTheMethodsOverInOrderWithFlagsThatSuitTheHost) {
+  for (const auto& [version, flags] : {std::pair{2010.029, 0x4U}, {2010.0289, 0U}}) {
+    StartIn(version);
+    Use(options);  // adapting what is adapted changes nothing
+    for (const auto& method : host->Methods()) EXPECT_EQ(method.flags, flags) << version;
   }
+  namespace methods = runtime::methods;
+  std::vector<std::string> declarations;
+  for (const auto& method : host->Methods()) declarations.push_back(method.declaration);
   EXPECT_THAT(
       declarations,
-      ElementsAre("ScreenshotDisplayQRV(index as integer) as picture", "ScreenshotQRV as picture",
-                  "ScreenshotRectQRV(left as integer, top as integer, width as integer, height as "
-                  "integer) as picture",
-                  "ScreenshotRectQRV(left as integer, top as integer, width as integer, height as "
-                  "integer, destwidth as integer, destheight as integer) as picture",
-                  "ScreenshotStringDisplayQRV(byref Width as integer, byref Height as integer, "
-                  "byref RowBytes as integer, index as integer) as string",
-                  "ScreenshotStringQRV(byref Width as integer, byref Height as integer, byref "
-                  "RowBytes as integer) as string",
-                  "ScreenshotFromStringQRV(Width as integer, Height as integer, RowBytes as "
-                  "integer, data as string) as picture"));
-}
-
-TEST_F(PluginMain, StartsInAHostThatLacksEveryEntryPoint) {
-  stage.missing = {"RegisterPluginVersion", "REALGetRBVersion", "PluginRegisterMethod"};
-  StartIn(2013.03);
-  EXPECT_THAT(Registrations(), IsEmpty());
-  EXPECT_EQ(rbversion, 0.0);
-  // Asked for anew with each of the seven.
-  EXPECT_EQ(CallsOf({"resolve PluginRegisterMethod"}).size(), 7U);
+      ElementsAre(methods::kScreenshotDisplay.declaration, methods::kScreenshot.declaration,
+                  methods::kScreenshotRect.declaration, methods::kScreenshotRectScaled.declaration,
+                  methods::kScreenshotStringDisplay.declaration,
+                  methods::kScreenshotString.declaration,
+                  methods::kScreenshotFromString.declaration));
+  for (const REALmethodDefinition& method : globalMethods) {
+    EXPECT_EQ(method.setterFunction, nullptr);
+    EXPECT_EQ(method.attributeCount, 0U);
+    EXPECT_EQ(method.attributes, nullptr);
+  }
 }
 
 }  // namespace
-}  // namespace qrv::fakes
+}  // namespace qrv::passthrough

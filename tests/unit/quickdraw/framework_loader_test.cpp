@@ -1,42 +1,34 @@
-#include "quickdraw/framework_loader.h"
-
-#include "quickdraw/quickdraw.h"
 #include "tests/unit/plugin_test.h"
 
-namespace qrv::fakes {
+namespace qrv::passthrough {
 namespace {
 
-class FrameworkLoader : public PluginTest {};
+class FrameworkLoader : public PluginTest {
+ protected:
+  REALpictureStruct* Capture() {
+    return host->Call(runtime::methods::kScreenshotRectScaled, 0, 0, 5, 5, 5, 5);
+  }
+};
 
-TEST_F(FrameworkLoader, GivesEveryFailedStepBackAndTriesAgain) {
+TEST_F(FrameworkLoader, GivesEveryFailedStepBackTriesAgainAndLoadsTheFrameworkOnce) {
   for (const char* step :
        {"FSFindFolder", "CFURLCreateFromFSRef", "CFURLCreateCopyAppendingPathComponent",
         "CFBundleCreate", "CFBundleLoadExecutable"}) {
-    stage.refused = {step};
-    EXPECT_EQ(GetDeviceList(), nullptr) << step;
-    EXPECT_EQ(NewGWorld(nullptr, 32, nullptr, nullptr, nullptr, 0), kQuickDrawUnbound);
-    EXPECT_EQ(CallsOf({"FSFindFolder"}).size(), 2U) << step;
-    ExpectNothingHeld();
-    stage.ClearRecord();
+    layer.refused = {step};
+    ClearRecord();
+    EXPECT_EQ(Capture(), nullptr) << step;
+    // For the list of devices, and for the world.
+    EXPECT_EQ(layer.CallsOf("FSFindFolder"), 2) << step;
+    EXPECT_EQ(Problems(), "") << step;
   }
-  stage.refused.clear();
-  EXPECT_NE(GetDeviceList(), nullptr);
-}
-
-TEST_F(FrameworkLoader, LoadsTheFrameworkOnceAndLooksEachFunctionUpUntilItIsFound) {
-  stage.missing = {"GetMainDevice"};
-  EXPECT_EQ(GetMainDevice(), nullptr);
-  EXPECT_EQ(GetMainDevice(), nullptr);
-  EXPECT_NE(GetDeviceList(), nullptr);
-  EXPECT_NE(GetDeviceList(), nullptr);
-  stage.missing.clear();
-  EXPECT_NE(GetMainDevice(), nullptr);
-  EXPECT_NE(GetMainDevice(), nullptr);
-  EXPECT_THAT(
-      CallsOf({"look up", "CFBundleLoadExecutable"}),
-      ElementsAre("CFBundleLoadExecutable", "look up GetMainDevice", "look up GetMainDevice",
-                  "look up GetDeviceList", "look up GetMainDevice"));
+  layer.refused.clear();
+  layer.missing = {"NewGWorld"};
+  ClearRecord();
+  EXPECT_EQ(Capture(), nullptr);
+  layer.missing.clear();
+  ExpectShows(Capture(), kQuickDraw, {0, 0, 5, 5});
+  EXPECT_EQ(layer.CallsOf("CFBundleLoadExecutable"), 1);
 }
 
 }  // namespace
-}  // namespace qrv::fakes
+}  // namespace qrv::passthrough

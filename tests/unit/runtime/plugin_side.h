@@ -6,9 +6,10 @@
 
 namespace qrv::runtime {
 
-inline REALresolver receivedResolver = nullptr;
+constexpr long kBitmap = kPixelTypeBitmapContext;
+constexpr long kConsole = kPixelTypeConsoleImage;
 
-inline void ReceiveResolver(REALresolver resolver) { receivedResolver = resolver; }
+inline REALresolver receivedResolver = nullptr;
 
 inline HostOptions OptionsFor(ApplicationKind application,
                               std::optional<double> version = 2013.03) {
@@ -18,40 +19,47 @@ inline HostOptions OptionsFor(ApplicationKind application,
   return options;
 }
 
+inline HostOptions Version(std::optional<double> version) {
+  return OptionsFor(ApplicationKind::kDesktop, version);
+}
+
 // A running host with the calls that a plug-in makes of it.
-class PluginSide {
- public:
+struct PluginSide {
   explicit PluginSide(HostOptions options = {}) : host(std::move(options)) {
-    host.StartPlugin(ReceiveResolver);
+    host.StartPlugin([](REALresolver resolver) { receivedResolver = resolver; });
   }
 
-  bool Has(const char* name) const { return receivedResolver(name) != nullptr; }
+  static bool Has(const char* name) { return receivedResolver(name) != nullptr; }
 
-  template <typename Result, typename... Parameters>
-  Result Call(const char* name, Parameters... arguments) const {
+  template <typename Result = void, typename... Parameters>
+  static Result Call(const char* name, Parameters... arguments) {
     return reinterpret_cast<Result (*)(Parameters...)>(receivedResolver(name))(arguments...);
   }
 
-  REALpictureStruct* NewPicture(long width, long height, long depth = 32) const {
+  static REALpictureStruct* NewPicture(long width = 1, long height = 1, long depth = 32) {
     return Call<REALpictureStruct*>("newPicture", width, height, depth);
   }
-  bool Lock(REALpictureStruct* picture, REALpictureDescription* description, long type) const {
-    return Call<bool>("REALLockPictureDescription", picture, description, type);
+  static bool Lock(REALpictureStruct* picture, long type = kBitmap) {
+    REALpictureDescription description = {};
+    return Lock(picture, type, description);
   }
-  void Unlock(REALpictureStruct* picture) const { Call<void>("unlockPictureDescription", picture); }
-  REALpictureStruct* MaskOf(REALpictureStruct* picture) const {
-    return Call<REALpictureStruct*>("REALGetPictureMask", picture, static_cast<unsigned char>(1));
+  static bool Lock(REALpictureStruct* picture, long type, REALpictureDescription& description) {
+    return Call<bool>("REALLockPictureDescription", picture, &description, type);
   }
-  REALobjectStruct* GraphicsOf(REALpictureStruct* picture) const {
+  static void Unlock(REALpictureStruct* picture) { Call("unlockPictureDescription", picture); }
+  static REALpictureStruct* MaskOf(REALpictureStruct* picture, unsigned char create = 1) {
+    return Call<REALpictureStruct*>("REALGetPictureMask", picture, create);
+  }
+  static REALobjectStruct* GraphicsOf(REALpictureStruct* picture) {
     return Call<REALobjectStruct*>("pluginPictureGraphicsGetter", picture);
   }
-  void Release(void* object) const {
-    Call<void>("REALUnlockObject", static_cast<REALobjectStruct*>(object));
+  static void Release(REALobjectStruct* object) { Call("REALUnlockObject", object); }
+  static void Release(REALpictureStruct* picture) {
+    Release(reinterpret_cast<REALobjectStruct*>(picture));
   }
-  void* ObjectMethod(void* object, const char* declaration) const {
-    return Call<void*>("REALLoadObjectMethod", static_cast<REALobjectStruct*>(object), declaration);
+  static void* ObjectMethod(REALobjectStruct* object, const char* declaration) {
+    return Call<void*>("REALLoadObjectMethod", object, declaration);
   }
-  const Ledger& Outstanding() const { return host.Outstanding(); }
 
   Host host;
 };

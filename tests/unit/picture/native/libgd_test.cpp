@@ -2,52 +2,38 @@
 
 #include <gd.h>
 
+#include "plugin/picture/picture_editor.h"
 #include "tests/unit/plugin_test.h"
 
-namespace qrv::fakes {
+namespace qrv::passthrough {
 namespace {
 
 class LibgdImage : public PluginTest {};
 
 TEST_F(LibgdImage, HoldsThePixelsWhereLibgdReadsThem) {
-  Use(Application::kConsole);
   gdImagePtr image = gdImageCreateTrueColor(5, 3);
-  ASSERT_NE(image, nullptr);
-  REALpictureStruct* picture = MakePicture(5, 3);
-  ObjectOf(picture)->container = image;
+  seam::REALLockPictureDescription.answer = [image](auto* picture, auto* out, long type) {
+    const bool isLocked = runtime::LockPictureDescription(picture, out, type);
+    out->container = image;
+    return isLocked;
+  };
+  Use(ApplicationKind::kConsole);
   {
     PictureWriter writer;
-    ASSERT_TRUE(writer.GetPictureEditor(picture, 0, 0));
+    ASSERT_TRUE(BindNewPicture(writer, 5, 3));
     for (int y = 0; y < 3; ++y) {
       writer.MoveToRow(y);
       for (uint8_t x = 0; x < 5; ++x) {
         writer.WritePixel(x, static_cast<uint8_t>(y * 100), static_cast<uint8_t>(255 - x));
       }
     }
-    ReleasePicture(writer.RenderPictureWriter());
   }
-  for (int y = 0; y < 3; ++y) {
-    for (int x = 0; x < 5; ++x) {
-      EXPECT_EQ(gdImageGetTrueColorPixel(image, x, y), gdTrueColorAlpha(x, y * 100, 255 - x, 0));
-    }
+  for (int i = 0; i < 15; ++i) {
+    EXPECT_EQ(gdImageGetTrueColorPixel(image, i % 5, i / 5),
+              gdTrueColorAlpha(i % 5, i / 5 * 100, 255 - i % 5, 0));
   }
   gdImageDestroy(image);
-  ReleasePicture(picture);
-}
-
-TEST_F(LibgdImage, IsRefusedWhenItHasAPalette) {
-  Use(Application::kConsole);
-  gdImagePtr image = gdImageCreate(5, 3);
-  ASSERT_NE(image, nullptr);
-  REALpictureStruct* picture = MakePicture(5, 3);
-  ObjectOf(picture)->container = image;
-  {
-    PictureWriter writer;
-    EXPECT_FALSE(writer.GetPictureEditor(picture, 0, 0));
-  }
-  gdImageDestroy(image);
-  ReleasePicture(picture);
 }
 
 }  // namespace
-}  // namespace qrv::fakes
+}  // namespace qrv::passthrough

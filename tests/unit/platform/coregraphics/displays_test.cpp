@@ -1,91 +1,161 @@
-#include <optional>
+#include <ApplicationServices/CoreGraphics.h>
+#include <OpenGL/OpenGL.h>
+#include <gtest/gtest.h>
 
-#include "tests/unit/platform/coregraphics/display_test.h"
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "platform/desktop/virtual/test_card.h"
 
 namespace {
 
-constexpr CGDirectDisplayID kUnknown = 0x7FFFFFFF;
-
-class Displays : public DisplayTest {
+// Of a virtual desktop.
+class Displays : public testing::Test {
  protected:
-  // A number of the display's current mode, or nothing.
-  static std::optional<SInt32> ModeNumber(CGDirectDisplayID display, CFStringRef key) {
+  // Shows the layout and returns its displays' identifiers, main display first.
+  static std::vector<CGDirectDisplayID> Show(const std::string& layout) {
+    setenv("QRV_DESKTOP", ("virtual:" + layout).c_str(), 1);
+    std::vector<CGDirectDisplayID> displays(32);
+    CGDisplayCount count = 0;
+    EXPECT_EQ(CGGetActiveDisplayList(32, displays.data(), &count), kCGErrorSuccess);
+    displays.resize(count);
+    return displays;
+  }
+
+  // A number of the display's current mode, or -1 when it states none.
+  static SInt32 ModeNumber(CGDirectDisplayID display, CFStringRef key) {
     const CFDictionaryRef mode = CGDisplayCurrentMode(display);
-    if (mode == nullptr) return std::nullopt;
-    const auto number = static_cast<CFNumberRef>(CFDictionaryGetValue(mode, key));
-    SInt32 value = 0;
-    if (number == nullptr || !CFNumberGetValue(number, kCFNumberSInt32Type, &value)) {
-      return std::nullopt;
-    }
+    SInt32 value = -1;
+    EXPECT_NE(mode, nullptr);
+    CFNumberGetValue(static_cast<CFNumberRef>(CFDictionaryGetValue(mode, key)), kCFNumberSInt32Type,
+                     &value);
     return value;
+  }
+
+  ~Displays() override {
+    unsetenv("QRV_DESKTOP");
+    unsetenv("QRV_SYSTEM_VERSION");
   }
 };
 
-TEST_F(Displays, AreListedMainDisplayFirst) {
-  const auto displays = Show("1440x900+0+0,1280x1024+1440+0");
-  ASSERT_EQ(displays.size(), 2U);
-  EXPECT_EQ(CGMainDisplayID(), displays[0]);
-  EXPECT_NE(displays[1], displays[0]);
-}
-
-TEST_F(Displays, CannotBeListedWithoutADesktop) {
-  ShowNoDesktop();
-  CGDirectDisplayID display = kUnknown;
-  CGDisplayCount count = 99;
-  EXPECT_NE(CGGetActiveDisplayList(1, &display, &count), kCGErrorSuccess);
-  EXPECT_EQ(count, 0U);
-}
-
-TEST_F(Displays, TellTheirBoundsInUnits) {
-  const auto displays = Show("1440x900+0+0,640x480-640-100*2");
-  const CGRect bounds = CGDisplayBounds(displays[1]);
-  EXPECT_EQ(bounds.origin.x, -640);
-  EXPECT_EQ(bounds.origin.y, -100);
-  EXPECT_EQ(bounds.size.width, 640);
-  EXPECT_EQ(bounds.size.height, 480);
-}
-
-TEST_F(Displays, TellTheSamplesOfTheirModes) {
-  const auto displays = Show("64x64+0+0@32,64x64+64+0@16,64x64+128+0@8");
-  constexpr SInt32 kSamples[] = {3, 3, 1};
-  constexpr SInt32 kBits[] = {8, 5, 8};
-  for (size_t i = 0; i < 3; ++i) {
-    EXPECT_EQ(ModeNumber(displays[i], CFSTR("SamplesPerPixel")), kSamples[i]) << i;
-    EXPECT_EQ(ModeNumber(displays[i], CFSTR("BitsPerSample")), kBits[i]) << i;
-  }
-}
-
-TEST_F(Displays, TellNoSamplesOnTheOldestSystem) {
-  const CGDirectDisplayID display = Show("64x64+0+0")[0];
-  setenv("QRV_SYSTEM_VERSION", "10.4", 1);
-  EXPECT_NE(CGDisplayCurrentMode(display), nullptr);
-  EXPECT_EQ(ModeNumber(display, CFSTR("SamplesPerPixel")), std::nullopt);
-  EXPECT_EQ(ModeNumber(display, CFSTR("BitsPerSample")), std::nullopt);
-  setenv("QRV_SYSTEM_VERSION", "10.5", 1);
-  EXPECT_EQ(ModeNumber(display, CFSTR("SamplesPerPixel")), 3);
-}
-
-TEST_F(Displays, HaveNothingForAnUnknownIdentifier) {
-  Show("64x64+0+0");
-  for (const CGDirectDisplayID display : {CGDirectDisplayID{kCGNullDirectDisplay}, kUnknown}) {
-    EXPECT_EQ(CGDisplayBounds(display).size.width, 0);
-    EXPECT_EQ(CGDisplayCurrentMode(display), nullptr);
-    EXPECT_EQ(CGDisplayIDToOpenGLDisplayMask(display), 0U);
-    EXPECT_EQ(CGDisplayCreateImage(display), nullptr);
-    EXPECT_EQ(CGDisplayCreateImageForRect(display, {{0, 0}, {10, 10}}), nullptr);
-  }
-}
-
-TEST_F(Displays, HaveOneBitOfTheirOwnEachAndKeepIt) {
+TEST_F(Displays, AreListedAsFarAsThereIsRoomAndEachHasABitOfItsOwn) {
   std::string layout = "10x10+0+0";
   for (int i = 1; i < 32; ++i) layout += ",10x10+" + std::to_string(i * 10) + "+0";
   const auto displays = Show(layout);
   CGOpenGLDisplayMask all = 0;
-  for (const CGDirectDisplayID display : displays) all |= CGDisplayIDToOpenGLDisplayMask(display);
+  for (const CGDirectDisplayID display : displays) {
+    const CGOpenGLDisplayMask mask = CGDisplayIDToOpenGLDisplayMask(display);
+    EXPECT_EQ(mask & (mask - 1), 0U);
+    all |= mask;
+  }
   EXPECT_EQ(all, 0xFFFFFFFFU);
-  const CGOpenGLDisplayMask mask = CGDisplayIDToOpenGLDisplayMask(displays[20]);
-  EXPECT_EQ(mask & (mask - 1), 0U);
-  EXPECT_EQ(CGDisplayIDToOpenGLDisplayMask(displays[20]), mask);
+  CGDirectDisplayID few[3] = {};
+  CGDisplayCount count = 0;
+  EXPECT_EQ(CGGetActiveDisplayList(2, few, &count), kCGErrorSuccess);
+  EXPECT_EQ(count, 2U);
+  EXPECT_EQ(few[1], displays[1]);
+  EXPECT_EQ(few[2], 0U);
+}
+
+TEST_F(Displays, TellTheSamplesOfTheirModesUnlessTheSystemIsTooOld) {
+  const auto displays = Show("64x64+0+0@32,64x64+64+0@16,64x64+128+0@8");
+  for (const char* version : {"10.5", "10.4"}) {
+    setenv("QRV_SYSTEM_VERSION", version, 1);
+    const bool areTold = version[3] == '5';
+    for (size_t i = 0; i < 3; ++i) {
+      EXPECT_EQ(ModeNumber(displays[i], CFSTR("SamplesPerPixel")), !areTold ? -1 : i == 2 ? 1 : 3);
+      EXPECT_EQ(ModeNumber(displays[i], CFSTR("BitsPerSample")), !areTold ? -1 : i == 1 ? 5 : 8);
+    }
+  }
+}
+
+// --- Reading them back ---
+
+constexpr uint32_t kUntouched = 0xDEADBEEF;
+constexpr GLint kWidth = 50;
+constexpr GLint kHeight = 40;
+
+// What the frame buffer of the only display of kWidth x kHeight pixels holds. `x` and `y` count
+// from its bottom-left corner.
+uint32_t FrameBufferPixel(GLint x, GLint y) {
+  if (x < 0 || y < 0 || x >= kWidth || y >= kHeight) return kUntouched;
+  return qrv::desktop::TestCardPixel(0, kWidth, kHeight, x, kHeight - 1 - y);
+}
+
+class ReadBack : public Displays {
+ protected:
+  static CGLError Choose(std::vector<CGLPixelFormatAttribute> attributes,
+                         CGLPixelFormatObj* pixelFormat) {
+    attributes.push_back(0);
+    GLint count = -1;
+    const CGLError error = CGLChoosePixelFormat(attributes.data(), pixelFormat, &count);
+    EXPECT_EQ(count, error == kCGLNoError ? 1 : 0);
+    EXPECT_EQ(*pixelFormat == nullptr, error != kCGLNoError);
+    return error;
+  }
+
+  void Open(CGDirectDisplayID display) {
+    CGLPixelFormatObj pixelFormat = nullptr;
+    Choose({kCGLPFAFullScreen, kCGLPFADisplayMask, CGDisplayIDToOpenGLDisplayMask(display)},
+           &pixelFormat);
+    EXPECT_EQ(CGLCreateContext(pixelFormat, nullptr, &context_), kCGLNoError);
+    CGLSetCurrentContext(context_);
+    EXPECT_EQ(CGLSetFullScreen(context_), kCGLNoError);
+  }
+
+  // What the call leaves in a buffer of `size` pixels.
+  static std::vector<uint32_t> Read(size_t size, GLint x, GLint y, GLsizei width, GLsizei height) {
+    std::vector<uint32_t> buffer(size, kUntouched);
+    glReadPixels(x, y, width, height, GL_BGRA, GL_UNSIGNED_INT_8_8_8_8_REV, buffer.data());
+    return buffer;
+  }
+
+  static void ExpectNothingRead() { EXPECT_EQ(Read(1, 0, 0, 1, 1)[0], kUntouched); }
+
+  ~ReadBack() override {
+    if (context_ != nullptr) CGLDestroyContext(context_);
+  }
+
+  CGLContextObj context_ = nullptr;
+};
+
+TEST_F(ReadBack, ReadsBottomRowFirstAndLeavesWhatLiesOutsideTheDisplayUntouched) {
+  Open(Show("50x40+0+0")[0]);
+  const auto buffer = Read(55 * 47, -2, -3, 55, 47);
+  for (GLint i = 0; i < 55 * 47; ++i) {
+    ASSERT_EQ(buffer[static_cast<size_t>(i)], FrameBufferPixel(i % 55 - 2, i / 55 - 3)) << i;
+  }
+}
+
+TEST_F(ReadBack, ReadsNothingWithoutADisplayOrAContext) {
+  const auto displays = Show("50x40+0+0,9x9+50+0");
+  Open(displays[0]);
+  CGLDestroyContext(context_);
+  ExpectNothingRead();
+  Open(displays[1]);
+  Show("50x40+0+0");
+  ExpectNothingRead();
+  EXPECT_EQ(CGLSetFullScreen(context_), kCGLBadDisplay);
+}
+
+TEST_F(ReadBack, IsRefusedWithoutFullScreenADisplayAKnownAttributeOrANewEnoughSystem) {
+  const auto mask = CGDisplayIDToOpenGLDisplayMask(Show("64x64+0+0,50x40+64+0")[1]);
+  const std::vector<CGLPixelFormatAttribute> whole = {kCGLPFAFullScreen, kCGLPFADisplayMask, mask};
+  const std::vector<CGLPixelFormatAttribute> refused[] = {
+      {},
+      {kCGLPFADisplayMask, mask},
+      {kCGLPFAFullScreen},
+      {kCGLPFAFullScreen, kCGLPFADisplayMask, mask << 1},
+      {kCGLPFAFullScreen, kCGLPFADisplayMask, mask, 9999}};
+  CGLPixelFormatObj pixelFormat = nullptr;
+  for (const auto& each : refused) EXPECT_NE(Choose(each, &pixelFormat), kCGLNoError);
+  setenv("QRV_SYSTEM_VERSION", "10.4", 1);
+  EXPECT_NE(Choose(whole, &pixelFormat), kCGLNoError);
+  setenv("QRV_SYSTEM_VERSION", "10.5", 1);
+  EXPECT_EQ(Choose(whole, &pixelFormat), kCGLNoError);
+  Show("64x64+0+0");
+  EXPECT_EQ(Choose(whole, &pixelFormat), kCGLBadDisplay);
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include "platform/desktop/session.h"
+#include <QRV/Desktop.h>
 
 #include <gtest/gtest.h>
 
@@ -11,91 +11,78 @@ namespace {
 
 using ::qrv::testing::ScopedVariable;
 
-TEST(Session, ShowsTheChosenLayout) {
-  const ScopedVariable chosen("QRV_DESKTOP", "virtual:100x50+0+0,20x20+100+0");
+// What the environment asks for, and what is shown: the width of the last display, or 0.
+struct Choice {
+  const char* desktop;
+  const char* display;  // DISPLAY
+  int width;
+  std::string name;
+  std::string problem;
+  std::string note = {};
+};
+
+void ExpectShown(const Choice& choice) {
+  const ScopedVariable desktop("QRV_DESKTOP", choice.desktop);
+  const ScopedVariable display("DISPLAY", choice.display);
   const std::vector<Display>* const displays = RefreshDisplays();
-  ASSERT_NE(displays, nullptr);
-  ASSERT_EQ(displays->size(), 2U);
-  EXPECT_EQ((*displays)[1].bounds.x, 100);
-  EXPECT_STREQ(QRVDesktopName(), "virtual desktop");
-  EXPECT_STREQ(QRVDesktopProblem(), "");
+  EXPECT_EQ(displays == nullptr ? 0 : displays->back().pixelWidth, choice.width) << choice.problem;
+  EXPECT_EQ(DesktopName(), choice.name);
+  EXPECT_EQ(DesktopProblem(), choice.problem);
+  EXPECT_EQ(DesktopNote(), choice.note);
+  EXPECT_EQ(FindDisplay(1).has_value(), choice.width != 0);
 }
 
-TEST(Session, ShowsTheDefaultLayoutWhenNoneIsNamed) {
-  const ScopedVariable chosen("QRV_DESKTOP", "virtual");
-  ASSERT_NE(RefreshDisplays(), nullptr);
-  EXPECT_EQ(RefreshDisplays()->size(), 2U);
-}
-
-TEST(Session, FollowsAChangedChoice) {
-  const ScopedVariable first("QRV_DESKTOP", "virtual:100x50+0+0");
-  ASSERT_NE(RefreshDisplays(), nullptr);
-  const ScopedVariable second("QRV_DESKTOP", "virtual:30x20+0+0");
-  ASSERT_NE(RefreshDisplays(), nullptr);
-  EXPECT_EQ(RefreshDisplays()->front().pixelWidth, 30);
-}
-
-TEST(Session, HasNoDesktopWithoutAChoiceItUnderstands) {
-  const ScopedVariable display("DISPLAY", nullptr);
-  struct {
-    const char* choice;
-    const char* problem;
-  } const cases[] = {
-      {nullptr, "DISPLAY is not set and QRV_DESKTOP chooses no desktop"},
-      {"", "DISPLAY is not set and QRV_DESKTOP chooses no desktop"},
-      {"x11", "QRV_DESKTOP is x11, but DISPLAY is not set"},
-      {"x11:", "QRV_DESKTOP is x11: without a display"},
-      {"x11:nonsense", "'nonsense' is not the name of an X display"},
-      {"virtual:", "layout entry 1 '': expected WIDTHxHEIGHT+X+Y"},
-      {"virtual:12x", "layout entry 1 '12x': expected WIDTHxHEIGHT+X+Y"},
-      {"Virtual", "QRV_DESKTOP is none of x11, x11:DISPLAY, virtual and virtual:LAYOUT"}};
-  for (const auto& each : cases) {
-    const ScopedVariable chosen("QRV_DESKTOP", each.choice);
-    EXPECT_EQ(RefreshDisplays(), nullptr) << each.problem;
-    EXPECT_STREQ(QRVDesktopProblem(), each.problem);
-    EXPECT_EQ(FindDisplay(1), std::nullopt);
+TEST(Session, FollowsTheChoiceFromListToList) {
+  const std::string none = "no desktop";
+  const std::string card = "the virtual desktop";
+  for (const Choice& choice : std::initializer_list<Choice>{
+           {"virtual:100x50+0+0,20x20+100+0", nullptr, 20, card, ""},
+           {"virtual:30x20+0+0", nullptr, 30, card, ""},
+           {"virtual", nullptr, 1280, card, ""},
+           {"any", nullptr, 1280, card, "",
+            "DISPLAY is not set: this is the built-in virtual desktop"},
+           {"any", ":4711", 0, "X11 :4711", "X server :4711 can't be reached"},
+           {nullptr, ":4711", 0, "X11 :4711", "X server :4711 can't be reached"},
+           {nullptr, nullptr, 0, none, "DISPLAY is not set"},
+           {"", nullptr, 0, none, "DISPLAY is not set"},
+           {"x11:", nullptr, 0, none, "the desktop \"x11:\" names no DISPLAY"},
+           {"x11:moon", nullptr, 0, "X11 moon", "'moon' is not the name of an X display"},
+           {"virtual:", nullptr, 0, none, "the desktop \"virtual:\" names no LAYOUT"},
+           {"virtually", nullptr, 0, none, "there is no desktop \"virtually\""}}) {
+    ExpectShown(choice);
   }
-}
-
-TEST(Session, SaysWhichServerItCannotReach) {
-  const ScopedVariable chosen("QRV_DESKTOP", "x11::4711");
-  EXPECT_EQ(RefreshDisplays(), nullptr);
-  EXPECT_STREQ(QRVDesktopProblem(), "X server :4711 can't be reached");
-}
-
-TEST(Session, FindsADisplayWithoutARefreshBefore) {
-  const ScopedVariable chosen("QRV_DESKTOP", "virtual:100x50+0+0");
-  const std::optional<Display> display = FindDisplay(1);
-  ASSERT_TRUE(display);
-  EXPECT_EQ(display->pixelWidth, 100);
-  EXPECT_FALSE(FindDisplay(2));
-}
-
-TEST(Session, RemembersWhoDeliveredUntilItIsAsked) {
-  const ScopedVariable chosen("QRV_DESKTOP", "virtual:100x50+0+0");
-  const std::optional<Display> display = FindDisplay(1);
-  ASSERT_TRUE(display);
-  EXPECT_FALSE(Capture(*display, {0, 0, 101, 1}, Reader::kDisplayImage));
-  EXPECT_TRUE(Capture(*display, {0, 0, 1, 1}, Reader::kOpenGL));
-  EXPECT_TRUE(Capture(*display, {0, 0, 1, 1}, Reader::kQuickDraw));
-  EXPECT_EQ(QRVTakeReaders(), 6U);
-  EXPECT_EQ(QRVTakeReaders(), 0U);
+  const ScopedVariable version("QRV_SYSTEM_VERSION", "foo");
+  ExpectShown({"virtual", nullptr, 0, none, "QRV_SYSTEM_VERSION is not a version like 10.7"});
 }
 
 TEST(Session, TakesTheServerOfDisplayAndFollowsItsChange) {
   const qrv::testing::Xvfb small("320x200x24");
   const qrv::testing::Xvfb large("640x480x24");
-  const ScopedVariable chosen("QRV_DESKTOP", nullptr);
-  const ScopedVariable first("DISPLAY", small.display().c_str());
-  ASSERT_NE(RefreshDisplays(), nullptr) << QRVDesktopProblem();
-  EXPECT_EQ(RefreshDisplays()->front().pixelWidth, 320);
-  EXPECT_EQ(QRVDesktopName(), "X11 " + small.display());
-  const ScopedVariable second("DISPLAY", large.display().c_str());
-  ASSERT_NE(RefreshDisplays(), nullptr) << QRVDesktopProblem();
-  EXPECT_EQ(RefreshDisplays()->front().pixelWidth, 640);
-  const ScopedVariable named("QRV_DESKTOP", ("x11:" + small.display()).c_str());
-  ASSERT_NE(RefreshDisplays(), nullptr) << QRVDesktopProblem();
-  EXPECT_EQ(RefreshDisplays()->front().pixelWidth, 320);
+  for (const auto& [server, width] : {std::pair(&small, 320), std::pair(&large, 640)}) {
+    const ScopedVariable desktop("QRV_DESKTOP", nullptr);
+    const ScopedVariable display("DISPLAY", server->display().c_str());
+    ASSERT_NE(RefreshDisplays(), nullptr) << DesktopProblem();
+    EXPECT_EQ(RefreshDisplays()->front().pixelWidth, width);
+    EXPECT_EQ(DesktopName(), "X11 " + server->display());
+  }
+}
+
+TEST(Session, HasLostPixelsUntilTheNextListWhateverSucceedsMeanwhile) {
+  const ScopedVariable chosen("QRV_DESKTOP", "virtual:100x50+0+0,100x50+100+0");
+  const Display display = RefreshDisplays()->back();
+  TakeStrategies();
+  EXPECT_FALSE(Capture(display, {0, 0, 101, 1}, Strategy::kDisplayImage));
+  EXPECT_TRUE(Capture(display, {0, 0, 1, 1}, Strategy::kOpenGL));
+  EXPECT_TRUE(Capture(display, {0, 0, 1, 1}, Strategy::kQuickDraw));
+  LosePixels("another reason");
+  EXPECT_TRUE(HasLostPixels());
+  EXPECT_FALSE(HoldPixels(display));
+  EXPECT_STREQ(DesktopProblem(), "pixels outside of the display were asked for");
+  ASSERT_NE(RefreshDisplays(), nullptr);
+  EXPECT_FALSE(HasLostPixels());
+  EXPECT_STREQ(DesktopProblem(), "");
+  EXPECT_EQ(TakeStrategies(), 6U) << "those that delivered";
+  EXPECT_EQ(TakeStrategies(), 0U);
 }
 
 }  // namespace

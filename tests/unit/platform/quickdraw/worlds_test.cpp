@@ -1,153 +1,280 @@
 #include <CoreServices/CoreServices.h>
 #include <gtest/gtest.h>
 
-#include <thread>
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <random>
+#include <string>
+#include <vector>
 
-#include "tests/unit/platform/quickdraw/worlds.h"
+#include <QRV/Desktop.h>
+#include "platform/quickdraw/quickdraw.h"
+
+static bool operator==(const Rect& first, const Rect& second) {
+  return first.top == second.top && first.left == second.left && first.bottom == second.bottom &&
+         first.right == second.right;
+}
 
 namespace {
 
-struct Refusal {
-  short depth;
-  Rect bounds;
-  QDErr error;
+using qrv::desktop::Display;
+using qrv::desktop::Frame;
+
+// Makes this the screens; returns the first device.
+GDHandle ShowDesktop(const std::string& layout) {
+  setenv("QRV_DESKTOP", ("virtual:" + layout).c_str(), 1);
+  return GetDeviceList();
+}
+
+// There has to be a screen.
+class World {
+ public:
+  World(short depth, const Rect& bounds) : bounds_(bounds), depth_(depth) {
+    EXPECT_EQ(NewGWorld(&port_, depth, &bounds, nullptr, nullptr, 0), 0);
+  }
+  World(const World&) = delete;
+  World& operator=(const World&) = delete;
+  ~World() { DisposeGWorld(port_); }
+
+  GWorldPtr port() const { return port_; }
+  PixMapHandle map() const { return GetGWorldPixMap(port_); }
+  const BitMap* bitMap() const { return GetPortBitMapForCopyBits(port_); }
+
+  size_t pixelBytes() const { return static_cast<size_t>(depth_) / 8; }
+  size_t rowBytes() const { return static_cast<size_t>(GetPixRowBytes(map())); }
+  // Where the pixel at (x, y) in the world's coordinates begins.
+  size_t Offset(int x, int y) const {
+    return static_cast<size_t>(y - bounds_.top) * rowBytes() +
+           static_cast<size_t>(x - bounds_.left) * pixelBytes();
+  }
+  // All of the memory, padding included.
+  uint8_t* begin() const { return reinterpret_cast<uint8_t*>(GetPixBaseAddr(map())); }
+  uint8_t* end() const { return begin() + Offset(bounds_.left, bounds_.bottom); }
+  std::vector<uint8_t> Bytes() const { return {begin(), end()}; }
+
+ private:
+  GWorldPtr port_ = nullptr;
+  Rect bounds_;
+  short depth_;
 };
 
-class RefusedWorld : public testing::TestWithParam<Refusal> {};
+const Rect& BoundsOf(GDHandle device) { return (*(*device)->gdPMap)->bounds; }
 
-TEST_P(RefusedWorld, ReportsWhy) {
-  GWorldPtr world = nullptr;
-  EXPECT_EQ(NewGWorld(&world, GetParam().depth, &GetParam().bounds, nullptr, nullptr, 0),
-            GetParam().error);
-  EXPECT_EQ(world, nullptr);
+const BitMap* BitMapOf(GDHandle device) {
+  return reinterpret_cast<const BitMap*>(*(*device)->gdPMap);
 }
 
-constexpr Rect kOne = {0, 0, 1, 1};
-constexpr Rect kLargest = {-32768, -32768, 32767, 32767};
-INSTANTIATE_TEST_SUITE_P(
-    NewGWorld, RefusedWorld,
-    testing::Values(Refusal{0, kOne, paramErr}, Refusal{1, kOne, paramErr},
-                    Refusal{15, kOne, paramErr}, Refusal{64, kOne, paramErr},
-                    Refusal{-32, kOne, paramErr}, Refusal{32, {0, 0, 0, 0}, paramErr},
-                    Refusal{32, {0, 0, 0, 5}, paramErr}, Refusal{32, {0, 5, 5, 5}, paramErr},
-                    Refusal{32, {5, 0, 0, 5}, paramErr},
-                    Refusal{32, {0, 32767, 1, -32768}, paramErr}, Refusal{8, kLargest, memFullErr},
-                    Refusal{32, kLargest, memFullErr}));
+// --- Worlds ---
 
-TEST(NewWorld, NeedsAPlaceAndARectangle) {
-  GWorldPtr world = nullptr;
-  EXPECT_EQ(NewGWorld(nullptr, 32, &kOne, nullptr, nullptr, 0), paramErr);
-  EXPECT_EQ(NewGWorld(&world, 32, nullptr, nullptr, nullptr, 0), paramErr);
-}
+constexpr short kDepths[] = {8, 16, 24, 32};
 
-TEST(NewWorld, IsDescribedByItsPixelMap) {
-  const Rect bounds = {-5, 100, 15, 119};
-  for (const short depth : std::initializer_list<short>{8, 16, 24, 32}) {
-    const World world(depth, bounds);
-    PixMapHandle map = GetGWorldPixMap(world.port());
-    Rect read = {};
-    EXPECT_EQ(GetPortBounds(world.port(), &read), &read);
-    EXPECT_EQ(read, bounds);
-    EXPECT_EQ((*map)->bounds, bounds);
-    EXPECT_EQ((*map)->pixelSize, depth);
-    EXPECT_EQ(GetPixDepth(map), depth);
-    EXPECT_TRUE(LockPixels(map));
-    EXPECT_EQ((*map)->baseAddr, GetPixBaseAddr(map));
-    EXPECT_EQ((*map)->rowBytes & 0x7FFF, GetPixRowBytes(map));
-    EXPECT_GE(GetPixRowBytes(map), 19 * depth / 8);
-    EXPECT_EQ(world.Bytes(), std::vector<uint8_t>(world.byteCount())) << "zeroed";
-    UnlockPixels(map);
+class Worlds : public testing::Test {
+ protected:
+  Worlds() { ShowDesktop("8x8+0+0"); }
+
+  static GrafPtr CurrentPort() {
+    GrafPtr port = nullptr;
+    GetPort(&port);
+    return port;
+  }
+};
+
+TEST_F(Worlds, AreRefusedWithTheReason) {
+  constexpr Rect kOne = {0, 0, 1, 1};
+  constexpr Rect kLargest = {-32768, -32768, 32767, 32767};
+  struct {
+    short depth;
+    Rect bounds;
+    QDErr error;
+  } const cases[] = {{0, kOne, paramErr},          {15, kOne, paramErr},
+                     {64, kOne, paramErr},         {32, {0, 0, 0, 5}, paramErr},
+                     {32, {0, 5, 5, 5}, paramErr}, {32, {0, 32767, 1, -32768}, paramErr},
+                     {8, kLargest, memFullErr},    {32, kLargest, memFullErr}};
+  for (const auto& [depth, bounds, error] : cases) {
+    GWorldPtr world = nullptr;
+    EXPECT_EQ(NewGWorld(&world, depth, &bounds, nullptr, nullptr, 0), error) << depth;
+    EXPECT_EQ(world, nullptr);
   }
 }
 
-TEST(NewWorld, TellsTheRowBytesThatItsRecordHasNoRoomFor) {
-  const World wide(32, {0, -20000, 2, 10000});
-  PixMapHandle map = GetGWorldPixMap(wide.port());
-  EXPECT_EQ(GetPixRowBytes(map), 30000 * 4);
-  EXPECT_EQ((*map)->rowBytes & 0x7FFF, 0);
-  wide.At(9999, 1)[3] = 1;
-  EXPECT_EQ(wide.Pixel(9999, 1), (std::vector<uint8_t>{0, 0, 0, 1}));
+#if defined(__x86_64__)
+// What aligns the rows does not count.
+TEST_F(Worlds, HaveFewerThanTwoToThe31BytesOfPixels) {
+  EXPECT_EQ(World(32, {0, 0, 16384, 32766}).rowBytes(), 131072U);
 }
+#endif
 
-TEST(UnknownPort, YieldsNothing) {
-  auto* strange = reinterpret_cast<GWorldPtr>(0x1234);
-  GrafPtr before = nullptr;
-  GetPort(&before);
-  for (GWorldPtr world : {static_cast<GWorldPtr>(nullptr), strange}) {
-    Rect bounds = kOne;
-    EXPECT_EQ(GetGWorldPixMap(world), nullptr);
-    EXPECT_EQ(GetPortBitMapForCopyBits(world), nullptr);
-    EXPECT_EQ(*GetPortBounds(world, &bounds), Rect{});
-    DisposeGWorld(world);
-    SetPort(world);
-    SetGWorld(world, nullptr);
-  }
-  GrafPtr after = nullptr;
-  GetPort(&after);
-  EXPECT_EQ(after, before);
-}
-
-TEST(UnknownPixelMap, YieldsNothing) {
-  for (auto* map : {static_cast<PixMapHandle>(nullptr), reinterpret_cast<PixMapHandle>(0x1234)}) {
-    EXPECT_FALSE(LockPixels(map));
-    EXPECT_EQ(GetPixBaseAddr(map), nullptr);
-    EXPECT_EQ(GetPixRowBytes(map), 0);
-    EXPECT_EQ(GetPixDepth(map), 0);
-    UnlockPixels(map);
+TEST_F(Worlds, AreDescribedByTheirPixelMapsAndZeroed) {
+  for (const Rect& bounds : {Rect{-5, 100, 15, 119}, Rect{0, -20000, 2, 10000}}) {
+    for (const short depth : kDepths) {
+      const World world(depth, bounds);
+      Rect read = {};
+      EXPECT_EQ(*GetPortBounds(world.port(), &read), bounds);
+      EXPECT_EQ(GetPixDepth(world.map()), depth);
+      EXPECT_TRUE(LockPixels(world.map()));
+      EXPECT_GE(static_cast<int>(world.rowBytes()), (bounds.right - bounds.left) * depth / 8);
+      // The record's field has 14 bits.
+      EXPECT_EQ((*world.map())->rowBytes & 0x7FFF,
+                world.rowBytes() < 0x4000 ? world.rowBytes() : 0);
+      EXPECT_EQ(world.Bytes(), std::vector<uint8_t>(world.Bytes().size()));
+    }
   }
 }
 
-GrafPtr CurrentPort() {
-  GrafPtr port = nullptr;
-  GetPort(&port);
-  return port;
-}
-
-TEST(CurrentPort, CanBeSavedAndRestored) {
-  GrafPtr saved = CurrentPort();
-  ASSERT_NE(saved, nullptr);
-  const World world(32, kOne);
-  SetGWorld(world.port(), nullptr);
-  EXPECT_EQ(CurrentPort(), world.port());
-  SetPort(saved);
-  EXPECT_EQ(CurrentPort(), saved);
-}
-
-TEST(CurrentPort, IsTheDefaultPortOnceItIsDisposedOf) {
+TEST_F(Worlds, AreTheCurrentPortUntilTheyAreDisposedOf) {
   GrafPtr standard = CurrentPort();
+  ASSERT_NE(standard, nullptr);
   {
-    const World world(32, kOne);
+    const World world(32, {0, 0, 1, 1});
+    SetGWorld(world.port(), nullptr);
+    EXPECT_EQ(CurrentPort(), world.port());
+    SetPort(standard);
+    EXPECT_EQ(CurrentPort(), standard);
     SetPort(world.port());
   }
   EXPECT_EQ(CurrentPort(), standard);
 }
 
-TEST(CurrentPort, BelongsToTheThread) {
-  GrafPtr standard = CurrentPort();
-  const World world(32, kOne);
-  SetPort(world.port());
-  std::thread([=] { EXPECT_EQ(CurrentPort(), standard); }).join();
-  SetPort(standard);
+TEST_F(Worlds, AreFilledWithBlackWithinTheRectangleOnly) {
+  Pattern pattern = {};
+  GetQDGlobalsBlack(&pattern);
+  const Rect corner = {1, 1, 30, 40};
+  for (const short depth : kDepths) {
+    const World world(depth, {-1, -1, 2, 3});
+    SetPort(world.port());
+    std::fill(world.begin(), world.end(), uint8_t{0x55});
+    std::vector<uint8_t> expected = world.Bytes();
+    std::fill_n(expected.begin() + static_cast<long>(world.Offset(1, 1)), 2 * depth / 8,
+                uint8_t{0});
+    FillRect(&corner, &pattern);
+    EXPECT_EQ(world.Bytes(), expected) << depth;
+  }
 }
 
-TEST(Rectangles, HaveACommonPartOrNone) {
-  const Rect first = {0, 0, 900, 1440};
-  Rect common = kOne;
-  const Rect across = {100, 1400, 150, 1500};
-  EXPECT_TRUE(SectRect(&first, &across, &common));
-  EXPECT_EQ(common, (Rect{100, 1400, 150, 1440}));
-  const Rect touching = {0, 1440, 900, 2000};
-  EXPECT_FALSE(SectRect(&first, &touching, &common));
-  EXPECT_EQ(common, Rect{});
-  EXPECT_FALSE(SectRect(nullptr, &first, &common));
-  EXPECT_FALSE(SectRect(&first, &first, nullptr));
+// --- Screens ---
+
+// One axis of a copy from a screen of one pixel a unit that does not shrink.
+struct Axis {
+  int from, fromLength, to, toLength;  // coordinates
+  int screen, pixels;                  // where it begins, how many it has
+
+  // The screen's pixel at the centre of the target's, or -1.
+  int64_t SourceOf(int at) const {
+    if (fromLength <= 0 || at < to || at >= to + toLength) return -1;
+    const int64_t place =
+        int64_t{2} * (from - screen) * toLength + int64_t{2 * (at - to) + 1} * fromLength;
+    return place < 0 || place >= int64_t{2} * pixels * toLength ? -1 : place / (2 * toLength);
+  }
+};
+
+// The bytes of a world's pixel of that colour, at each number of bytes.
+std::vector<uint8_t> Encode(const uint8_t* bgr, size_t pixelBytes) {
+  const int word = bgr[2] / 8 * 1024 + bgr[1] / 8 * 32 + bgr[0] / 8;
+  const int grey = (77 * bgr[2] + 150 * bgr[1] + 29 * bgr[0] + 128) / 256;
+  const std::vector<int> bytes[] = {
+      {grey}, {word / 256, word % 256}, {bgr[2], bgr[1], bgr[0]}, {0, bgr[2], bgr[1], bgr[0]}};
+  return {bytes[pixelBytes - 1].begin(), bytes[pixelBytes - 1].end()};
 }
 
-TEST(Rectangles, CanBeReplacedByTheirCommonPart) {
-  Rect first = {0, 0, 10, 10};
-  const Rect second = {5, 5, 20, 20};
-  EXPECT_TRUE(SectRect(&first, &second, &first));
-  EXPECT_EQ(first, (Rect{5, 5, 10, 10}));
+// A copy pixel by pixel: the target's bytes after it.
+std::vector<uint8_t> ModelCopy(const Frame& screen, const Axis& across, const Axis& down,
+                               const World& target, const Rect& bounds) {
+  std::vector<uint8_t> result = target.Bytes();
+  for (int y = bounds.top; y < bounds.bottom; ++y) {
+    for (int x = bounds.left; x < bounds.right; ++x) {
+      const int64_t column = across.SourceOf(x);
+      const int64_t row = down.SourceOf(y);
+      if (column < 0 || row < 0) continue;
+      const auto pixel =
+          Encode(screen.pixels + static_cast<size_t>(row) * screen.rowBytes + column * 4,
+                 target.pixelBytes());
+      std::copy(pixel.begin(), pixel.end(),
+                result.begin() + static_cast<long>(target.Offset(x, y)));
+    }
+  }
+  return result;
+}
+
+class CopyFromAScreen : public testing::Test {
+ protected:
+  int Pick(int low, int high) { return std::uniform_int_distribution<int>(low, high)(random_); }
+  static Rect MakeRect(int left, int top, int width, int height) {
+    const auto edge = [](int value) {
+      return static_cast<short>(std::clamp(value, -32768, 32767));
+    };
+    return {edge(top), edge(left), edge(top + height), edge(left + width)};
+  }
+  // Mostly near `bounds`; sometimes empty, inverted, or reaching far out.
+  Rect PickRect(const Rect& bounds) {
+    const int far = Pick(0, 9) == 0 ? 30000 : 0;
+    return MakeRect(Pick(bounds.left - 10 - far, bounds.right),
+                    Pick(bounds.top - 10, bounds.bottom),
+                    Pick(-5, bounds.right - bounds.left + 20 + 2 * far),
+                    Pick(-5, bounds.bottom - bounds.top + 20));
+  }
+
+  void ExpectCopy(const Display& display, const BitMap* screen, const Rect& from, const Rect& to,
+                  const World& target, const Rect& bounds) {
+    std::generate(target.begin(), target.end(), [this] { return Pick(0, 255); });
+    const PixelRect& place = display.bounds;
+    const Axis across = {from.left, from.right - from.left, to.left, to.right - to.left,
+                         place.x,   display.pixelWidth};
+    const Axis down = {from.top, from.bottom - from.top, to.top, to.bottom - to.top,
+                       place.y,  display.pixelHeight};
+    const Frame frame =
+        qrv::desktop::Capture(display, {0, 0, display.pixelWidth, display.pixelHeight},
+                              qrv::desktop::Strategy::kDisplayImage);
+    const auto expected = ModelCopy(frame, across, down, target, bounds);
+    CopyBits(screen, target.bitMap(), &from, &to, srcCopy, nullptr);
+    ASSERT_EQ(target.Bytes(), expected)
+        << "display " << display.id << " in " << target.pixelBytes();
+  }
+
+  using PixelRect = qrv::desktop::PixelRect;
+  std::mt19937 random_;
+};
+
+TEST_F(CopyFromAScreen, AgreesWithItsDefinitionAtEveryDepth) {
+  for (const char* layout : {"64x48+0+0,61x48-61-20,80x33+0+70", "90x70+0+0@16,64x48+90+0@8"}) {
+    GDHandle device = ShowDesktop(layout);
+    for (const Display& display : *qrv::desktop::LatestDisplays()) {
+      const Rect& screen = BoundsOf(device);
+      for (int round = 0; round < 120; ++round) {
+        const auto depth = static_cast<short>(8 + round % 4 * 8);
+        const bool isWhole = round < 4;
+        const Rect bounds =
+            isWhole ? screen : MakeRect(Pick(-60, 40), Pick(-60, 40), Pick(1, 60), Pick(1, 60));
+        const World target(depth, bounds);
+        const Rect from = isWhole ? screen : PickRect(screen);
+        Rect to = isWhole ? screen : PickRect(bounds);
+        // Not scaled, or larger by any factor.
+        const int larger = round % 8 < 4 ? 0 : Pick(0, 90);
+        to = MakeRect(to.left, to.top, from.right - from.left + larger,
+                      from.bottom - from.top + larger / 2);
+        ExpectCopy(display, BitMapOf(device), from, to, target, bounds);
+      }
+      device = GetNextDevice(device);
+    }
+    EXPECT_EQ(device, nullptr);
+  }
+}
+
+TEST(Devices, ThatHaveGoneAreHarmlessAndThoseThatStayKeepTheirHandles) {
+  GDHandle first = ShowDesktop("10x10+0+0,10x10+10+0");
+  GDHandle second = GetNextDevice(first);
+  EXPECT_EQ(ShowDesktop("20x20+0+0"), first);
+  EXPECT_EQ(BoundsOf(first).right, 20);
+  const Rect part = {0, 10, 5, 15};
+  const World world(8, part);
+  CopyBits(BitMapOf(second), world.bitMap(), &part, &part, srcCopy, nullptr);
+  EXPECT_EQ(world.Bytes(), std::vector<uint8_t>(world.Bytes().size()));
+  EXPECT_EQ(GetPixDepth((*second)->gdPMap), 0);
+}
+
+TEST(Devices, ReachNoFurtherThanTheirCoordinates) {
+  const Rect clipped = {0, 32000, 10, 32767};
+  EXPECT_EQ(BoundsOf(GetNextDevice(ShowDesktop("32000x10+0+0,1000x10+32000+0"))), clipped);
 }
 
 }  // namespace

@@ -1,0 +1,26 @@
+// A rectangle of displays that have more pixels than units, in all their pixels.
+#ifndef CLI_DENSE_RECT_H_
+#define CLI_DENSE_RECT_H_
+
+#include <string>
+#include <vector>
+
+#include "cli/image_file.h"
+#include "cli/parse_values.h"
+#include "runtime/desktop_view.h"
+#include "runtime/host.h"
+
+namespace qrv::cli {
+
+// Whether the rectangle, in units, meets a display with other than one pixel a unit.
+bool MeetsDenseDisplay(const std::vector<runtime::DisplayInfo>& displays, const Rect& rect);
+
+// The rectangle at the density of the densest display that it meets, cut and composed of whole
+// displays; those that are less dense are enlarged to the nearest pixel. What lies on no display is
+// black. Throws Failure, naming `subject`.
+Rows CaptureDenseRect(runtime::Host& host, const std::vector<runtime::DisplayInfo>& displays,
+                      const Rect& rect, const std::string& subject);
+
+}  // namespace qrv::cli
+
+#endif  // CLI_DENSE_RECT_H_

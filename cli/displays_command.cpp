@@ -1,0 +1,51 @@
+#include <cmath>
+#include <cstdio>
+
+#include "cli/arguments.h"
+#include "cli/desktop_choice.h"
+#include "cli/start_host.h"
+
+namespace qrv::cli {
+
+namespace {
+
+using runtime::DisplayInfo;
+
+// Pixels a unit.
+double Density(const DisplayInfo& display) {
+  return std::round(100.0 * display.pixelWidth / display.width) / 100;
+}
+
+void PrintLine(size_t index, const DisplayInfo& display) {
+  printf("%zu  id %u  %dx%d  at %d,%d  %d bits per pixel", index, display.id, display.width,
+         display.height, display.x, display.y, display.bitsPerPixel);
+  if (display.pixelWidth != display.width || display.pixelHeight != display.height) {
+    printf("  %dx%d pixels, %g a unit", display.pixelWidth, display.pixelHeight, Density(display));
+  }
+  puts(display.isMain ? "  main" : "");
+}
+
+void PrintJson(size_t index, const DisplayInfo& display) {
+  printf(
+      "%s\n  {\"index\": %zu, \"id\": %u, \"x\": %d, \"y\": %d, \"width\": %d, \"height\": %d, "
+      "\"pixelWidth\": %d, \"pixelHeight\": %d, \"density\": %g, \"bitsPerPixel\": %d, \"main\": "
+      "%s}",
+      index == 0 ? "" : ",", index, display.id, display.x, display.y, display.width, display.height,
+      display.pixelWidth, display.pixelHeight, Density(display), display.bitsPerPixel,
+      display.isMain ? "true" : "false");
+}
+
+}  // namespace
+
+void ShowDisplays(const Arguments& arguments) {
+  // The plug-in lists nothing, but one that can't be loaded is to be told of in every command.
+  StartHost(arguments);
+  const std::vector<DisplayInfo> displays = RequireDisplays();
+  if (arguments.json) fputs("[", stdout);
+  for (size_t index = 0; index < displays.size(); ++index) {
+    (arguments.json ? PrintJson : PrintLine)(index, displays[index]);
+  }
+  if (arguments.json) puts("\n]");
+}
+
+}  // namespace qrv::cli

@@ -1,0 +1,118 @@
+#include <errno.h>
+#include <string.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <limits>
+#include <memory>
+#include <string>
+
+#include "cli/arguments.h"
+#include "cli/failure.h"
+#include "cli/image_file.h"
+#include "cli/start_host.h"
+
+namespace qrv::cli {
+
+namespace {
+
+constexpr int64_t kMaximumBytes = std::numeric_limits<int32_t>::max();  // of a string
+
+struct FileCloser {
+  void operator()(FILE* file) const {
+    if (file != stdin) fclose(file);
+  }
+};
+
+[[noreturn]] void FailNumber(const std::string& message) { throw Failure(kWrongUsage, message); }
+
+void RequireSide(const char* option, int32_t side) {
+  if (side < 1 || side > runtime::kMaximumPictureSide) {
+    FailNumber(std::string(option) + " " + std::to_string(side) +
+               " is wrong: a picture has 1 to 32767 pixels a side.");
+  }
+}
+
+// The whole rows in that many bytes, in words.
+std::string CountRows(int64_t bytes, int32_t rowBytes) {
+  const int64_t rows = bytes / rowBytes;
+  return std::to_string(rows) + (rows == 1 ? " row of " : " rows of ") + std::to_string(rowBytes) +
+         " bytes";
+}
+
+// The bytes that the three numbers ask for.
+int64_t RequireNumbers(const Arguments& arguments) {
+  RequireSide("--width", arguments.width);
+  RequireSide("--height", arguments.height);
+  if (arguments.rowBytes < arguments.width * 4) {
+    FailNumber("--row-bytes " + std::to_string(arguments.rowBytes) + " is too small: a row of " +
+               std::to_string(arguments.width) + " pixels takes at least " +
+               std::to_string(arguments.width * 4) + " bytes.");
+  }
+  const int64_t needed = int64_t{arguments.rowBytes} * arguments.height;
+  if (needed > kMaximumBytes) {
+    FailNumber("--height " + std::to_string(arguments.height) + " is too large: a string holds " +
+               CountRows(kMaximumBytes, arguments.rowBytes) + " at most.");
+  }
+  return needed;
+}
+
+[[noreturn]] void FailUnreadable(const std::string& name) {
+  throw Failure(kCouldNotReadOrWrite,
+                name + " could not be read: " + strerror(errno) +
+                    ". Name a file with raw pixels, as `qrvshot raw` writes it.");
+}
+
+// The first `wanted` bytes of the file, or all that it has.
+std::string ReadBytes(const std::string& path, const std::string& name, size_t wanted) {
+  const std::unique_ptr<FILE, FileCloser> file(path == "-" ? stdin : fopen(path.c_str(), "rb"));
+  if (!file) FailUnreadable(name);
+  std::string bytes;
+  while (bytes.size() < wanted) {
+    char block[1 << 16];
+    const size_t count = fread(block, 1, std::min(sizeof block, wanted - bytes.size()), file.get());
+    if (ferror(file.get()) != 0) FailUnreadable(name);
+    if (count == 0) break;
+    bytes.append(block, count);
+  }
+  return bytes;
+}
+
+[[noreturn]] void FailTooShort(const std::string& name, int64_t length,
+                               const Arguments& arguments) {
+  if (length == 0) {
+    throw Failure(kCouldNotReadOrWrite,
+                  name + " is empty. Name a file with raw pixels, as `qrvshot raw` writes it.");
+  }
+  const std::string start = name + " holds only " + std::to_string(length) + " bytes: ";
+  if (length < arguments.rowBytes) {
+    FailNumber(start + "--row-bytes " + std::to_string(arguments.rowBytes) +
+               " is too large, not even one row fits.");
+  }
+  FailNumber(start + "--height " + std::to_string(arguments.height) + " is too large, " +
+             CountRows(length, arguments.rowBytes) + " would fit.");
+}
+
+}  // namespace
+
+void ConvertRaw(const Arguments& arguments) {
+  const int64_t needed = RequireNumbers(arguments);
+  const std::string name = arguments.input == "-" ? "standard input" : arguments.input;
+  const std::string bytes = ReadBytes(arguments.input, name, static_cast<size_t>(needed));
+  const auto length = static_cast<int64_t>(bytes.size());
+  if (length < needed) FailTooShort(name, length, arguments);
+  const auto host = StartHost(arguments);
+  const Owned data(*host, host->NewString(bytes));
+  const Owned picture = CallMethod(*host, runtime::methods::kScreenshotFromString, arguments.width,
+                                   arguments.height, arguments.rowBytes, data.Get());
+  if (picture.Get() == nullptr) {
+    throw Failure(kNothingCaptured, "The raw pixels of " + name +
+                                        " yielded no picture. There may be too little memory; "
+                                        "try fewer rows.");
+  }
+  const Rows rows = RowsOf(picture.Get());
+  WriteImage(rows, arguments.output, arguments.format, arguments.compression);
+  ReportImage(arguments.output, rows, name);
+}
+
+}  // namespace qrv::cli

@@ -1,0 +1,73 @@
+#include <cstdio>
+#include <string>
+
+#include "cli/arguments.h"
+#include "cli/desktop_choice.h"
+#include "cli/failure.h"
+#include "cli/output_file.h"
+#include "cli/start_host.h"
+#include "runtime/desktop_view.h"
+
+namespace qrv::cli {
+
+namespace {
+
+using runtime::Host;
+namespace methods = runtime::methods;
+
+constexpr size_t kBlockSize = 1 << 20;  // bytes between two looks at the progress
+
+struct Geometry {
+  int32_t width = 0;
+  int32_t height = 0;
+  int32_t rowBytes = 0;
+};
+
+Owned<REALstringStruct> TakePixels(Host& host, std::optional<int32_t> display, Geometry& geometry) {
+  auto& [width, height, rowBytes] = geometry;
+  if (display) {
+    return CallMethod(host, methods::kScreenshotStringDisplay, width, height, rowBytes, *display);
+  }
+  return CallMethod(host, methods::kScreenshotString, width, height, rowBytes);
+}
+
+std::string WhyNoPixels() {
+  const std::string problem = runtime::DesktopProblem();
+  if (!problem.empty()) return "The reason: " + problem + ". Try again.";
+  if (IsSystemVersionChosen()) {
+    return "They are read by OpenGL, which needs a system of version 10.5 or later; try "
+           "--system-version 10.6.";
+  }
+  return "There may be too little memory; try `qrvshot capture`.";
+}
+
+void WriteBytes(std::string_view bytes, const std::string& path) {
+  OutputFile file(path);
+  for (size_t start = 0; start < bytes.size(); start += kBlockSize) {
+    const std::string_view block = bytes.substr(start, kBlockSize);
+    file.Write(block.data(), block.size());
+    file.ShowProgress(static_cast<int64_t>(start), static_cast<int64_t>(bytes.size()));
+  }
+  file.Commit();
+}
+
+}  // namespace
+
+void WriteRaw(const Arguments& arguments) {
+  const auto host = StartHost(arguments);
+  RequireDisplay(RequireDisplays(), arguments.display);
+  Geometry geometry;
+  const Owned pixels = TakePixels(*host, arguments.display, geometry);
+  if (pixels.Get() == nullptr) {
+    throw Failure(kNothingCaptured, "The raw pixels of display " +
+                                        std::to_string(arguments.display.value_or(0)) + " of " +
+                                        DesktopName() + " could not be had. " + WhyNoPixels());
+  }
+  RequirePixels("the raw pixels of " + DesktopName());
+  WriteBytes(Host::Bytes(pixels.Get()), arguments.output);
+  fprintf(ReportStream(arguments.output),
+          arguments.json ? "{\"width\": %d, \"height\": %d, \"rowBytes\": %d}\n" : "%d %d %d\n",
+          geometry.width, geometry.height, geometry.rowBytes);
+}
+
+}  // namespace qrv::cli

@@ -1,0 +1,98 @@
+// The displays of the desktop. CGMainDisplayID and CGGetActiveDisplayList ask the desktop anew;
+// everything else answers from the list that they got last.
+#include "platform/coregraphics/display_list.h"
+
+#include <ApplicationServices/CoreGraphics.h>
+
+#include <algorithm>
+#include <bit>
+#include <memory>
+#include <vector>
+
+#include <QRV/Desktop.h>
+#include "platform/corefoundation/object.h"
+#include "platform/desktop/system_version.h"
+#include "platform/guarded.h"
+
+using qrv::desktop::Display;
+
+namespace {
+
+constexpr size_t kMaskBits = 32;
+
+struct DictionaryRelease {
+  void operator()(__CFDictionary* dictionary) const { dictionary->Release(); }
+};
+using Dictionary = std::unique_ptr<__CFDictionary, DictionaryRelease>;
+
+// The first system whose display modes state their samples, and that reads displays back.
+constexpr qrv::desktop::Version kModesStateSamples = {10, 5};
+
+// Whether programs that see this mode read the display back.
+bool IsReadBack(const Display& display) {
+  return display.bitsPerSample >= 8 && display.samplesPerPixel >= 3;
+}
+
+Dictionary MakeMode(const Display& display) {
+  Dictionary mode(new __CFDictionary);
+  if (!qrv::desktop::SystemIsAtLeast(kModesStateSamples)) return mode;
+  mode->Add("BitsPerSample", display.bitsPerSample);
+  mode->Add("SamplesPerPixel", display.samplesPerPixel);
+  // Whoever asks for the modes of several displays reads them into a picture next, and nothing can
+  // fail by then. So a display whose pixels can't be had has no mode.
+  if (IsReadBack(display) && !qrv::desktop::HoldPixels(display)) return nullptr;
+  return mode;
+}
+
+}  // namespace
+
+CGDirectDisplayID CGMainDisplayID() {
+  const std::vector<Display>* displays = qrv::desktop::RefreshDisplays();
+  if (displays == nullptr || displays->empty()) return kCGNullDirectDisplay;
+  return displays->front().id;
+}
+
+CGError CGGetActiveDisplayList(uint32_t maxDisplays, CGDirectDisplayID* displays,
+                               CGDisplayCount* displayCount) {
+  if (displays == nullptr || displayCount == nullptr) return kCGErrorIllegalArgument;
+  *displayCount = 0;
+  const std::vector<Display>* active = qrv::desktop::RefreshDisplays();
+  if (active == nullptr) return kCGErrorFailure;
+  const size_t count = std::min<size_t>(maxDisplays, active->size());
+  for (size_t i = 0; i < count; ++i) displays[i] = (*active)[i].id;
+  *displayCount = static_cast<CGDisplayCount>(count);
+  return kCGErrorSuccess;
+}
+
+CGRect CGDisplayBounds(CGDirectDisplayID display) {
+  const auto found = qrv::desktop::FindDisplay(display);
+  if (!found) return {};
+  const qrv::desktop::PixelRect& bounds = found->bounds;
+  return {{static_cast<CGFloat>(bounds.x), static_cast<CGFloat>(bounds.y)},
+          {static_cast<CGFloat>(bounds.width), static_cast<CGFloat>(bounds.height)}};
+}
+
+CFDictionaryRef CGDisplayCurrentMode(CGDirectDisplayID display) {
+  static Dictionary currentMode;  // of the latest call
+  currentMode.reset();
+  return qrv::Guarded<CFDictionaryRef>(nullptr, [=] {
+    if (const auto found = qrv::desktop::FindDisplay(display)) currentMode = MakeMode(*found);
+    return currentMode.get();
+  });
+}
+
+CGOpenGLDisplayMask CGDisplayIDToOpenGLDisplayMask(CGDirectDisplayID display) {
+  const std::vector<Display>* displays = qrv::desktop::LatestDisplays();
+  if (displays == nullptr) return 0;
+  const auto place = std::find_if(displays->begin(), displays->end(),
+                                  [=](const Display& each) { return each.id == display; });
+  const auto bit = static_cast<size_t>(place - displays->begin());
+  return bit < std::min(kMaskBits, displays->size()) ? CGOpenGLDisplayMask{1} << bit : 0;
+}
+
+std::optional<Display> qrv::coregraphics::DisplayOfMask(CGOpenGLDisplayMask mask) noexcept {
+  const std::vector<Display>* displays = qrv::desktop::LatestDisplays();
+  const auto bit = static_cast<size_t>(std::countr_zero(mask));
+  if (displays == nullptr || bit >= displays->size()) return std::nullopt;
+  return (*displays)[bit];
+}

@@ -1,0 +1,106 @@
+// Drawing into bitmap contexts. User space grows upward from the bottom-left corner; everything
+// here is turned into pixels from the top-left corner first. A pixel belongs to a rectangle when
+// its centre does.
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <optional>
+
+#include <QRV/Desktop.h>
+#include "platform/coregraphics/bitmap.h"
+#include "platform/coregraphics/rectangles.h"
+
+namespace {
+
+using qrv::coregraphics::Edges;
+using qrv::coregraphics::EdgesOf;
+
+// Pixels of a context, counted from its top-left corner; right and bottom exclusive.
+struct PixelBox {
+  size_t width() const { return right - left; }
+  size_t height() const { return bottom - top; }
+  bool empty() const { return left >= right || top >= bottom; }
+
+  size_t left;
+  size_t top;
+  size_t right;
+  size_t bottom;
+};
+
+// The rectangle of user space in pixels from the context's top-left corner.
+std::optional<Edges> AreaInPixels(const CGContext& context, CGRect rect) {
+  const std::optional<Edges> edges = EdgesOf(rect);
+  if (!edges) return std::nullopt;
+  const auto height = static_cast<double>(context.height);
+  return Edges{edges->left, height - edges->bottom, edges->right, height - edges->top};
+}
+
+// The first pixel of an axis of `length` pixels whose centre lies at or beyond `edge`.
+size_t FirstPixelFrom(double edge, size_t length) {
+  return static_cast<size_t>(std::clamp(std::ceil(edge - 0.5), 0.0, static_cast<double>(length)));
+}
+
+PixelBox CoveredPixels(const CGContext& context, const Edges& area) {
+  return {FirstPixelFrom(area.left, context.width), FirstPixelFrom(area.top, context.height),
+          FirstPixelFrom(area.right, context.width), FirstPixelFrom(area.bottom, context.height)};
+}
+
+uint8_t* FirstPixel(const CGContext& context, const PixelBox& box) {
+  return context.Row(box.top) + box.left * 4;
+}
+
+bool IsPixelForPixel(const CGImage& image, const Edges& area) {
+  return area.right - area.left == static_cast<double>(image.width) &&
+         area.bottom - area.top == static_cast<double>(image.height) &&
+         area.left == std::floor(area.left) && area.top == std::floor(area.top);
+}
+
+// `area` is where all of the image would go.
+void CopyPixels(const CGImage& image, const Edges& area, const PixelBox& box,
+                const CGContext& context) {
+  const auto imageX = static_cast<size_t>(static_cast<double>(box.left) - area.left);
+  const auto imageY = static_cast<size_t>(static_cast<double>(box.top) - area.top);
+  const uint8_t* source = image.pixels + imageY * image.bytesPerRow + imageX * 4;
+  uint8_t* target = FirstPixel(context, box);
+  const qrv::pixels::RowKernel kernel = qrv::pixels::ReorderingKernel(
+      image.layout.order, context.layout.order, image.layout.hasAlpha);
+
+  size_t count = box.width();
+  size_t rows = box.height();
+  const bool rowsTouch = image.bytesPerRow == count * 4 && context.bytesPerRow == count * 4;
+  if (rowsTouch) {
+    count *= rows;
+    rows = 1;
+  }
+  for (size_t row = 0; row < rows; ++row) {
+    kernel(source + row * image.bytesPerRow, target + row * context.bytesPerRow, count);
+  }
+}
+
+}  // namespace
+
+void CGContextDrawImage(CGContextRef context, CGRect rect, CGImageRef image) {
+  if (!qrv::coregraphics::IsContext(context) || image == nullptr) return;
+  const std::optional<Edges> area = AreaInPixels(*context, rect);
+  if (!area) return;
+  const PixelBox box = CoveredPixels(*context, *area);
+  if (box.empty()) return;
+  if (context->pixels == nullptr || !IsPixelForPixel(*image, *area)) {
+    qrv::desktop::LosePixels("an image was to be drawn other than pixel for pixel");
+    return;
+  }
+  context->isBlank = false;
+  CopyPixels(*image, *area, box, *context);
+}
+
+void CGContextClearRect(CGContextRef context, CGRect rect) {
+  if (!qrv::coregraphics::IsContext(context) || context->pixels == nullptr || context->isBlank)
+    return;
+  const std::optional<Edges> area = AreaInPixels(*context, rect);
+  if (!area) return;
+  const PixelBox box = CoveredPixels(*context, *area);
+  if (box.empty()) return;
+  for (size_t row = 0; row < box.height(); ++row) {
+    memset(FirstPixel(*context, box) + row * context->bytesPerRow, 0, box.width() * 4);
+  }
+}

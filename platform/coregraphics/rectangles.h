@@ -1,0 +1,26 @@
+// Rectangles by their edges, in doubles, which hold every sum of two floats' edges closely enough.
+#ifndef PLATFORM_COREGRAPHICS_RECTANGLES_H_
+#define PLATFORM_COREGRAPHICS_RECTANGLES_H_
+
+#include <ApplicationServices/CoreGraphics.h>
+
+#include <optional>
+
+namespace qrv::coregraphics {
+
+// A rectangle by its edges, left <= right and top <= bottom. "Top" is the edge with the smaller y,
+// whichever way y grows.
+struct Edges {
+  double left;
+  double top;
+  double right;
+  double bottom;
+};
+
+// The rectangle's edges, with negative sizes turned round; nothing when a number in it is not
+// finite (so nothing for the null rectangle).
+std::optional<Edges> EdgesOf(CGRect rect);
+
+}  // namespace qrv::coregraphics
+
+#endif  // PLATFORM_COREGRAPHICS_RECTANGLES_H_

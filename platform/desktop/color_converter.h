@@ -1,0 +1,46 @@
+// Reduction of a screen's pixels to 8 bits a channel.
+#ifndef PLATFORM_DESKTOP_COLOR_CONVERTER_H_
+#define PLATFORM_DESKTOP_COLOR_CONVERTER_H_
+
+#include <array>
+#include <cstdint>
+#include <vector>
+
+#include "platform/desktop/pixel_format.h"
+
+namespace qrv::desktop {
+
+class ColorConverter {
+ public:
+  explicit ColorConverter(const PixelFormat& format);
+
+  // The pixels whose colours SetColor needs, in order: as many as the longest channel has samples,
+  // each with the same sample in all channels that have it. Empty unless the format is mapped.
+  const std::vector<uint32_t>& MapPixels() const { return mapPixels_; }
+
+  // The colour map's colour for one of the MapPixels, 16 bits a channel.
+  void SetColor(size_t mapPixel, uint16_t red, uint16_t green, uint16_t blue);
+
+  // A row of the screen's pixels to 00RRGGBB values: in memory, blue, green, red, 0.
+  void ConvertRow(const uint8_t* from, uint32_t* to, int32_t width) const {
+    convertRow_(*this, from, to, width);
+  }
+
+ private:
+  using RowFunction = void (*)(const ColorConverter&, const uint8_t*, uint32_t*, int32_t);
+
+  template <size_t kBytes, bool kBigEndian>
+  static void ConvertRowOf(const ColorConverter& converter, const uint8_t* from, uint32_t* to,
+                           int32_t width);
+  static RowFunction ChooseRowFunction(const PixelFormat& format);
+
+  std::array<Channel, 3> channels_;
+  // For each channel, what each of its samples contributes to a 00RRGGBB value.
+  std::array<std::vector<uint32_t>, 3> levels_;
+  std::vector<uint32_t> mapPixels_;
+  RowFunction convertRow_;
+};
+
+}  // namespace qrv::desktop
+
+#endif  // PLATFORM_DESKTOP_COLOR_CONVERTER_H_

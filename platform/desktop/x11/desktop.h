@@ -1,0 +1,19 @@
+// The desktop of an X server. The jobs, each in files of its own: reach finds the server,
+// connection talks to it, screen makes displays of its monitors, pixels fetches them, through the
+// shared memory of segments where it can.
+#ifndef PLATFORM_DESKTOP_X11_DESKTOP_H_
+#define PLATFORM_DESKTOP_X11_DESKTOP_H_
+
+#include <memory>
+#include <string>
+
+#include "platform/desktop/desktop.h"
+
+namespace qrv::desktop {
+
+// The desktop of the server with that display name (":0", "host:10.0"). Connects on first use.
+std::unique_ptr<Desktop> OpenX11Desktop(const std::string& displayName);
+
+}  // namespace qrv::desktop
+
+#endif  // PLATFORM_DESKTOP_X11_DESKTOP_H_

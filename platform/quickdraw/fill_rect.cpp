@@ -1,0 +1,56 @@
+// Rectangles: what they have in common, and filling them.
+#include <algorithm>
+#include <cstring>
+#include <iterator>
+
+#include <QRV/Desktop.h>
+#include "platform/quickdraw/quickdraw.h"
+#include "platform/quickdraw/world.h"
+
+namespace {
+
+constexpr UInt8 kBlack = 0xFF;  // a row of the pattern
+
+bool IsBlack(const Pattern& pattern) {
+  return std::all_of(std::begin(pattern.pat), std::end(pattern.pat),
+                     [](UInt8 row) { return row == kBlack; });
+}
+
+}  // namespace
+
+Boolean SectRect(const Rect* first, const Rect* second, Rect* common) {
+  if (first == nullptr || second == nullptr || common == nullptr) return false;
+  const Rect part = {std::max(first->top, second->top), std::max(first->left, second->left),
+                     std::min(first->bottom, second->bottom),
+                     std::min(first->right, second->right)};
+  const bool meet = part.top < part.bottom && part.left < part.right;
+  *common = meet ? part : Rect{};
+  return meet;
+}
+
+Pattern* GetQDGlobalsBlack(Pattern* black) {
+  if (black != nullptr) std::fill(std::begin(black->pat), std::end(black->pat), kBlack);
+  return black;
+}
+
+void ForeColor(long) {}
+
+void BackColor(long) {}
+
+// Black is 0 at every depth.
+void FillRect(const Rect* rect, const Pattern* pattern) {
+  const OpaqueGrafPtr& world = *qrv::quickdraw::CurrentPort();
+  const Rect& bounds = world.map.record().bounds;
+  Rect visible;
+  if (pattern == nullptr || !world.hasPixels() || !SectRect(rect, &bounds, &visible)) return;
+  if (!IsBlack(*pattern)) {
+    qrv::desktop::LosePixels("a pattern other than black was to be drawn");
+    return;
+  }
+  const auto width = static_cast<size_t>(visible.right - visible.left);
+  const auto left = static_cast<size_t>(visible.left - bounds.left);
+  for (int y = visible.top; y < visible.bottom; ++y) {
+    memset(world.At(left, static_cast<size_t>(y - bounds.top)), 0,
+           width * world.layout->bytesPerPixel);
+  }
+}

@@ -1,0 +1,43 @@
+// The graphics worlds that exist, and the current port.
+#ifndef PLATFORM_QUICKDRAW_WORLD_H_
+#define PLATFORM_QUICKDRAW_WORLD_H_
+
+#include <ApplicationServices/QuickDraw.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+
+#include "platform/pixels/rows.h"
+#include "platform/quickdraw/pixel_map.h"
+
+struct FreeMemory {
+  void operator()(void* memory) const { free(memory); }
+};
+
+// A world, or the default port, which has none of this.
+struct OpaqueGrafPtr {
+  bool hasPixels() const { return pixels != nullptr; }
+
+  // The address of a pixel, counted from the top-left one.
+  uint8_t* At(size_t column, size_t row) const {
+    return pixels.get() + row * rowBytes + column * layout->bytesPerPixel;
+  }
+
+  std::unique_ptr<uint8_t, FreeMemory> pixels;  // rows from top to bottom
+  size_t rowBytes = 0;
+  const qrv::pixels::WorldLayout* layout = nullptr;
+  qrv::quickdraw::OwnedMap map;
+};
+
+namespace qrv::quickdraw {
+
+// The world whose map has that identity, or null.
+GWorldPtr FindWorld(const void* mapIdentity);
+
+// Never null.
+GrafPtr CurrentPort();
+
+}  // namespace qrv::quickdraw
+
+#endif  // PLATFORM_QUICKDRAW_WORLD_H_

@@ -1,0 +1,38 @@
+// Copies from QuickDraw's screen devices into offscreen worlds.
+#ifndef PLUGIN_CAPTURE_SCREEN_DEVICES_H_
+#define PLUGIN_CAPTURE_SCREEN_DEVICES_H_
+
+#include "plugin/host/host_types.h"
+#include "plugin/quickdraw/quickdraw.h"
+
+namespace capture {
+
+// A rectangle of the desktop and the size of the picture that it is to become.
+struct DeviceRequest {
+  int32_t left;
+  int32_t top;
+  int32_t width;
+  int32_t height;
+  int32_t destinationWidth;
+  int32_t destinationHeight;
+};
+
+// Where a device's share of the request (global coordinates) goes in the picture.
+using PlaceShare = Rect (*)(const DeviceRequest& request, const Rect& share);
+
+// A picture of one whole device, or nil. `bounds` are the world's: the device's own, or the same
+// size at another origin.
+REALpictureStruct* PictureOfDevice(const PixMap& device, const Rect& bounds);
+
+// A picture of the request, composed of every device's share; black where there is no device.
+REALpictureStruct* PictureOfDevices(const DeviceRequest& request, PlaceShare place);
+
+// The device's pixels, or null.
+const PixMap* DevicePixels(GDHandle device);
+
+// QuickDraw's rectangle of those edges; each keeps its low 16 bits.
+Rect MakeRect(int32_t top, int32_t left, int32_t bottom, int32_t right);
+
+}  // namespace capture
+
+#endif  // PLUGIN_CAPTURE_SCREEN_DEVICES_H_

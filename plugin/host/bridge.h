@@ -1,0 +1,80 @@
+// The bridge to the host: one wrapper per host entry point. The plug-in links against nothing of
+// the host; each wrapper looks its entry point up by name at first use.
+//
+// A host may lack any entry point. Its wrapper then does nothing and yields nil, 0 or false, and
+// the caller treats that like the host's own failure.
+//
+// References: what a creating call returns (REALNewPicture, REALnewInstance,
+// originalREALBuildString, REALConvertString, REALGetPictureMask, REALGetPictureGraphics) carries
+// one host reference, which the receiver gives back with the matching unlock call or passes on.
+// A lock call takes one more. It is false only when none was taken though the host would take one
+// back: then nothing may be unlocked for it. A host that has neither call goes without both.
+#ifndef PLUGIN_HOST_BRIDGE_H_
+#define PLUGIN_HOST_BRIDGE_H_
+
+#include "plugin/host/host_types.h"
+
+// The host's resolver; null until the host has started the plug-in.
+extern REALresolver gResolver;
+
+// The host's version number, for example 2012.0; 0.0 while the host has reported none. The only
+// switch between variants of the host's interface.
+extern double rbversion;
+
+void REALRegisterMethod(REALmethodDefinition* method);
+
+// --- Strings ---
+
+// A new string holding a copy of the bytes, or nil.
+REALstringStruct* originalREALBuildString(const char* bytes, int length);
+void REALSetStringEncoding(REALstringStruct* string, unsigned long encoding);
+unsigned long REALGetStringEncoding(REALstringStruct* string);
+// A new string of the same text in another encoding, or nil.
+REALstringStruct* REALConvertString(REALstringStruct* string, unsigned long encoding);
+bool REALLockString(REALstringStruct* string);
+void REALUnlockString(REALstringStruct* string);
+
+// Describes the string's bytes in the requested encoding; kRawBytesEncoding asks for them as they
+// are stored. On true the record belongs to the caller, who gives it back once with
+// REALDisposeStringData. That leaves it to a host that has filled it and disposes of such records,
+// and frees the bytes otherwise. On false there is nothing to give back: the host refused, the
+// string is nil, its bytes can't be told or converted, or there is no memory.
+bool REALGetStringData(REALstringStruct* string, unsigned long encoding, REALstringData* out);
+void REALDisposeStringData(REALstringData* data);
+
+// The address of a global function of the host's language, by its declaration, or null.
+void* REALLoadFrameworkMethod(const char* declaration);
+
+// --- Objects ---
+
+bool REALLockObject(REALobjectStruct* object);
+void REALUnlockObject(REALobjectStruct* object);
+bool REALLockObject(REALpictureStruct* picture);
+void REALUnlockObject(REALpictureStruct* picture);
+// The class of that name, or nil when the application has none.
+void* REALGetClassRef(const char* className);
+REALobjectStruct* REALnewInstance(const char* className);
+// The address of the object's method, by its declaration; called with the object first.
+void* REALLoadObjectMethod(REALobjectStruct* object, const char* declaration);
+// True when the property was read; `out` is untouched otherwise.
+bool REALGetPropValueUInt8(REALobjectStruct* object, const char* propertyName, unsigned char* out);
+
+// --- Pictures ---
+
+// A new picture of that size in pixels, or nil.
+REALpictureStruct* REALNewPicture(long width, long height, long depth);
+// Locks the picture's pixels in the form that `pixelType` names and describes them.
+bool REALLockPictureDescription(REALpictureStruct* picture, REALpictureDescription* out,
+                                long pixelType);
+void REALUnlockPictureDescription(REALpictureStruct* picture);
+// Tells the host that the picture's pixels have changed.
+void REALPictureClearCache(REALpictureStruct* picture);
+REALpictureStruct* REALGetPictureMask(REALpictureStruct* picture, unsigned char flag);
+REALobjectStruct* REALGetPictureGraphics(REALpictureStruct* picture);
+
+// A picture is an object.
+inline REALobjectStruct* AsObject(REALpictureStruct* picture) {
+  return reinterpret_cast<REALobjectStruct*>(picture);
+}
+
+#endif  // PLUGIN_HOST_BRIDGE_H_

@@ -1,0 +1,76 @@
+// A string's bytes, from whichever generation of string services the host offers.
+
+#include <stdlib.h>
+#include <string.h>
+
+#include "plugin/host/binding.h"
+#include "plugin/host/bridge.h"
+
+namespace {
+
+bool (*pGetStringData)(REALstringStruct*, unsigned long, REALstringData*);
+
+// The services of older hosts.
+struct StringServices {
+  const char* (*bytes)(REALstringStruct*);
+  int (*length)(REALstringStruct*);  // in bytes
+};
+
+// False when the host lacks either service.
+bool BindStringServices(StringServices& services) {
+  static const char* (*pCString)(REALstringStruct*);
+  static int (*pLenB)(REALstringStruct*);
+  host::Bind(pCString, "StringGetCString");
+  if (pLenB == nullptr) {
+    pLenB = reinterpret_cast<int (*)(REALstringStruct*)>(
+        REALLoadFrameworkMethod("LenB( s as string ) as integer"));
+  }
+  services = {pCString, pLenB};
+  return pCString != nullptr && pLenB != nullptr;
+}
+
+// Fills the record with a copy of the string's bytes and four zero bytes after them.
+bool CopyBytes(const StringServices& services, REALstringStruct* string, unsigned long encoding,
+               REALstringData* out) {
+  constexpr char kTerminator[4] = {};
+  const int length = services.length(string);
+  const char* bytes = services.bytes(string);
+  if (length < 0 || (length > 0 && bytes == nullptr)) return false;
+  const size_t size = static_cast<size_t>(length);
+  char* copy = static_cast<char*>(malloc(size + sizeof(kTerminator)));
+  if (copy == nullptr) return false;
+  if (size > 0) memcpy(copy, bytes, size);
+  memcpy(copy + size, kTerminator, sizeof(kTerminator));
+  *out = {copy, static_cast<uint32_t>(length), static_cast<uint32_t>(encoding)};
+  return true;
+}
+
+}  // namespace
+
+bool REALGetStringData(REALstringStruct* string, unsigned long encoding, REALstringData* out) {
+  if (host::Bind(pGetStringData, "PluginGetStringData") != nullptr) {
+    return pGetStringData(string, encoding, out);
+  }
+  StringServices services;
+  if (!BindStringServices(services) || string == nullptr) return false;
+  if (encoding == kRawBytesEncoding || REALGetStringEncoding(string) == encoding) {
+    return CopyBytes(services, string, encoding, out);
+  }
+  REALstringStruct* converted = REALConvertString(string, encoding);
+  if (converted == nullptr) return false;
+  const bool copied = CopyBytes(services, converted, encoding, out);
+  REALUnlockString(converted);
+  return copied;
+}
+
+void REALDisposeStringData(REALstringData* data) {
+  static void (*pDisposeStringData)(REALstringData*);
+  host::Bind(pDisposeStringData, "PluginDisposeStringData");
+  // A host may dispose of string data without ever having made any: what the plug-in has allocated
+  // itself never goes there.
+  if (pDisposeStringData != nullptr && pGetStringData != nullptr) {
+    pDisposeStringData(data);
+  } else {
+    free(data->data);
+  }
+}

@@ -1,0 +1,62 @@
+#include "plugin/picture/pixel_pass.h"
+
+namespace picture {
+namespace {
+
+int32_t Least(int32_t a, int32_t b) { return a < b ? a : b; }
+
+// True when each of the picture's first rows, `width` pixels of it, begins where the one above
+// ends.
+bool RowsTouch(const PictureWriter& writer, int32_t width, int32_t rows) {
+  if (writer.width != width) return false;
+  const ptrdiff_t bytes = static_cast<ptrdiff_t>(width) * 4;
+  for (int32_t y = 1; y < rows; ++y) {
+    if (writer.RowStart(y) - writer.RowStart(y - 1) != bytes) return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+void WriteRows(PictureWriter& writer, const SourceRows& source, int32_t x, int32_t y) {
+  const RowKernel kernel = ChooseRowKernel(source.layout, writer.pixelFormat);
+  const int32_t width = Least(source.width, writer.width - x);
+  const int32_t height = Least(source.height, writer.height - y);
+  if (kernel == nullptr || width < 1 || height < 1) return;
+
+  const auto pixels = static_cast<size_t>(width);
+  const auto sourceRow = static_cast<ptrdiff_t>(pixels * BytesPerPixel(source.layout));
+  writer.MoveToRow(y);
+  if (source.step == sourceRow && y == 0 && RowsTouch(writer, width, height)) {
+    kernel(source.top, writer.cursor, pixels * static_cast<size_t>(height));
+    return;
+  }
+  const uint8_t* row = source.top;
+  for (int32_t r = 0; r < height; ++r, row += source.step) {
+    writer.cursor += static_cast<ptrdiff_t>(x) * writer.bytesPerPixel;
+    kernel(row, writer.cursor, pixels);
+    writer.NextRow();
+  }
+}
+
+void WriteRowsWithMask(PictureWriter& colour, PictureWriter& mask, const SourceRows& source) {
+  const MaskRowKernel kernel = ChooseMaskRowKernel(colour.pixelFormat);
+  const int32_t width = Least(source.width, Least(colour.width, mask.width));
+  const int32_t height = Least(source.height, Least(colour.height, mask.height));
+  if (kernel == nullptr || width < 1 || height < 1) return;
+
+  const auto pixels = static_cast<size_t>(width);
+  if (source.step == static_cast<ptrdiff_t>(pixels * 4) && RowsTouch(colour, width, height) &&
+      RowsTouch(mask, width, height)) {
+    kernel(source.top, colour.cursor, mask.cursor, pixels * static_cast<size_t>(height));
+    return;
+  }
+  const uint8_t* row = source.top;
+  for (int32_t r = 0; r < height; ++r, row += source.step) {
+    kernel(row, colour.cursor, mask.cursor, pixels);
+    colour.NextRow();
+    mask.NextRow();
+  }
+}
+
+}  // namespace picture

@@ -1,0 +1,29 @@
+// QRV_TARGET_CLONES before a function has it compiled for several generations of vector
+// instructions; the best one for the processor is chosen when the program is loaded. Empty where
+// the object format or the compiler has no such thing; the function is then compiled for the
+// baseline alone, as it is where QRV_BASELINE_ONLY is defined. So it is with AddressSanitizer, too:
+// that instruments the function that chooses, which runs before its memory is there.
+//
+// The platform has the same header, because neither side includes the other's.
+#ifndef PLUGIN_PICTURE_TARGET_CLONES_H_
+#define PLUGIN_PICTURE_TARGET_CLONES_H_
+
+#if defined(__SANITIZE_ADDRESS__)
+#define QRV_ADDRESS_SANITIZER
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define QRV_ADDRESS_SANITIZER
+#endif
+#endif
+
+#if defined(__ELF__) && defined(__has_attribute) && !defined(QRV_BASELINE_ONLY)
+#if __has_attribute(target_clones) && !defined(QRV_ADDRESS_SANITIZER)
+#define QRV_TARGET_CLONES __attribute__((target_clones("avx2", "ssse3", "default")))
+#endif
+#endif
+
+#if !defined(QRV_TARGET_CLONES)
+#define QRV_TARGET_CLONES
+#endif
+
+#endif  // PLUGIN_PICTURE_TARGET_CLONES_H_

@@ -1,0 +1,56 @@
+// What the running host knows: shared by the entry points, which are plain functions and so find
+// it through CurrentHost().
+#ifndef RUNTIME_HOST_STATE_H_
+#define RUNTIME_HOST_STATE_H_
+
+#include <new>
+#include <unordered_set>
+#include <vector>
+
+#include "runtime/host.h"
+
+namespace qrv::runtime {
+
+struct HostState {
+  HostOptions options;
+  Ledger ledger;
+  int interfaceVersion = 0;
+  std::vector<RegisteredMethod> methods;
+  // Everything alive, so that a pointer from the plug-in can be told from a stale one.
+  std::unordered_set<REALobjectStruct*> objects;
+  std::unordered_set<REALstringStruct*> strings;
+  std::unordered_set<char*> stringData;
+};
+
+// The host of this process, or null while there is none.
+HostState* CurrentHost();
+
+// The host when the string or object is a living one of its own; else null, and the call is held
+// against the plug-in.
+template <typename Record>
+HostState* HostOf(Record* record) {
+  HostState* host = CurrentHost();
+  if (host == nullptr || IsAlive(*host, record)) return host;
+  ++host->ledger.violations;
+  return nullptr;
+}
+
+// A host that states no version counts as older than all.
+inline bool IsOlderThan(const HostState& host, double version) {
+  return !(host.options.version.value_or(0.0) >= version);
+}
+
+// What `call` yields, or nil, false or nothing when there is no memory: no exception may reach the
+// plug-in.
+template <typename Call>
+auto Guarded(Call call) noexcept {
+  try {
+    return call();
+  } catch (const std::bad_alloc&) {
+    return decltype(call())();
+  }
+}
+
+}  // namespace qrv::runtime
+
+#endif  // RUNTIME_HOST_STATE_H_

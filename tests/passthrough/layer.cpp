@@ -1,0 +1,295 @@
+#include "tests/passthrough/layer.h"
+
+#include <fcntl.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <map>
+
+#include "platform/quickdraw/world.h"
+#include "runtime/pictures.h"
+#include "tests/passthrough/seams.h"
+
+namespace qrv {
+namespace seam {
+
+using namespace passthrough;
+
+#define SEAM(name, signature, ...) \
+  passthrough::Seam<signature> name{#name __VA_OPT__(, ) __VA_ARGS__};
+#include "tests/passthrough/table.inc"
+#undef SEAM
+
+}  // namespace seam
+
+namespace passthrough {
+namespace {
+
+std::map<std::string, SeamBase*>& Seams() {
+  static std::map<std::string, SeamBase*> seams;
+  return seams;
+}
+
+// The plug-in's call of a function.
+template <auto* seam, typename Function = typename std::remove_pointer_t<decltype(seam)>::Function>
+struct Gate;
+
+template <auto* seam, typename Result, typename... Parameters>
+struct Gate<seam, Result (*)(Parameters...)> {
+  static Result Call(Parameters... parameters) { return seam->Pass(parameters...); }
+};
+
+// Which kinds are given back in the reverse order of their creation: all of them together; URLs
+// are too, among themselves.
+bool AreOrdered(Kind one, Kind other) {
+  return (one >= kMemory && other >= kMemory) || (one == kUrl && other == kUrl);
+}
+
+void* LookUp(const std::string& name, void* real) {
+  Layer& layer = TheLayer();
+  layer.calls.push_back("look up " + name);
+  const auto seam = Seams().find(name);
+  if (real == nullptr || seam == Seams().end()) return nullptr;
+  seam->second->SetReal(real);
+  if (layer.missing.contains(name)) return nullptr;
+  if (seam->second->found) layer.problems.push_back(name + " looked up again");
+  seam->second->found = true;
+  return seam->second->entry;
+}
+
+REALpictureStruct* Poisoned(REALpictureStruct* picture) {
+  for (int32_t y = 0; picture != nullptr && y < picture->height; ++y) {
+    memset(picture->Row(y), kPoison, static_cast<size_t>(picture->width) * 4);
+  }
+  return picture;
+}
+
+// --- What the layer does with calls besides passing them on ---
+
+void PoisonWhatIsNew() {
+  seam::malloc.habit = [](size_t size) {
+    void* memory = ::malloc(size);
+    return memory == nullptr ? nullptr : memset(memory, kPoison, size);
+  };
+  seam::newPicture.habit = [](long width, long height, long depth) {
+    return Poisoned(runtime::NewPicture(width, height, depth));
+  };
+  seam::CGBitmapContextCreate.habit = [](void* data, size_t width, size_t height, size_t bits,
+                                         size_t rowBytes, CGColorSpaceRef space, uint32_t info) {
+    CGContextRef context =
+        ::CGBitmapContextCreate(data, width, height, bits, rowBytes, space, info);
+    if (data == nullptr && context != nullptr) {
+      memset(::CGBitmapContextGetData(context), kPoison, height * rowBytes);
+    }
+    return context;
+  };
+  seam::NewGWorld.habit = [](GWorldPtr* world, short depth, const Rect* bounds, CTabHandle colors,
+                             GDHandle device, GWorldFlags flags) {
+    const QDErr error = seam::NewGWorld.real(world, depth, bounds, colors, device, flags);
+    if (error == noErr) {
+      const Rect& area = (*world)->map.record().bounds;
+      const auto rows = static_cast<size_t>(area.bottom - area.top);
+      memset((*world)->pixels.get(), kPoison, rows * (*world)->rowBytes);
+    }
+    return error;
+  };
+}
+
+// The state that a real context and a real port would have from others: what is not set shows.
+void SpoilState() {
+  static bool reads = false;
+  static bool isFinished = false;
+  static CGLContextObj current = nullptr;
+  static long fore = 0;
+  static long back = 0;
+  seam::CGLSetFullScreen.habit = [](CGLContextObj context) {
+    if (context != current) return CGLError{kCGLBadContext};
+    const CGLError error = ::CGLSetFullScreen(context);
+    ::CGLSetCurrentContext(nullptr);
+    return error;
+  };
+  seam::CGLSetCurrentContext.habit = [](CGLContextObj context) {
+    current = context;
+    reads = isFinished = false;
+    const CGLError error = ::CGLSetCurrentContext(context);
+    ::glPixelStorei(GL_PACK_ALIGNMENT, 8);
+    ::glPixelStorei(GL_PACK_ROW_LENGTH, 3);
+    ::glPixelStorei(GL_PACK_SKIP_ROWS, 1);
+    ::glPixelStorei(GL_PACK_SKIP_PIXELS, 1);
+    return error;
+  };
+  seam::glReadBuffer.habit = [](GLenum mode) { reads = mode == GL_FRONT; };
+  seam::glFinish.habit = [] { isFinished = true; };
+  seam::glReadPixels.habit = [](GLint x, GLint y, GLsizei width, GLsizei height, GLenum format,
+                                GLenum type, GLvoid* pixels) {
+    if (reads && isFinished) ::glReadPixels(x, y, width, height, format, type, pixels);
+  };
+  seam::ForeColor.habit = [](long color) { fore = color; };
+  seam::BackColor.habit = [](long color) { back = color; };
+  seam::CopyBits.habit = [](const BitMap* source, const BitMap* target, const Rect* from,
+                            const Rect* to, short mode, RgnHandle mask) {
+    if (fore != blackColor || back != whiteColor) return;
+    seam::CopyBits.real(source, target, from, to, mode, mask);
+    fore = back = 0;
+  };
+}
+
+// The host knows of a lock that is refused, which older ones want unlocked: here it refuses a type
+// that there isn't.
+void LetTheHostRefuseLocks() {
+  seam::REALLockPictureDescription.refuse = [](REALpictureStruct* picture,
+                                               REALpictureDescription* description, long) {
+    return runtime::LockPictureDescription(picture, description, 0);
+  };
+}
+
+void LetNamesBeFound() {
+  seam::CFBundleGetFunctionPointerForName.habit = [](CFBundleRef bundle, CFStringRef name) {
+    return LookUp(name->characters, ::CFBundleGetFunctionPointerForName(bundle, name));
+  };
+  // The framework that it has loaded the plug-in keeps for good.
+  seam::CFBundleLoadExecutable.habit = [](CFBundleRef bundle) {
+    const Boolean isLoaded = ::CFBundleLoadExecutable(bundle);
+    if (isLoaded) TheLayer().Take(bundle, kBundle);
+    return isLoaded;
+  };
+}
+
+}  // namespace
+
+SeamBase::SeamBase(const char* itsName, long itsRefusal, Kind itsGives, Kind itsTakes)
+    : name(itsName), refusal(itsRefusal), gives(itsGives), takes(itsTakes) {
+  Seams()[name] = this;
+}
+
+Layer& TheLayer() {
+  static Layer layer;
+  return layer;
+}
+
+void ClearRecord() {
+  Layer& layer = TheLayer();
+  layer.calls.clear();
+  layer.refusable = 0;
+  layer.refusedCall.clear();
+  layer.problems.clear();
+  layer.held.clear();
+}
+
+void ResetLayer() {
+  for (const auto& [name, seam] : Seams()) seam->Forget();
+  TheLayer() = {};
+}
+
+const bool kIsReady = [] {
+#define SEAM(name, ...) seam::name.entry = reinterpret_cast<void*>(Gate<&seam::name>::Call);
+#include "tests/passthrough/table.inc"
+#undef SEAM
+#undef LIBRARY
+#undef FRAMEWORK
+#undef QUICKDRAW
+#undef HOST
+#define QUICKDRAW(...)
+#define HOST(...)
+#define LIBRARY(name, ...) seam::name.real = ::name;
+#undef WEAK
+#define FRAMEWORK LIBRARY
+#define WEAK LIBRARY
+#include "tests/passthrough/table.inc"
+  PoisonWhatIsNew();
+  SpoilState();
+  LetTheHostRefuseLocks();
+  LetNamesBeFound();
+  return true;
+}();
+
+void* Resolve(const char* name) { return LookUp(name, runtime::ResolveEntryPoint(name)); }
+
+long Layer::CallsOf(const std::string& name) const {
+  return std::count(calls.begin(), calls.end(), name);
+}
+
+bool Layer::Refuses(const std::string& name) {
+  ++refusable;
+  if (refuseAt == refusable) refusedCall = name;
+  return refuseAt == refusable || refused.contains(name);
+}
+
+void Layer::Give(const void* object, Kind kind) {
+  if (object != nullptr) held.emplace_back(object, kind);
+}
+
+void Layer::Take(const void* object, Kind kind) {
+  if (object == nullptr) return;
+  const auto found = std::find_if(held.rbegin(), held.rend(), [=](const auto& each) {
+    return each.first == object && (kind == kAny || each.second == kind);
+  });
+  if (found == held.rend()) {
+    // Older hosts want a lock that they have refused unlocked; the runtime knows.
+    if (kind != kPictureLock) problems.push_back(calls.back() + " of what isn't held");
+    return;
+  }
+  if (std::any_of(held.rbegin(), found,
+                  [=](const auto& later) { return AreOrdered(found->second, later.second); })) {
+    problems.push_back(calls.back() + " before what was created later");
+  }
+  held.erase(std::next(found).base());
+}
+
+}  // namespace passthrough
+}  // namespace qrv
+
+// What the plug-in's undefined symbols are redirected to. They are resolved while the program is
+// loaded, when nothing of it has run, and before its calls of other libraries are.
+// NOLINTNEXTLINE(readability-redundant-declaration)
+extern "C" long syscall(long, ...) noexcept __attribute__((noplt));
+
+namespace {
+
+using Function = void();
+
+[[gnu::no_sanitize("address", "undefined")]] const char* SkipPrefix(const char* text,
+                                                                    const char* prefix) {
+  for (; *prefix != '\0'; ++text, ++prefix) {
+    if (*text != *prefix) return nullptr;
+  }
+  return text;
+}
+
+// Neither the C library's environment nor the sanitizers' functions are ready yet.
+[[gnu::no_sanitize("address", "undefined")]] bool IsLacking(const char* name) {
+  static char environment[1 << 17];
+  const long file = syscall(SYS_open, "/proc/self/environ", O_RDONLY);
+  char* end = environment;
+  for (long size = 1; size > 0; end += size) {
+    size = syscall(SYS_read, file, end, environment + sizeof(environment) - 1 - end);
+    if (size < 0) break;
+  }
+  syscall(SYS_close, file);
+  *end = '\0';
+  for (const char* each = environment; each < end; ++each) {
+    const char* rest = SkipPrefix(each, qrv::passthrough::kLacking);
+    if (rest != nullptr) rest = SkipPrefix(rest, "=");
+    if (rest != nullptr) rest = SkipPrefix(rest, name);
+    if (rest != nullptr && *rest == '\0') return true;
+    while (*each != '\0') ++each;
+  }
+  return false;
+}
+
+}  // namespace
+
+extern "C" {
+#undef LIBRARY
+#define LIBRARY(name, ...)                                                                    \
+  [[gnu::no_sanitize("address", "undefined")]] Function* resolve_##name() {                   \
+    return IsLacking(#name)                                                                   \
+               ? nullptr                                                                      \
+               : reinterpret_cast<Function*>(qrv::passthrough::Gate<&qrv::seam::name>::Call); \
+  }                                                                                           \
+  Function through_##name __attribute__((ifunc("resolve_" #name)));
+#include "tests/passthrough/table.inc"
+}

@@ -1,0 +1,30 @@
+# What building and running the tests needs. Where anything is missing nothing is configured, rather
+# than less tested.
+
+set(MISSING "")
+foreach(program Xvfb clang clang++ clang-format clang-tidy import llvm-nm nm valgrind xauth xrandr)
+  find_program(PROGRAM_${program} ${program})
+  if(NOT PROGRAM_${program})
+    list(APPEND MISSING ${program})
+  endif()
+endforeach()
+
+find_path(GOOGLETEST_FOLDER CMakeLists.txt PATHS /usr/src/googletest NO_DEFAULT_PATH)
+if(NOT GOOGLETEST_FOLDER)
+  list(APPEND MISSING "GoogleTest's sources")
+endif()
+
+if(QRV_NATIVE_PROGRAMS)
+  foreach(library benchmark gd spng)
+    string(TOUPPER ${library}_LIBRARY variable)
+    find_library(${variable} ${library})
+    if(NOT ${variable})
+      list(APPEND MISSING lib${library})
+    endif()
+  endforeach()
+endif()
+
+if(MISSING)
+  list(JOIN MISSING ", " MISSING)
+  message(FATAL_ERROR "The tests need ${MISSING}: scripts/setup installs that.")
+endif()

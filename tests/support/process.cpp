@@ -1,0 +1,108 @@
+#include "tests/support/process.h"
+
+#include <fcntl.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <sched.h>
+#include <stddef.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <sys/mount.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+
+namespace qrv::testing {
+
+pid_t Fork(const std::function<int()>& body) {
+  const pid_t parent = getpid();
+  fflush(nullptr);
+  const pid_t process = fork();
+  if (process < 0) throw std::runtime_error("no process");
+  if (process > 0) return process;
+  prctl(PR_SET_PDEATHSIG, SIGKILL);
+  const int code = getppid() == parent ? body() : 127;
+  fflush(nullptr);
+  _exit(code);
+}
+
+int WaitForEnd(pid_t process) {
+  int status = 0;
+  while (waitpid(process, &status, 0) < 0 && errno == EINTR) {
+  }
+  return status;
+}
+
+pid_t StartProgram(const std::vector<std::string>& command, const std::function<bool()>& prepare) {
+  std::vector<char*> words;
+  words.reserve(command.size() + 1);
+  for (const std::string& each : command) words.push_back(const_cast<char*>(each.c_str()));
+  words.push_back(nullptr);
+  return Fork([&] {
+    if (prepare()) execvp(words[0], words.data());
+    return 127;
+  });
+}
+
+Outcome RunProgram(const std::vector<std::string>& command, const std::function<bool()>& prepare) {
+  const ScratchFolder streams;
+  const pid_t process = StartProgram(command, [&] {
+    for (const auto& [stream, name] : {std::pair(STDOUT_FILENO, "out"), {STDERR_FILENO, "err"}}) {
+      dup2(open(streams.File(name).c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600), stream);
+    }
+    return prepare();
+  });
+  const int status = WaitForEnd(process);
+  return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, streams.Read("out"), streams.Read("err")};
+}
+
+bool RefuseSystemCall(uint32_t number, uint16_t error, uint32_t flags) {
+  sock_filter filter[] = {
+      BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, number, 0, 4),
+      BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, args[2])),
+      BPF_STMT(BPF_ALU | BPF_AND | BPF_K, flags),
+      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, flags, 0, 1),
+      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | error),
+      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+  };
+  const sock_fprog program = {std::size(filter), filter};
+  return prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
+         prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) == 0;
+}
+
+bool MountSmallDisk(const std::string& folder, const std::string& size) {
+  return unshare(CLONE_NEWNS) == 0 &&
+         mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+         mount("tmpfs", folder.c_str(), "tmpfs", 0, ("size=" + size).c_str()) == 0;
+}
+
+ScratchFolder::ScratchFolder() {
+  char name[] = "/tmp/qrv-test-XXXXXX";
+  if (mkdtemp(name) == nullptr) throw std::runtime_error("no scratch folder");
+  path_ = name;
+}
+
+ScratchFolder::~ScratchFolder() { std::filesystem::remove_all(path_); }
+
+void ScratchFolder::Write(const std::string& name, const std::string& bytes) const {
+  std::ofstream(path_ / name, std::ios::binary) << bytes;
+}
+
+std::string ScratchFolder::Read(const std::string& name) const {
+  std::ifstream file(path_ / name, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+size_t ScratchFolder::Count() const {
+  const std::filesystem::directory_iterator files(path_);
+  return static_cast<size_t>(std::distance(begin(files), end(files)));
+}
+
+}  // namespace qrv::testing

@@ -1,0 +1,61 @@
+// Processes of a test's own, which are killed when the thread that started them ends, and folders.
+#ifndef TESTS_SUPPORT_PROCESS_H_
+#define TESTS_SUPPORT_PROCESS_H_
+
+#include <sys/types.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace qrv::testing {
+
+// A process that runs `body` and exits with what it returns.
+pid_t Fork(const std::function<int()>& body);
+
+// What waitpid says of the process's end.
+int WaitForEnd(pid_t process);
+
+// Starts a program. `prepare` runs in its process before, which exits with 127 if that fails.
+pid_t StartProgram(
+    const std::vector<std::string>& command,
+    const std::function<bool()>& prepare = [] { return true; });
+
+struct Outcome {
+  int exitCode = -1;  // -1 when a signal ended it
+  std::string output;
+  std::string errors;
+};
+
+Outcome RunProgram(
+    const std::vector<std::string>& command,
+    const std::function<bool()>& prepare = [] { return true; });
+
+// For such a process: from here on a system call fails with that error, if its third argument has
+// these flags; a folder is a disk of that size, such as 64k. False without the right to.
+bool RefuseSystemCall(uint32_t number, uint16_t error, uint32_t flags = 0);
+bool MountSmallDisk(const std::string& folder, const std::string& size);
+
+// A folder for a test's files, removed at the end.
+class ScratchFolder {
+ public:
+  ScratchFolder();
+  ~ScratchFolder();
+  ScratchFolder(const ScratchFolder&) = delete;
+  ScratchFolder& operator=(const ScratchFolder&) = delete;
+
+  std::string File(const std::string& name) const { return (path_ / name).string(); }
+  const std::filesystem::path& path() const { return path_; }
+  void Write(const std::string& name, const std::string& bytes) const;
+  std::string Read(const std::string& name) const;
+  size_t Count() const;
+
+ private:
+  std::filesystem::path path_;
+};
+
+}  // namespace qrv::testing
+
+#endif  // TESTS_SUPPORT_PROCESS_H_

@@ -1,0 +1,223 @@
+// Displays and systems that the sweep doesn't have, and the limits of rectangles.
+
+#include "plugin/capture/methods.h"
+#include "plugin/capture/opengl_readback.h"
+#include "tests/unit/plugin_test.h"
+
+namespace qrv::passthrough {
+namespace {
+
+constexpr Strategy kStrategies[] = {kDisplayImage, kOpenGL, kQuickDraw};
+
+class Captures : public PluginTest {
+ protected:
+  void SetUp() override {
+    UseDesktop({{0, 0, 40, 30}, {40, -5, 25, 50}});
+    // Binds QuickDraw's functions.
+    host->Release(ScreenshotRectDestQRV(0, 0, 1, 1, 1, 1));
+    ClearRecord();
+    TakeStrategies();
+  }
+
+  // A picture of one colour, or as the host has made it. Releases it.
+  void ExpectAll(REALpictureStruct* picture, const Bytes& pixel) {
+    ASSERT_NE(picture, nullptr);
+    ExpectIs(picture,
+             Expected({10000, 10000, runtime::Host::Width(picture), runtime::Host::Height(picture)},
+                      pixel, 0));
+  }
+
+  // A request that the first arguments of the method meet, whatever its strategy does to them.
+  void ExpectShowsRect(Strategy strategy, const Box& request, const Box& part) {
+    UseSystem(strategy);
+    ExpectShows(ScreenshotRectQRV(request.left, request.top, request.width, request.height),
+                strategy, part);
+  }
+};
+
+TEST_F(Captures, AskForTheMainDisplayWhereverItIsInTheList) {
+  seam::CGMainDisplayID.answer = [] { return ::CGMainDisplayID() + 1; };
+  seam::GetMainDevice.answer = [] { return seam::GetNextDevice.real(seam::GetDeviceList.real()); };
+  for (const Strategy strategy : kStrategies) {
+    UseSystem(strategy);
+    ExpectShows(ScreenshotQRV(), strategy, Displays()[1]);
+    ExpectShows(ScreenshotDisplayQRV(0), strategy, Displays()[0]);
+    int32_t width = 0, height = 0, rowBytes = 0;
+    host->Release(ScreenshotStringQRV(width, height, rowBytes));
+    EXPECT_EQ(width, strategy == kQuickDraw ? 0 : 25);
+    TakeStrategies();
+  }
+}
+
+TEST_F(Captures, TestBothNumbersOfTheSystemVersion) {
+  for (const auto& [version, whole] :
+       std::vector<std::pair<const char*, Strategy>>{{"10.7", kDisplayImage},
+                                                     {"10.8", kDisplayImage},
+                                                     {"10.6", kOpenGL},
+                                                     {"11.0", kOpenGL},
+                                                     {"11.7", kDisplayImage},
+                                                     {"9.9", kQuickDraw},
+                                                     {"10.4", kQuickDraw}}) {
+    UseSystem(version);
+    ExpectShows(ScreenshotQRV(), whole, Displays()[0]);
+    ExpectShows(ScreenshotRectQRV(1, 2, 3, 4), whole, {1, 2, 3, 4});
+  }
+}
+
+TEST_F(Captures, EndWithADisplayImageThatCannotBeConverted) {
+  layer.refused = {"newPicture"};
+  EXPECT_EQ(ScreenshotQRV(), nullptr);
+  EXPECT_EQ(ScreenshotRectQRV(0, 0, 8, 8), nullptr);
+  EXPECT_EQ(TakeStrategies(), kDisplayImage);
+}
+
+TEST_F(Captures, AskForDisplayZeroWhenNoDisplayHasTheIndex) {
+  CGDirectDisplayID asked = 77;
+  seam::CGDisplayCreateImage.answer = [&asked](CGDirectDisplayID id) {
+    asked = id;
+    return ::CGDisplayCreateImage(id);
+  };
+  for (const int32_t index : {-1, 2, 31, 32, INT32_MAX}) {
+    ClearRecord();
+    asked = 77;
+    REALpictureStruct* picture = ScreenshotDisplayQRV(index);
+    EXPECT_EQ(asked, 0U) << index;
+    EXPECT_EQ(layer.CallsOf("CGGetActiveDisplayList"), index < 0 || index >= 32 ? 0 : 1) << index;
+    if (index < 0) {
+      // QuickDraw counts its own devices, and begins with the first one.
+      ExpectShows(picture, kQuickDraw, Displays()[0]);
+    } else {
+      EXPECT_EQ(picture, nullptr) << index;
+    }
+  }
+}
+
+// The rest of a list of more is other people's memory.
+TEST_F(Captures, TakeThirtyTwoDisplaysOfMore) {
+  seam::CGGetActiveDisplayList.answer = [](uint32_t most, CGDirectDisplayID* ids, uint32_t* count) {
+    const CGError error = ::CGGetActiveDisplayList(most, ids, count);
+    for (uint32_t i = *count; i < most; ++i) ids[i] = 0;
+    *count = most + 8;
+    return error;
+  };
+  ExpectShowsRect(kDisplayImage, {-2, -8, 71, 57}, {-2, -8, 71, 57});
+  EXPECT_EQ(layer.CallsOf("CGDisplayBounds"), 32);
+}
+
+TEST_F(Captures, ReadDisplaysBackOfThreeSamplesOfEightBitsOnly) {
+  UseSystem(kOpenGL);
+  struct Case {
+    int bits, samples;
+    bool enough;
+  };
+  for (const Case& c :
+       {Case{8, 3, true}, Case{10, 3, true}, Case{5, 3, false}, Case{7, 3, false},
+        Case{8, 2, false}, Case{16, 4, true}, Case{0, 3, false}, Case{8, 0, false}}) {
+    // Of the second display; 0: the mode doesn't state it.
+    bool isSecond = false;
+    seam::CGDisplayCurrentMode.answer = [&](CGDirectDisplayID id) {
+      isSecond = id != ::CGMainDisplayID();
+      return ::CGDisplayCurrentMode(id);
+    };
+    seam::CFNumberGetValue.answer = [&](CFNumberRef number, CFNumberType type, void* value) {
+      const bool isRead = ::CFNumberGetValue(number, type, value);
+      auto* stated = static_cast<int32_t*>(value);
+      if (isSecond) *stated = *stated == 8 ? c.bits : c.samples;
+      return static_cast<Boolean>(isRead && *stated != 0);
+    };
+    ExpectShows(ScreenshotRectQRV(-2, -8, 71, 57), c.enough ? kOpenGL : kQuickDraw,
+                {-2, -8, 71, 57});
+  }
+}
+
+TEST_F(Captures, OfADepthThatQuickDrawDoesNotConvertAreNil) {
+  UseSystem(kQuickDraw);
+  setenv("QRV_DESKTOP", "virtual:40x30+0+0@16", 1);
+  EXPECT_EQ(ScreenshotQRV(), nullptr);
+  EXPECT_EQ(layer.CallsOf("NewGWorld"), 1);
+}
+
+TEST_F(Captures, CallNothingForAnEmptyRectangle) {
+  for (const auto& [width, height] :
+       std::vector<std::pair<int32_t, int32_t>>{{0, 5}, {5, 0}, {-1, 5}, {5, INT32_MIN}}) {
+    EXPECT_EQ(ScreenshotRectQRV(1, 1, width, height), nullptr);
+  }
+  EXPECT_THAT(layer.calls, IsEmpty());
+}
+
+// A display image that is larger than its units is drawn at its own size, from the top-left corner.
+TEST_F(Captures, DrawImagesThatAreLargerThanTheirUnitsAtTheirSize) {
+  seam::CGDisplayCreateImageForRect.answer = [](CGDirectDisplayID id, CGRect) {
+    return seam::CGDisplayCreateImageForRect.real(id, {{10, 8}, {16, 12}});
+  };
+  REALpictureStruct* picture = ScreenshotRectQRV(5, 4, 8, 6);
+  ExpectIs(picture, Expected(kDisplayImage, {10, 8, 8, 6}));
+}
+
+TEST_F(Captures, WrapAtSixteenBitsByQuickDrawOnly) {
+  for (const int32_t offset : {65536, -65536}) {
+    ExpectShowsRect(kQuickDraw, {offset, 0, 70, 20}, {0, 0, 70, 20});
+    ExpectShowsRect(kQuickDraw, {0, offset, 70, 20}, {0, 0, 70, 20});
+    UseSystem(kDisplayImage);
+    ExpectAll(ScreenshotRectQRV(offset, 0, 70, 20), Stored(0));
+    UseSystem(kOpenGL);
+    ExpectAll(ScreenshotRectQRV(0, offset, 70, 20), Bytes(4, kPoison));
+    ExpectShows(ScreenshotRectDestQRV(offset, 0, 70, 20, 70, 20), kQuickDraw, {0, 0, 70, 20});
+  }
+}
+
+// Its right edge wraps, so that it seems to meet every display, beyond what that shows.
+TEST_F(Captures, ReadBackBlackWhereARectangleWraps) {
+  UseSystem(kOpenGL);
+  ExpectAll(ScreenshotRectQRV(INT32_MAX - 9, 1, 20, 5), Stored(0));
+}
+
+TEST_F(Captures, TakeTheLimitsOfEveryInteger) {
+  const std::vector<int32_t> numbers = {INT32_MIN, -65536, -32769, -32768, -1,    0,        1,
+                                        7,         32767,  32768,  65535,  65537, INT32_MAX};
+  for (const int32_t origin : numbers) {
+    for (const int32_t width : numbers) {
+      for (const Strategy strategy : {kOpenGL, kQuickDraw}) {
+        UseSystem(strategy);
+        REALpictureStruct* picture = ScreenshotRectQRV(origin, origin, width, 1);
+        const bool fits = width > 0 && (width & 0xFFFF) >= 1 && (width & 0xFFFF) <= 32767;
+        EXPECT_EQ(picture != nullptr, fits) << origin << " " << width;
+        host->Release(picture);
+      }
+      for (const int32_t size : {-1, 0, 7, 32767, 32768, INT32_MAX}) {
+        host->Release(ScreenshotRectDestQRV(origin, origin, width, width, size, 1));
+      }
+    }
+  }
+}
+
+TEST_F(Captures, MapEachShareWithoutGapOrOverlap) {
+  // One column of the first display at the left edge of three scaled to two: it maps to nothing.
+  const Box part = {40, 2, 2, 1};
+  REALpictureStruct* picture = ScreenshotRectDestQRV(39, 2, 3, 1, 2, 1);
+  ExpectShows(picture, kQuickDraw, part);
+  // Two columns of each display, twice as wide: 0 to 4, and 4 to 8.
+  Bytes expected;
+  for (const int x : {38, 38, 39, 39, 40, 40, 41, 41}) {
+    for (const uint8_t byte : Stored(Card(x < 40 ? 0 : 1, x, 3), 0)) expected.push_back(byte);
+  }
+  ExpectIs(ScreenshotRectDestQRV(38, 3, 4, 1, 8, 1), expected);
+  ClearRecord();
+  host->Release(ScreenshotRectDestQRV(1, 1, 4, 4, 8, 8));
+  EXPECT_EQ(layer.CallsOf("CopyBits"), 1);  // none from the display that it doesn't meet
+  for (const auto& [width, height] :
+       std::vector<std::pair<int32_t, int32_t>>{{0, 5}, {5, 0}, {-5, 5}, {5, -32768}}) {
+    ExpectAll(ScreenshotRectDestQRV(1, 1, width, height, 4, 4), Stored(0, 0));
+  }
+}
+
+// -2^31 / -1 fits no number.
+TEST_F(Captures, MapAnEdgeThatHasNoQuotient) {
+  UseDesktop({{1, 0, 40, 30}, {-32767, 0, 20, 10}});
+  REALpictureStruct* picture = ScreenshotRectDestQRV(-163840, 0, -1, 1, 16384, 1);
+  EXPECT_EQ(runtime::Host::Width(picture), 16384);
+  host->Release(picture);
+}
+
+}  // namespace
+}  // namespace qrv::passthrough

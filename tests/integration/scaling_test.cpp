@@ -86,9 +86,10 @@ TEST_F(Scaling, ShrinksToTheAverageOfWhatEachPixelCovers) {
   for (const auto& [width, height] : kSizes) {
     const Errors errors =
         ErrorsOf(plugin_.Scaled(0, 0, kWidth, kHeight, width, height), whole_, width, height);
-    // Each axis rounds by half a level, and its weights of 1/256 by up to two thirds of one.
+    // Each axis rounds by half a level, and its weights of 1/256 by up to two thirds of one; of
+    // the means of two or four pixels, half lie halfway.
     EXPECT_LE(errors.worst, 2.4) << width << "x" << height << ", QRV_TEST_SEED=" << Seed();
-    EXPECT_LE(errors.mean, 0.45) << width << "x" << height << ", QRV_TEST_SEED=" << Seed();
+    EXPECT_LE(errors.mean, 0.55) << width << "x" << height << ", QRV_TEST_SEED=" << Seed();
   }
 }
 

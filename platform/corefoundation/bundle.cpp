@@ -1,4 +1,5 @@
 // Bundles: folders such as Name.framework whose executable is the shared library Name within.
+#include <QRV/Desktop.h>
 #include <dlfcn.h>
 #include <link.h>
 
@@ -6,7 +7,6 @@
 #include <string>
 #include <system_error>
 
-#include "platform/corefoundation/library_file.h"
 #include "platform/corefoundation/url.h"
 #include "platform/guarded.h"
 
@@ -52,7 +52,7 @@ Boolean CFBundleLoadExecutable(CFBundleRef bundle) {
   if (bundle == nullptr) return false;
   if (bundle->library != nullptr) return true;
   return qrv::Guarded(false, [=] {
-    if (!qrv::corefoundation::IsCompleteLibrary(bundle->executable)) return false;
+    if (!qrv::IsWholeLibrary(bundle->executable.c_str())) return false;
     bundle->library = dlopen(bundle->executable.c_str(), RTLD_NOW | RTLD_LOCAL);
     return bundle->library != nullptr;
   });

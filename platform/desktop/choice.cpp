@@ -8,6 +8,7 @@
 #include "platform/desktop/system_version.h"
 #include "platform/desktop/virtual/desktop.h"
 #include "platform/desktop/virtual/layout.h"
+#include "platform/desktop/wayland/desktop.h"
 #include "platform/desktop/x11/desktop.h"
 
 namespace qrv::desktop {
@@ -31,7 +32,19 @@ std::string Variable(const char* name) {
   return value == nullptr ? "" : value;
 }
 
+constexpr char kNoSocket[] = "WAYLAND_DISPLAY is not set";
+constexpr char kWaylandAdvice[] =
+    "Check that the compositor runs and that you may connect to it (WAYLAND_DISPLAY and "
+    "XDG_RUNTIME_DIR). One without a capture protocol needs xdg-desktop-portal with a backend for "
+    "this desktop, and an answer to its question.";
+
 constexpr DesktopKind kKinds[] = {
+    {"wayland", "SOCKET", [] { return Variable("WAYLAND_DISPLAY"); }, kNoSocket, true,
+     [](const std::string& socket, std::string&) { return OpenWaylandDesktop(socket, false); },
+     "wayland:wayland-1", kWaylandAdvice},
+    {"portal", "SOCKET", [] { return Variable("WAYLAND_DISPLAY"); }, kNoSocket, false,
+     [](const std::string& socket, std::string&) { return OpenWaylandDesktop(socket, true); },
+     "portal:wayland-1", kWaylandAdvice},
     {"x11", "DISPLAY", [] { return Variable("DISPLAY"); }, "DISPLAY is not set", true,
      [](const std::string& display, std::string&) { return OpenX11Desktop(display); }, "x11::0",
      "Check that the X server runs and that you may connect to it, or name another one like x11::1 "
@@ -43,7 +56,7 @@ constexpr DesktopKind kKinds[] = {
      "virtual:1440x900+0+0,1280x1024+1440+0",
      "Write it like virtual:1440x900+0+0,1280x1024+1440+0."},
 };
-const DesktopKind& kSubstitute = kKinds[1];
+const DesktopKind& kSubstitute = *(std::end(kKinds) - 1);
 
 constexpr char kSetIt[] = "Set it, or take the desktop virtual (--desktop or QRV_DESKTOP).";
 

@@ -1,6 +1,9 @@
 #include "platform/desktop/color_converter.h"
 
+#include <libyuv/convert_argb.h>
+
 #include <algorithm>
+#include <iterator>
 
 namespace qrv::desktop {
 namespace {
@@ -19,10 +22,44 @@ uint32_t LoadPixel(const uint8_t* from) {
   return pixel;
 }
 
+// Formats of whole bytes, which need to be moved only. A format's name is its bytes in memory,
+// libyuv's the other way round.
+struct ByteOrder {
+  size_t bytesPerPixel;
+  std::array<uint32_t, 3> shifts;  // red, green, blue, in little-endian pixels
+  ColorConverter::MoveBytes convert;
+};
+constexpr ByteOrder kByteOrders[] = {
+    {4, {0, 8, 16}, libyuv::ABGRToARGB},   // R G B X
+    {4, {24, 16, 8}, libyuv::RGBAToARGB},  // X B G R
+    {4, {8, 16, 24}, libyuv::BGRAToARGB},  // X R G B
+    {3, {16, 8, 0}, libyuv::RGB24ToARGB},  // B G R
+    {3, {0, 8, 16}, libyuv::RAWToARGB},    // R G B
+};
+
+// Null when there is more to do than to move bytes.
+ColorConverter::MoveBytes FindByteOrder(const PixelFormat& format) {
+  if (format.mapColors != 0) return nullptr;
+  std::array<uint32_t, 3> shifts = {};
+  for (size_t i = 0; i < shifts.size(); ++i) {
+    if (format.channels[i].max != 0xFF) return nullptr;
+    const uint32_t shift = format.channels[i].shift;
+    const auto last = static_cast<uint32_t>(8 * (format.bytesPerPixel - 1));
+    shifts[i] = format.bigEndian ? last - shift : shift;
+  }
+  const auto found =
+      std::find_if(std::begin(kByteOrders), std::end(kByteOrders), [&](const ByteOrder& each) {
+        return each.bytesPerPixel == format.bytesPerPixel && each.shifts == shifts;
+      });
+  return found == std::end(kByteOrders) ? nullptr : found->convert;
+}
+
 }  // namespace
 
 ColorConverter::ColorConverter(const PixelFormat& format)
-    : channels_(format.channels), convertRow_(ChooseRowFunction(format)) {
+    : channels_(format.channels),
+      moveBytes_(FindByteOrder(format)),
+      convertRow_(ChooseRowFunction(format)) {
   for (size_t i = 0; i < channels_.size(); ++i) {
     const uint32_t max = channels_[i].max;
     levels_[i].resize(size_t{max} + 1);

@@ -21,10 +21,18 @@ class ColorConverter {
   // The colour map's colour for one of the MapPixels, 16 bits a channel.
   void SetColor(size_t mapPixel, uint16_t red, uint16_t green, uint16_t blue);
 
-  // A row of the screen's pixels to 00RRGGBB values: in memory, blue, green, red, 0.
+  // A row of the screen's pixels to those of a frame: in memory, blue, green, red, unused.
   void ConvertRow(const uint8_t* from, uint32_t* to, int32_t width) const {
-    convertRow_(*this, from, to, width);
+    if (moveBytes_ != nullptr) {
+      moveBytes_(from, 0, reinterpret_cast<uint8_t*>(to), 0, width, 1);
+    } else {
+      convertRow_(*this, from, to, width);
+    }
   }
+
+  // A function of libyuv's for rows of so many bytes each.
+  using MoveBytes = int (*)(const uint8_t* from, int fromStride, uint8_t* to, int toStride,
+                            int width, int height);
 
  private:
   using RowFunction = void (*)(const ColorConverter&, const uint8_t*, uint32_t*, int32_t);
@@ -38,6 +46,7 @@ class ColorConverter {
   // For each channel, what each of its samples contributes to a 00RRGGBB value.
   std::array<std::vector<uint32_t>, 3> levels_;
   std::vector<uint32_t> mapPixels_;
+  MoveBytes moveBytes_;  // null when samples must be converted
   RowFunction convertRow_;
 };
 

@@ -29,6 +29,10 @@ class Desktop {
   // What a person calls it: "X11 :0", "the virtual desktop". Lives as long as the desktop.
   virtual const char* Name() const = 0;
 
+  // The way that pixels come, as the other side's documentation calls it: "MIT-SHM". Empty while
+  // nothing is known of it.
+  virtual const char* Way() const { return ""; }
+
   // One line on why the last call failed; empty when it didn't. Valid until the next call.
   virtual const char* Problem() const { return ""; }
 

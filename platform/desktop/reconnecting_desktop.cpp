@@ -47,8 +47,7 @@ bool ReconnectingDesktop::Call(Connector connect, Operation operation) {
     if (!connect()) return false;
     const bool isDone = operation(*link_);
     if (link_->IsLost()) {
-      const bool timedOut = link_->TimedOut();
-      Disconnect(timedOut ? " does not answer" : " closed the connection", timedOut);
+      Disconnect();
       return false;
     }
     lastTimeout_.reset();
@@ -75,7 +74,7 @@ bool ReconnectingDesktop::IsConnected() {
   problem_.clear();
   link_->BeginWaiting();
   if (!link_->IsLost()) return true;
-  Disconnect(" closed the connection", false);
+  Disconnect();
   return false;
 }
 
@@ -90,10 +89,13 @@ bool ReconnectingDesktop::Connect() {
   return link_ != nullptr;
 }
 
-void ReconnectingDesktop::Disconnect(const char* what, bool timedOut) {
+void ReconnectingDesktop::Disconnect() {
+  const bool timedOut = link_->TimedOut();
+  const std::string complaint = link_->Complaint();
+  problem_ = peer_ + (timedOut ? " does not answer" : " closed the connection");
+  if (!complaint.empty()) problem_ += ": " + complaint;
   link_.reset();
   if (timedOut) lastTimeout_ = Clock::now();
-  problem_ = peer_ + what;
 }
 
 }  // namespace qrv::desktop

@@ -31,12 +31,15 @@ class Link {
   // The connection is of no use any more: closed, or timed out.
   virtual bool IsLost() const = 0;
   virtual bool TimedOut() const = 0;
+  // The other side's own words on why it closed the connection; empty when it said nothing.
+  virtual const char* Complaint() const { return ""; }
 
   // As Desktop's; one line in `problem` when they fail on a connection that is not lost.
   virtual bool ListDisplays(std::vector<Display>& displays, std::string& problem) = 0;
   virtual Frame Capture(uint32_t displayId, const PixelRect& part, bool& isGone,
                         std::string& problem) = 0;
   virtual const char* Note() const { return ""; }
+  virtual const char* Way() const = 0;
 
   // Whether it was opened in another process, of which this one is a fork. Its destruction leaves
   // the connection to that process then.
@@ -62,13 +65,14 @@ class ReconnectingDesktop : public Desktop {
   const char* Name() const override { return name_.c_str(); }
   const char* Problem() const override { return problem_.c_str(); }
   const char* Note() const override { return link_ ? link_->Note() : ""; }
+  const char* Way() const override { return link_ ? link_->Way() : ""; }
 
  private:
   template <typename Connector, typename Operation>
   bool Call(Connector connect, Operation operation);
   bool IsConnected();
   bool Connect();
-  void Disconnect(const char* what, bool timedOut);
+  void Disconnect();
 
   std::string name_;
   std::string peer_;

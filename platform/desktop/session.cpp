@@ -36,6 +36,7 @@ class Session {
     return desktop_ && choice_.note.empty() ? desktop_->Note() : choice_.note.c_str();
   }
   const char* name() const { return desktop_ ? desktop_->Name() : kNoDesktop; }
+  const char* way() const { return desktop_ ? desktop_->Way() : ""; }
 
  private:
   // A whole display's pixels, captured ahead.
@@ -57,7 +58,7 @@ class Session {
   std::vector<HeldDisplay> held_;
   bool hasLostPixels_ = false;
   unsigned strategies_ = 0;
-  char problem_[256] = "";
+  char problem_[320] = "";
 };
 
 void Session::Choose() {
@@ -204,6 +205,8 @@ bool HasLostPixels() noexcept { return TheSession()->hasLostPixels(); }
 unsigned TakeStrategies() noexcept { return TheSession()->TakeStrategies(); }
 
 const char* DesktopName() noexcept { return TheSession()->name(); }
+
+const char* DesktopWay() noexcept { return TheSession()->way(); }
 
 const char* DesktopProblem() noexcept { return TheSession()->problem(); }
 

@@ -17,6 +17,7 @@ class VirtualDesktop : public Desktop {
 
   bool ListDisplays(std::vector<Display>& displays) override;
   Frame Capture(const Display& display, const PixelRect& part, bool& isGone) override;
+  const char* Way() const override { return "test card"; }
   const char* Name() const override { return "the virtual desktop"; }
   // Nothing else goes wrong here.
   const char* Problem() const override { return "there is no memory for the test card"; }

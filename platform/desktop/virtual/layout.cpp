@@ -1,6 +1,7 @@
 #include "platform/desktop/virtual/layout.h"
 
 #include <algorithm>
+#include <cstdio>
 
 #include "platform/desktop/pixel_format.h"
 
@@ -143,6 +144,7 @@ bool ParseLayout(std::string_view layout, std::vector<Display>& displays, std::s
 
     Display display;
     display.id = static_cast<uint32_t>(displays.size()) + 1;
+    std::snprintf(display.name, sizeof display.name, "VIRTUAL-%u", display.id);
     const char* expected = displays.size() == kMaxDisplays ? "expected at most 32 displays"
                                                            : ParseEntry(entry, display);
     if (expected != nullptr) {

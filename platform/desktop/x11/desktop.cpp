@@ -25,6 +25,7 @@ class X11Link : public Link {
   bool IsLost() const override { return connection_->isLost(); }
   bool TimedOut() const override { return connection_->timedOut(); }
   const char* Note() const override { return pixels_.note(); }
+  const char* Way() const override { return connection_->hasSegments() ? "MIT-SHM" : "GetImage"; }
 
   bool ListDisplays(std::vector<Display>& displays, std::string& problem) override {
     if (!List()) {
@@ -41,7 +42,7 @@ class X11Link : public Link {
 
  private:
   bool List() {
-    displays_ = QueryDisplays(*connection_);
+    displays_ = QueryDisplays(*connection_, displays_);
     return !displays_.empty();
   }
   // Empty when there is no such display.

@@ -1,5 +1,7 @@
 #include "platform/desktop/x11/pixels.h"
 
+#include <xcb/shm.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <cstring>

@@ -37,7 +37,7 @@ class PixelFetcher {
   Connection& connection_;
   bool isFrameFormat_;
   ColorConverter converter_;
-  SegmentPool segments_;
+  X11Segments segments_;
   const char* problem_ = "";
   char note_[160] = "";
 };

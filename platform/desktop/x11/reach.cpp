@@ -17,54 +17,20 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
-#include <thread>
+
+#include "platform/desktop/socket.h"
 
 namespace qrv::desktop {
 namespace {
 
 // --- The socket ---
 
-constexpr int kSocketFlags = SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC;
 constexpr int kFirstPort = 6000;
 constexpr char kSocketFolder[] = "/tmp/.X11-unix/X";
-constexpr std::chrono::milliseconds kRetryInterval{10};
 
 struct FreeAddresses {
   void operator()(addrinfo* addresses) const { freeaddrinfo(addresses); }
 };
-
-// Connects a non-blocking socket. A Unix socket whose queue is full says EAGAIN, and nothing tells
-// when there is room again.
-bool Connect(int fd, const sockaddr* address, socklen_t length, Deadline deadline) {
-  while (connect(fd, address, length) != 0) {
-    if (errno == EINPROGRESS) {
-      int failure = 0;
-      socklen_t size = sizeof failure;
-      return WaitFor(fd, POLLOUT, deadline) &&
-             getsockopt(fd, SOL_SOCKET, SO_ERROR, &failure, &size) == 0 && failure == 0;
-    }
-    if (errno != EAGAIN && errno != EINTR) return false;
-    if (Clock::now() >= deadline) return false;
-    std::this_thread::sleep_until(std::min(Clock::now() + kRetryInterval, deadline));
-  }
-  return true;
-}
-
-// `path` starts with a zero byte for an abstract socket.
-UniqueFd ConnectLocal(const std::string& path, Deadline deadline) {
-  sockaddr_un address = {};
-  address.sun_family = AF_UNIX;
-  if (path.size() >= sizeof address.sun_path) return {};
-  std::copy(path.begin(), path.end(), address.sun_path);
-  const bool isAbstract = path.front() == '\0';
-  const size_t length = offsetof(sockaddr_un, sun_path) + path.size() + (isAbstract ? 0 : 1);
-  UniqueFd fd = AboveStandardStreams(UniqueFd(socket(AF_UNIX, kSocketFlags, 0)));
-  if (!fd || !Connect(fd.get(), reinterpret_cast<const sockaddr*>(&address),
-                      static_cast<socklen_t>(length), deadline)) {
-    return {};
-  }
-  return fd;
-}
 
 UniqueFd ConnectRemote(const std::string& host, int port, Deadline deadline) {
   addrinfo wanted = {};
@@ -76,7 +42,7 @@ UniqueFd ConnectRemote(const std::string& host, int port, Deadline deadline) {
   const std::unique_ptr<addrinfo, FreeAddresses> addresses(found);
   for (const addrinfo* each = found; each != nullptr; each = each->ai_next) {
     UniqueFd fd = AboveStandardStreams(UniqueFd(socket(each->ai_family, kSocketFlags, 0)));
-    if (!fd || !Connect(fd.get(), each->ai_addr, each->ai_addrlen, deadline)) continue;
+    if (!fd || !ConnectWithin(fd.get(), each->ai_addr, each->ai_addrlen, deadline)) continue;
     const int on = 1;
     setsockopt(fd.get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
     return fd;

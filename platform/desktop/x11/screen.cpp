@@ -3,6 +3,8 @@
 #include <xcb/randr.h>
 
 #include <algorithm>
+#include <cstdio>
+#include <iterator>
 
 namespace qrv::desktop {
 namespace {
@@ -24,6 +26,39 @@ std::vector<Monitor> MonitorsOf(const xcb_randr_get_monitors_reply_t* reply) {
     monitors.push_back({info.name, info.primary != 0, {info.x, info.y, info.width, info.height}});
   }
   return monitors;
+}
+
+constexpr uint32_t kNoRequest = 0;
+
+// 0 when the name is known, or there is none.
+unsigned RequestName(Connection& connection, Display& display,
+                     const std::vector<PlacedDisplay>& known) {
+  const auto found = std::find_if(known.begin(), known.end(), [&](const PlacedDisplay& each) {
+    return each.display.id == display.id;
+  });
+  if (found != known.end()) {
+    std::copy(std::begin(found->display.name), std::end(found->display.name), display.name);
+    return kNoRequest;
+  }
+  if (display.id == kWholeRootId) return kNoRequest;
+  return xcb_get_atom_name(connection.get(), display.id).sequence;
+}
+
+// A monitor without a name is a display all the same.
+void NameDisplays(Connection& connection, std::vector<PlacedDisplay>& displays,
+                  const std::vector<PlacedDisplay>& known) {
+  std::vector<unsigned> requests;
+  requests.reserve(displays.size());
+  for (PlacedDisplay& each : displays) {
+    requests.push_back(RequestName(connection, each.display, known));
+  }
+  for (size_t i = 0; i < displays.size(); ++i) {
+    if (requests[i] == kNoRequest) continue;
+    const auto reply = connection.AwaitLong<xcb_get_atom_name_reply_t>(requests[i]);
+    if (!reply) continue;
+    std::snprintf(displays[i].display.name, sizeof displays[i].display.name, "%.*s",
+                  xcb_get_atom_name_name_length(reply.get()), xcb_get_atom_name_name(reply.get()));
+  }
 }
 
 }  // namespace
@@ -54,7 +89,8 @@ std::vector<PlacedDisplay> PlaceDisplays(const std::vector<Monitor>& monitors, i
   return displays;
 }
 
-std::vector<PlacedDisplay> QueryDisplays(Connection& connection) {
+std::vector<PlacedDisplay> QueryDisplays(Connection& connection,
+                                         const std::vector<PlacedDisplay>& known) {
   xcb_connection_t* const xcb = connection.get();
   const xcb_window_t root = connection.screen().root;
   Reply<xcb_randr_get_monitors_reply_t> monitors;
@@ -69,8 +105,11 @@ std::vector<PlacedDisplay> QueryDisplays(Connection& connection) {
         connection.AwaitShort<xcb_get_geometry_reply_t>(xcb_get_geometry(xcb, root).sequence);
   }
   if (!geometry || (connection.hasMonitors() && !monitors)) return {};
-  return PlaceDisplays(monitors ? MonitorsOf(monitors.get()) : std::vector<Monitor>(),
-                       geometry->width, geometry->height, connection.format().pixels);
+  std::vector<PlacedDisplay> displays =
+      PlaceDisplays(monitors ? MonitorsOf(monitors.get()) : std::vector<Monitor>(), geometry->width,
+                    geometry->height, connection.format().pixels);
+  NameDisplays(connection, displays, known);
+  return connection.isLost() ? std::vector<PlacedDisplay>() : displays;
 }
 
 }  // namespace qrv::desktop

@@ -33,9 +33,11 @@ struct PlacedDisplay {
 std::vector<PlacedDisplay> PlaceDisplays(const std::vector<Monitor>& monitors, int32_t rootWidth,
                                          int32_t rootHeight, const PixelFormat& format);
 
-// Asks the server for its monitors and its root window's size, in one round trip. Empty when the
-// connection is lost or the server does not tell.
-std::vector<PlacedDisplay> QueryDisplays(Connection& connection);
+// Asks the server for its monitors and its root window's size, in one round trip, and in another
+// for the names of monitors that are not among the displays known before. Empty when the connection
+// is lost or the server does not tell.
+std::vector<PlacedDisplay> QueryDisplays(Connection& connection,
+                                         const std::vector<PlacedDisplay>& known);
 
 }  // namespace qrv::desktop
 

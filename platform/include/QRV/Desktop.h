@@ -47,6 +47,10 @@ struct Display {
   int32_t bitsPerSample = 0;       // 8, 10, 5 or 8 (one sample)
   int32_t samplesPerPixel = 0;     // 3, or 1 for a screen of 8 bits per pixel
   int16_t quickDrawPixelSize = 0;  // 32, 16 or 8
+  // As the desktop calls it: "HDMI-1". Cut at the end where it is longer; empty without one.
+  char name[64] = "";
+
+  bool operator==(const Display&) const = default;
 };
 
 // A captured rectangle: rows from top to bottom, 4 bytes a pixel: blue, green, red, unused.
@@ -103,6 +107,10 @@ unsigned TakeStrategies() noexcept;
 // desktop" when there is none.
 const char* DesktopName() noexcept;
 
+// The way that the desktop's pixels come: "MIT-SHM", "wlr-screencopy"; "" while nothing is known of
+// it.
+const char* DesktopWay() noexcept;
+
 // Why the last refresh found no desktop, or why, since then, a display is missing from what was
 // captured; and what a person may do about it, as a sentence.
 const char* DesktopProblem() noexcept;
@@ -111,6 +119,10 @@ const char* DesktopAdvice() noexcept;
 // What is worth knowing of a capture that succeeded: that it was slower than it need be, or of a
 // desktop that was only taken for want of another.
 const char* DesktopNote() noexcept;
+
+// Has `tell` called, with what is being waited for in one line, when a capture waits for a person:
+// a desktop may ask whether it is allowed. Null for nobody.
+void DesktopTellsOfWaiting(void (*tell)(const char* words)) noexcept;
 
 // The choices of a desktop, for a person: "x11, x11:DISPLAY, virtual or virtual:LAYOUT".
 const char* DesktopChoices() noexcept;

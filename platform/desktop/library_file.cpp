@@ -1,5 +1,4 @@
-#include "platform/corefoundation/library_file.h"
-
+// Shared libraries as files, looked at before the loader maps them.
 #include <elf.h>
 #include <link.h>
 
@@ -8,11 +7,12 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <system_error>
 #include <vector>
 
-namespace qrv::corefoundation {
+namespace qrv {
 namespace {
 
 using Header = ElfW(Ehdr);
@@ -32,9 +32,9 @@ bool IsOwnKind(const Header& header) {
          header.e_type == ET_DYN && header.e_phentsize == sizeof(Segment);
 }
 
-}  // namespace
-
-bool IsCompleteLibrary(const std::filesystem::path& path) {
+// The loader itself would wait for the writer of a pipe, and fault in a file that is still being
+// copied.
+bool IsComplete(const std::filesystem::path& path) {
   std::error_code error;
   if (!std::filesystem::is_regular_file(path, error)) return false;
   const uint64_t size = std::filesystem::file_size(path, error);
@@ -49,10 +49,12 @@ bool IsCompleteLibrary(const std::filesystem::path& path) {
   });
 }
 
-}  // namespace qrv::corefoundation
+}  // namespace
 
-bool qrv::IsWholeLibrary(const char* path) noexcept try {
-  return corefoundation::IsCompleteLibrary(path);
+bool IsWholeLibrary(const char* path) noexcept try {
+  return IsComplete(path);
 } catch (const std::exception&) {
   return false;
 }
+
+}  // namespace qrv

@@ -1,0 +1,41 @@
+// How an output's pixels lie in what it sends, and how they come upright.
+#ifndef PLATFORM_DESKTOP_ORIENTATION_H_
+#define PLATFORM_DESKTOP_ORIENTATION_H_
+
+#include <QRV/Desktop.h>
+
+#include <cstdint>
+
+namespace qrv::desktop {
+
+// Turned by that many degrees against the clock, after being mirrored left to right if it is
+// mirrored. The numbers are wl_output's transforms.
+enum class Orientation : uint32_t {
+  kUpright,
+  kTurned90,
+  kTurned180,
+  kTurned270,
+  kMirrored,
+  kMirrored90,
+  kMirrored180,
+  kMirrored270
+};
+
+inline Orientation OrientationOf(uint32_t transform) {
+  return transform < 8 ? static_cast<Orientation>(transform) : Orientation::kUpright;
+}
+
+inline bool SwapsSides(Orientation orientation) {
+  return (static_cast<uint32_t>(orientation) & 1) != 0;
+}
+
+// A part of an upright picture of that size, as it lies in the pixels before they come upright.
+PixelRect PartBefore(Orientation orientation, int32_t width, int32_t height, const PixelRect& part);
+
+// The same pixels upright. `isInverted`: its rows come from bottom to top. Empty when there is no
+// memory.
+Frame Upright(const Frame& frame, Orientation orientation, bool isInverted);
+
+}  // namespace qrv::desktop
+
+#endif  // PLATFORM_DESKTOP_ORIENTATION_H_

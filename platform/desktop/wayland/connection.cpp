@@ -1,0 +1,234 @@
+#include "platform/desktop/wayland/connection.h"
+
+#include <poll.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <utility>
+
+#include "platform/desktop/socket.h"
+#include "platform/desktop/wayland/protocol.h"
+
+namespace qrv::desktop::wayland {
+namespace {
+
+// A message is the object's number, then its size in bytes above the number of the request or
+// event, then the arguments; all in words of this machine's byte order.
+constexpr size_t kHeaderWords = 2;
+constexpr size_t kReceiveWords = 4096;
+constexpr size_t kMaxComplaint = 160;
+constexpr uint32_t kDisplay = 1;
+
+size_t WordsOf(size_t bytes) { return (bytes + 3) / 4; }
+
+std::string InOneLine(std::string words) {
+  words.resize(std::min(words.size(), kMaxComplaint));
+  std::replace_if(
+      words.begin(), words.end(), [](unsigned char c) { return c < ' ' || c == 127; }, ' ');
+  return words;
+}
+
+}  // namespace
+
+uint32_t Arguments::TakeUint() {
+  if (words_.empty()) {
+    isBroken_ = true;
+    return 0;
+  }
+  const uint32_t word = words_.front();
+  words_ = words_.subspan(1);
+  return word;
+}
+
+// Its size with the zero at the end, then the bytes, filled up to whole words.
+std::string Arguments::TakeString() {
+  const size_t bytes = TakeUint();
+  if (bytes == 0) return {};
+  if (WordsOf(bytes) > words_.size()) {
+    isBroken_ = true;
+    return {};
+  }
+  std::string text(reinterpret_cast<const char*>(words_.data()), bytes - 1);
+  words_ = words_.subspan(WordsOf(bytes));
+  return text;
+}
+
+std::unique_ptr<Connection> Connection::Open(const std::string& path, Deadline deadline,
+                                             std::string& problem, bool& timedOut) {
+  UniqueFd socket = ConnectLocal(path, deadline);
+  if (!socket) {
+    timedOut = Clock::now() >= deadline;
+    problem =
+        "the Wayland compositor at " + path + (timedOut ? " does not answer" : " can't be reached");
+    return nullptr;
+  }
+  std::unique_ptr<Connection> connection(new Connection(std::move(socket)));
+  connection->BeginWaiting(deadline);
+  return connection;
+}
+
+Connection::Connection(UniqueFd socket) : socket_(std::move(socket)), received_(kReceiveWords) {
+  NewObject();  // 0 is no object
+  NewObject([this](uint32_t event, Arguments& arguments) { HandleDisplayEvent(event, arguments); });
+}
+
+void Connection::BeginWaiting(Deadline deadline) {
+  deadline_ = deadline;
+  if (!socket_.IsOurs()) Lose();
+}
+
+uint32_t Connection::NewObject(Handler handler) {
+  // The compositor wants numbers without gaps.
+  if (!unused_.empty()) {
+    const uint32_t object = unused_.back();
+    unused_.pop_back();
+    handlers_[object] = std::move(handler);
+    return object;
+  }
+  handlers_.push_back(std::move(handler));
+  return static_cast<uint32_t>(handlers_.size() - 1);
+}
+
+void Connection::Begin(uint32_t object, uint32_t request, size_t words) {
+  toSend_.reserve(toSend_.size() + kHeaderWords + words);
+  toSend_.push_back(object);
+  toSend_.push_back(static_cast<uint32_t>((kHeaderWords + words) * 4) << 16 | request);
+}
+
+void Connection::Send(uint32_t object, uint32_t request, std::initializer_list<uint32_t> words,
+                      int fd) {
+  // A descriptor goes with the first byte that is sent with it.
+  if (fd >= 0 && !Flush()) return;
+  Begin(object, request, words.size());
+  toSend_.insert(toSend_.end(), words);
+  if (fd < 0) return;
+  iovec bytes = {toSend_.data(), toSend_.size() * 4};
+  alignas(cmsghdr) char control[CMSG_SPACE(sizeof fd)] = {};
+  msghdr message = {};
+  message.msg_iov = &bytes;
+  message.msg_iovlen = 1;
+  message.msg_control = control;
+  message.msg_controllen = sizeof control;
+  cmsghdr* const rights = CMSG_FIRSTHDR(&message);
+  rights->cmsg_level = SOL_SOCKET;
+  rights->cmsg_type = SCM_RIGHTS;
+  rights->cmsg_len = CMSG_LEN(sizeof fd);
+  std::memcpy(CMSG_DATA(rights), &fd, sizeof fd);
+  // The queue was empty: so small a message goes in one piece.
+  if (sendmsg(socket_.get(), &message, MSG_DONTWAIT | MSG_NOSIGNAL) !=
+      static_cast<ssize_t>(bytes.iov_len)) {
+    Lose();
+  }
+  toSend_.clear();
+}
+
+void Connection::SendBind(uint32_t registry, uint32_t name, std::string_view interface,
+                          uint32_t version, uint32_t object) {
+  const size_t stringBytes = interface.size() + 1;
+  Begin(registry, kRegistryBind, 4 + WordsOf(stringBytes));
+  toSend_.push_back(name);
+  toSend_.push_back(static_cast<uint32_t>(stringBytes));
+  const size_t at = toSend_.size();
+  toSend_.resize(at + WordsOf(stringBytes));
+  std::memcpy(&toSend_[at], interface.data(), interface.size());
+  toSend_.push_back(version);
+  toSend_.push_back(object);
+}
+
+bool Connection::AwaitRoundTrip() {
+  bool isDone = false;
+  const uint32_t callback = NewObject([&isDone](uint32_t, Arguments&) { isDone = true; });
+  Send(kDisplay, kDisplaySync, {callback});
+  const bool isAnswered = Await([&] { return isDone; });
+  if (!isAnswered) Drop(callback);
+  return isAnswered;
+}
+
+// Sends what there is to send, and handles what comes first.
+bool Connection::Exchange() {
+  if (!Flush() || !WaitFor(socket_.get(), POLLIN, deadline_)) {
+    timedOut_ = !isLost_;
+    Lose();
+    return false;
+  }
+  if (Clock::now() >= deadline_) timedOut_ = true;  // it sends without end
+  if (timedOut_ || !Receive() || !HandleReceived()) Lose();
+  return !isLost_;
+}
+
+bool Connection::Flush() {
+  const auto* bytes = reinterpret_cast<const char*>(toSend_.data());
+  size_t left = toSend_.size() * 4;
+  while (left > 0 && !isLost_) {
+    const ssize_t sent = send(socket_.get(), bytes, left, MSG_DONTWAIT | MSG_NOSIGNAL);
+    if (sent > 0) {
+      bytes += sent;
+      left -= static_cast<size_t>(sent);
+    } else if (errno == EAGAIN) {
+      if (!WaitFor(socket_.get(), POLLOUT, deadline_)) {
+        timedOut_ = true;
+        Lose();
+      }
+    } else if (errno != EINTR) {
+      // What it said before it closed the connection tells why.
+      while (Receive() && HandleReceived()) {
+      }
+      Lose();
+    }
+  }
+  toSend_.clear();
+  return !isLost_;
+}
+
+// False at the end of the connection, and when nothing is there.
+bool Connection::Receive() {
+  auto* const bytes = reinterpret_cast<char*>(received_.data());
+  for (;;) {
+    const ssize_t count = recv(socket_.get(), bytes + receivedBytes_,
+                               received_.size() * 4 - receivedBytes_, MSG_DONTWAIT);
+    if (count < 0 && errno == EINTR) continue;
+    if (count <= 0) return false;
+    receivedBytes_ += static_cast<size_t>(count);
+    return true;
+  }
+}
+
+// False when a message makes no sense.
+bool Connection::HandleReceived() {
+  size_t at = 0;
+  while (receivedBytes_ / 4 - at >= kHeaderWords) {
+    const uint32_t object = received_[at];
+    const size_t bytes = received_[at + 1] >> 16;
+    const uint32_t event = received_[at + 1] & 0xFFFF;
+    if (bytes < kHeaderWords * 4 || bytes % 4 != 0 || bytes > received_.size() * 4) return false;
+    if (bytes > receivedBytes_ - at * 4) break;
+    Arguments arguments(
+        std::span<const uint32_t>(received_).subspan(at + kHeaderWords, bytes / 4 - kHeaderWords));
+    // A copy, for it may make objects. Events of objects that are no more cross with their end.
+    if (object < handlers_.size()) {
+      if (const Handler handler = handlers_[object]) handler(event, arguments);
+    }
+    if (arguments.isBroken() || isLost_) return false;
+    at += bytes / 4;
+  }
+  receivedBytes_ -= at * 4;
+  std::memmove(received_.data(), &received_[at], receivedBytes_);
+  return true;
+}
+
+void Connection::HandleDisplayEvent(uint32_t event, Arguments& arguments) {
+  if (event == kDisplayError) {
+    arguments.TakeUint();  // the object
+    arguments.TakeUint();  // the code
+    complaint_ = InOneLine(arguments.TakeString());
+    Lose();
+  } else if (event == kDisplayDeleteId) {
+    const uint32_t object = arguments.TakeUint();
+    if (object <= kDisplay || object >= handlers_.size()) return;
+    handlers_[object] = nullptr;
+    unused_.push_back(object);
+  }
+}
+
+}  // namespace qrv::desktop::wayland

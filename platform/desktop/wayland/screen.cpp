@@ -1,0 +1,206 @@
+#include "platform/desktop/wayland/screen.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <iterator>
+#include <string_view>
+#include <utility>
+
+#include "platform/desktop/pixel_format.h"
+#include "platform/desktop/wayland/protocol.h"
+
+namespace qrv::desktop::wayland {
+namespace {
+
+constexpr std::string_view kOutputInterface = "wl_output";
+constexpr uint32_t kOutputVersion = 4;  // tells its name
+constexpr uint32_t kReleasableVersion = 3;
+constexpr uint32_t kNamedByXdgVersion = 2;
+
+struct WantedGlobal {
+  std::string_view interface;
+  uint32_t version;  // the latest that is understood here
+};
+// By Global.
+constexpr WantedGlobal kWanted[kGlobals] = {{"wl_shm", 1},
+                                            {"zxdg_output_manager_v1", 3},
+                                            {"zwlr_screencopy_manager_v1", 3},
+                                            {"ext_output_image_capture_source_manager_v1", 1},
+                                            {"ext_image_copy_capture_manager_v1", 1}};
+
+// Sides of an output, in pixels or units, and how far it may be from the origin.
+constexpr int32_t kMaxSide = 32767;
+constexpr int32_t kMaxDistance = 1 << 20;
+
+bool IsSide(int32_t side) { return side > 0 && side <= kMaxSide; }
+bool IsPlace(int32_t place) { return place >= -kMaxDistance && place <= kMaxDistance; }
+
+// False for an output that shows nothing.
+bool Place(const Output& output, PlacedOutput& placed) {
+  placed.object = output.object;
+  placed.orientation = OrientationOf(output.transform);
+  Display& display = placed.display;
+  display.id = output.name;
+  display.pixelWidth = output.modeWidth;
+  display.pixelHeight = output.modeHeight;
+  if (SwapsSides(placed.orientation)) std::swap(display.pixelWidth, display.pixelHeight);
+  placed.logical = output.logical;
+  if (placed.logical.width == 0) {
+    const int32_t scale = std::max(output.scale, 1);
+    placed.logical = {output.x, output.y, display.pixelWidth / scale, display.pixelHeight / scale};
+  }
+  SetDepth(32, display);  // that is how compositors keep pixels, whatever they send to the screen
+  std::snprintf(display.name, sizeof display.name, "%s", output.label.c_str());
+  return IsSide(display.pixelWidth) && IsSide(display.pixelHeight) &&
+         IsSide(placed.logical.width) && IsSide(placed.logical.height) &&
+         IsPlace(placed.logical.x) && IsPlace(placed.logical.y);
+}
+
+void HandleOutputEvent(Output& output, uint32_t event, Arguments& arguments) {
+  switch (event) {
+    case kOutputGeometry: {
+      output.x = arguments.TakeInt();
+      output.y = arguments.TakeInt();
+      arguments.TakeInt();     // width in millimetres
+      arguments.TakeInt();     // height
+      arguments.TakeInt();     // order of a pixel's colours on the glass
+      arguments.TakeString();  // make
+      arguments.TakeString();  // model
+      output.transform = arguments.TakeUint();
+      break;
+    }
+    case kOutputMode: {
+      const bool isCurrent = (arguments.TakeUint() & kModeIsCurrent) != 0;
+      const int32_t width = arguments.TakeInt();
+      const int32_t height = arguments.TakeInt();
+      if (!isCurrent) break;
+      output.modeWidth = width;
+      output.modeHeight = height;
+      break;
+    }
+    case kOutputScale:
+      output.scale = arguments.TakeInt();
+      break;
+    case kOutputName:
+      output.label = arguments.TakeString();
+      break;
+    default:
+      break;
+  }
+}
+
+void HandleLogicalEvent(Output& output, uint32_t event, Arguments& arguments) {
+  switch (event) {
+    case kXdgOutputPosition:
+      output.logical.x = arguments.TakeInt();
+      output.logical.y = arguments.TakeInt();
+      break;
+    case kXdgOutputSize:
+      output.logical.width = arguments.TakeInt();
+      output.logical.height = arguments.TakeInt();
+      break;
+    case kXdgOutputName:
+      output.label = arguments.TakeString();
+      break;
+    default:
+      break;
+  }
+}
+
+}  // namespace
+
+std::vector<PlacedOutput> PlaceOutputs(const std::vector<std::unique_ptr<Output>>& outputs) {
+  std::vector<PlacedOutput> all;
+  for (const auto& output : outputs) {
+    PlacedOutput placed;
+    if (Place(*output, placed)) all.push_back(placed);
+  }
+  if (all.empty()) return all;
+  const auto main = std::find_if(all.begin(), all.end(), [](const PlacedOutput& each) {
+    return each.logical.x == 0 && each.logical.y == 0;
+  });
+  if (main != all.end()) std::rotate(all.begin(), main, main + 1);
+  const PixelRect origin = all.front().logical;
+  for (PlacedOutput& each : all) {
+    each.display.bounds = {each.logical.x - origin.x, each.logical.y - origin.y, each.logical.width,
+                           each.logical.height};
+  }
+  return all;
+}
+
+bool Screen::Update() {
+  if (registry_ == 0) {
+    registry_ = connection_.NewObject(
+        [this](uint32_t event, Arguments& arguments) { HandleRegistryEvent(event, arguments); });
+    connection_.Send(1, kDisplayGetRegistry, {registry_});
+    if (!connection_.AwaitRoundTrip()) return false;
+  }
+  // What has changed since comes before the answer; and what new outputs tell, with the next.
+  if (!connection_.AwaitRoundTrip()) return false;
+  return !AskForLogicalPlaces() || connection_.AwaitRoundTrip();
+}
+
+void Screen::HandleRegistryEvent(uint32_t event, Arguments& arguments) {
+  const uint32_t name = arguments.TakeUint();
+  if (event == kRegistryGlobal) {
+    const std::string interface = arguments.TakeString();
+    Bind(name, interface, arguments.TakeUint());
+  } else if (event == kRegistryGlobalRemove) {
+    RemoveOutput(name);
+  }
+}
+
+void Screen::Bind(uint32_t name, const std::string& interface, uint32_t version) {
+  if (interface == kOutputInterface) {
+    BindOutput(name, version);
+    return;
+  }
+  for (size_t i = 0; i < kGlobals; ++i) {
+    if (interface != kWanted[i].interface || globals_[i].object != 0) continue;
+    globals_[i] = {connection_.NewObject(), std::min(version, kWanted[i].version)};
+    connection_.SendBind(registry_, name, interface, globals_[i].version, globals_[i].object);
+  }
+}
+
+void Screen::BindOutput(uint32_t name, uint32_t version) {
+  auto& output = *outputs_.emplace_back(std::make_unique<Output>());
+  output.name = name;
+  output.version = std::min(version, kOutputVersion);
+  output.object = connection_.NewObject([&output](uint32_t event, Arguments& arguments) {
+    HandleOutputEvent(output, event, arguments);
+  });
+  connection_.SendBind(registry_, name, kOutputInterface, output.version, output.object);
+}
+
+// Whether anything was asked for.
+bool Screen::AskForLogicalPlaces() {
+  const BoundGlobal& manager = global(Global::kXdgOutputManager);
+  if (manager.object == 0) return true;  // new outputs have yet to tell of themselves
+  bool isAsked = false;
+  for (const auto& each : outputs_) {
+    if (each->logicalObject != 0) continue;
+    Output& output = *each;
+    output.logicalObject = connection_.NewObject([&output](uint32_t event, Arguments& arguments) {
+      HandleLogicalEvent(output, event, arguments);
+    });
+    connection_.Send(manager.object, kXdgOutputManagerGet, {output.logicalObject, output.object});
+    isAsked = true;
+  }
+  return isAsked;
+}
+
+void Screen::RemoveOutput(uint32_t name) {
+  const auto found = std::find_if(outputs_.begin(), outputs_.end(),
+                                  [name](const auto& each) { return each->name == name; });
+  if (found == outputs_.end()) return;
+  const Output& output = **found;
+  if (output.logicalObject != 0) connection_.Destroy(output.logicalObject, kXdgOutputDestroy);
+  if (output.version >= kReleasableVersion) {
+    connection_.Destroy(output.object, kOutputRelease);
+  } else {
+    connection_.Drop(output.object);
+  }
+  outputs_.erase(found);
+}
+
+}  // namespace qrv::desktop::wayland

@@ -1,0 +1,25 @@
+// Shared memory that this process makes and a Wayland compositor writes captured pixels into.
+#ifndef PLATFORM_DESKTOP_WAYLAND_SEGMENTS_H_
+#define PLATFORM_DESKTOP_WAYLAND_SEGMENTS_H_
+
+#include "platform/desktop/segments.h"
+#include "platform/desktop/wayland/connection.h"
+
+namespace qrv::desktop::wayland {
+
+// A segment's id is that of its wl_shm_pool.
+class WaylandSegments : public SegmentPool {
+ public:
+  WaylandSegments(Connection& connection, uint32_t shm) : connection_(connection), shm_(shm) {}
+
+ private:
+  std::shared_ptr<Segment> Create(size_t size, const char*& refusal) override;
+  void TellToForget(const Segment& segment) override;
+
+  Connection& connection_;
+  uint32_t shm_;
+};
+
+}  // namespace qrv::desktop::wayland
+
+#endif  // PLATFORM_DESKTOP_WAYLAND_SEGMENTS_H_

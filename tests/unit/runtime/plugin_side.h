@@ -39,12 +39,11 @@ struct PluginSide {
   static REALpictureStruct* NewPicture(long width = 1, long height = 1, long depth = 32) {
     return Call<REALpictureStruct*>("newPicture", width, height, depth);
   }
-  static bool Lock(REALpictureStruct* picture, long type = kBitmap) {
-    REALpictureDescription description = {};
-    return Lock(picture, type, description);
-  }
-  static bool Lock(REALpictureStruct* picture, long type, REALpictureDescription& description) {
-    return Call<bool>("REALLockPictureDescription", picture, &description, type);
+  static bool Lock(REALpictureStruct* picture, long type = kBitmap,
+                   REALpictureDescription* description = nullptr) {
+    REALpictureDescription unseen = {};
+    return Call<bool>("REALLockPictureDescription", picture,
+                      description != nullptr ? description : &unseen, type);
   }
   static void Unlock(REALpictureStruct* picture) { Call("unlockPictureDescription", picture); }
   static REALpictureStruct* MaskOf(REALpictureStruct* picture, unsigned char create = 1) {
@@ -56,9 +55,6 @@ struct PluginSide {
   static void Release(REALobjectStruct* object) { Call("REALUnlockObject", object); }
   static void Release(REALpictureStruct* picture) {
     Release(reinterpret_cast<REALobjectStruct*>(picture));
-  }
-  static void* ObjectMethod(REALobjectStruct* object, const char* declaration) {
-    return Call<void*>("REALLoadObjectMethod", object, declaration);
   }
 
   Host host;

@@ -2,19 +2,19 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/unit/runtime/plugin_side.h"
+#include "runtime/entry_points.h"
 
 namespace qrv::runtime {
 namespace {
 
 TEST(Host, OffersWhatItsVersionHas) {
   for (const std::optional<double> version : {std::optional(2013.0), {2012.99}, {}}) {
-    const PluginSide plugin(Version(version));
+    const Host host({.version = version});
     const bool hasStringData = version == 2013.0;
-    EXPECT_EQ(plugin.Has("PluginGetStringData"), hasStringData);
-    EXPECT_EQ(plugin.Has("PluginDisposeStringData"), hasStringData);
-    EXPECT_EQ(plugin.Has("REALGetRBVersion"), version.has_value());
-    EXPECT_FALSE(plugin.Has("UnlockPictureDescription"));
+    EXPECT_EQ(ResolveEntryPoint("PluginGetStringData") != nullptr, hasStringData);
+    EXPECT_EQ(ResolveEntryPoint("PluginDisposeStringData") != nullptr, hasStringData);
+    EXPECT_EQ(ResolveEntryPoint("REALGetRBVersion") != nullptr, version.has_value());
+    EXPECT_EQ(ResolveEntryPoint("UnlockPictureDescription"), nullptr);
   }
 }
 
@@ -28,7 +28,7 @@ TEST(Host, TellsWhatIsWrongWithAPluginFile) {
        "not a plug-in: not a library for this machine, or only part of one"},
       {build + "/libScreenshotPlatform.so", "not a plug-in: it has no REALPluginMain"}};
   for (const auto& [path, problem] : files) {
-    Host host{HostOptions()};
+    Host host({});
     std::string error;
     EXPECT_FALSE(host.LoadPlugin(path, error));
     EXPECT_EQ(error, path + ": " + problem);
@@ -36,12 +36,10 @@ TEST(Host, TellsWhatIsWrongWithAPluginFile) {
 }
 
 TEST(Host, ConvertsStringsToRawBytesOnly) {
-  PluginSide plugin;
-  REALstringStruct* string = plugin.host.NewString("\xE4", 0x201);
-  const unsigned long utf8 = 0x08000100;
-  const unsigned long rawBytes = kRawBytesEncoding;
-  EXPECT_EQ(plugin.Call<void*>("REALConvertString", string, utf8), nullptr);
-  auto* raw = plugin.Call<REALstringStruct*>("REALConvertString", string, rawBytes);
+  Host host({});
+  REALstringStruct* const string = host.NewString("\xE4", 0x201);
+  EXPECT_EQ(ConvertString(string, 0x08000100), nullptr);
+  const REALstringStruct* const raw = ConvertString(string, kRawBytesEncoding);
   ASSERT_NE(raw, nullptr);
   EXPECT_NE(raw, string);
   EXPECT_EQ(Host::Bytes(raw), "\xE4");

@@ -9,7 +9,7 @@
 namespace qrv::desktop {
 namespace {
 
-using ::qrv::testing::ScopedVariable;
+using testing::ScopedVariable;
 
 // What the environment asks for, and what is shown: the width of the last display, or 0.
 struct Choice {
@@ -56,8 +56,8 @@ TEST(Session, FollowsTheChoiceFromListToList) {
 }
 
 TEST(Session, TakesTheServerOfDisplayAndFollowsItsChange) {
-  const qrv::testing::Xvfb small("320x200x24");
-  const qrv::testing::Xvfb large("640x480x24");
+  const testing::Xvfb small("320x200x24");
+  const testing::Xvfb large("640x480x24");
   ExpectShown({nullptr, small.display().c_str(), 320, "X11 " + small.display()});
   ExpectShown({nullptr, large.display().c_str(), 640, "X11 " + large.display()});
 }

@@ -18,13 +18,6 @@
 namespace qrv::desktop {
 namespace {
 
-using ::qrv::testing::CountOpenFiles;
-using ::qrv::testing::Fork;
-using ::qrv::testing::RgbImage;
-using ::qrv::testing::RunProgram;
-using ::qrv::testing::ScopedVariable;
-using ::qrv::testing::WaitForEnd;
-using ::qrv::testing::Xvfb;
 using std::chrono::steady_clock;
 
 using Arguments = std::vector<std::string>;
@@ -65,10 +58,10 @@ struct Screen {
     return wrong;
   }
 
-  Xvfb server;
+  testing::Xvfb server;
   std::unique_ptr<Desktop> desktop;
   std::vector<Display> displays;
-  RgbImage seen;  // by another program
+  testing::RgbImage seen;  // by another program
   bool isGone = false;
 };
 
@@ -104,7 +97,7 @@ PixelRect AreaOfMonitor(int index) {
 }
 
 // Makes that many monitors come, one of them primary, or go.
-void ChangeMonitors(const Xvfb& server, const char* change, int count, int primary) {
+void ChangeMonitors(const testing::Xvfb& server, const char* change, int count, int primary) {
   Arguments command = {"xrandr"};
   for (int i = 0; i < count; ++i) {
     const auto [x, y, width, height] = AreaOfMonitor(i);
@@ -156,7 +149,7 @@ TEST(X11Desktop, HasNoPixelsOfADisplayThatShrank) {
 TEST(X11Desktop, LeavesAHeldFrameUnchangedWhateverBecomesOfTheServer) {
   Screen screen;
   screen.Fill(5);
-  const RgbImage before = screen.seen;
+  const testing::RgbImage before = screen.seen;
   const Frame held = screen.CaptureWhole();
   screen.Fill(6);
   EXPECT_EQ(screen.CountWrongPixels(screen.CaptureWhole()), 0);
@@ -179,7 +172,7 @@ TEST(X11Desktop, FailsInTimeWhenItsServerStopsInTheMiddle) {
   const std::chrono::duration<double, std::micro> whole = steady_clock::now() - start;
   int stopped = 0;
   for (const double part : {0.25, 0.5, 0.75}) {
-    const pid_t stopper = Fork([&] {
+    const pid_t stopper = testing::Fork([&] {
       usleep(static_cast<useconds_t>(whole.count() * part));
       return kill(screen.server.pid(), SIGSTOP);
     });
@@ -190,7 +183,7 @@ TEST(X11Desktop, FailsInTimeWhenItsServerStopsInTheMiddle) {
                 "X server " + screen.server.display() + " does not answer");
     }
     EXPECT_LT(steady_clock::now() - start, std::chrono::seconds(5));
-    WaitForEnd(stopper);
+    testing::WaitForEnd(stopper);
     screen.server.Continue();
     screen.List();
     EXPECT_TRUE(screen.CaptureWhole()) << screen.desktop->Problem();
@@ -200,37 +193,38 @@ TEST(X11Desktop, FailsInTimeWhenItsServerStopsInTheMiddle) {
 
 // A server that lets in only who knows the cookie of an authority file.
 TEST(GuardedServer, SaysWhyItRefusesAndXcbWritesNothing) {
-  const qrv::testing::ScratchFolder folder;
+  const testing::ScratchFolder folder;
   const std::string file = folder.File("authority");
   const auto addCookie = [&](const std::string& display) {
-    RunProgram({"xauth", "-f", file, "add", display, ".", "00112233445566778899aabbccddeeff"});
+    testing::RunProgram(
+        {"xauth", "-f", file, "add", display, ".", "00112233445566778899aabbccddeeff"});
   };
   addCookie(":0");
-  const Xvfb server("320x200x24", {"-auth", file});
+  const testing::Xvfb server("320x200x24", {"-auth", file});
   addCookie(server.display());
   const auto desktop = OpenX11Desktop(server.display());
   std::vector<Display> displays;
   {
-    const ScopedVariable none("XAUTHORITY", "/nonexistent");
+    const testing::ScopedVariable none("XAUTHORITY", "/nonexistent");
     ::testing::internal::CaptureStderr();
     EXPECT_FALSE(desktop->ListDisplays(displays));
     EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
     EXPECT_NE(std::string(desktop->Problem()).find("refuses the connection: "), std::string::npos);
   }
-  const ScopedVariable authority("XAUTHORITY", file.c_str());
+  const testing::ScopedVariable authority("XAUTHORITY", file.c_str());
   EXPECT_TRUE(desktop->ListDisplays(displays)) << desktop->Problem();
 }
 
 TEST(X11Desktop, LeavesTheConnectionToTheProcessThatOpenedIt) {
   Screen screen;
-  const pid_t child = Fork([&] {
+  const pid_t child = testing::Fork([&] {
     const bool isInherited = !screen.CaptureWhole();
     return isInherited && screen.List() == 1 && screen.CaptureWhole() ? 0 : 1;
   });
-  EXPECT_EQ(WaitForEnd(child), 0);
-  const auto files = CountOpenFiles();
+  EXPECT_EQ(testing::WaitForEnd(child), 0);
+  const auto files = testing::CountOpenFiles();
   EXPECT_TRUE(screen.CaptureWhole()) << screen.desktop->Problem();
-  EXPECT_EQ(CountOpenFiles(), files);  // no second connection
+  EXPECT_EQ(testing::CountOpenFiles(), files);  // no second connection
 }
 
 TEST(X11Geometry, CutsMonitorsToTheRootWindow) {

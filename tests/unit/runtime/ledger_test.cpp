@@ -71,6 +71,7 @@ TEST(Ledger, TellsWhatIsHeldAndWhatWasDoneWrong) {
       {"string lock-string", {.strings = 1, .references = 2, .stringLocks = 1}},
       {"string lock-string unlock-string unlock-string", {}},
       {"string unlock-string unlock-string", {.violations = 1}},
+      {"string release-string release-string", {.violations = 1}},
       {"string lock-string release-string release-string", {.violations = 1}},
       {"string data", {.strings = 1, .references = 1, .stringDataBuffers = 1}},
       {"string data dispose dispose", {.strings = 1, .references = 1, .violations = 1}},

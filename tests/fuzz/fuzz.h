@@ -41,7 +41,8 @@ inline runtime::HostOptions PickHost(FuzzedDataProvider& input) {
   options.application = input.PickValueInArray(
       {ApplicationKind::kDesktop, ApplicationKind::kConsole, ApplicationKind::kWeb});
   options.picturesHaveAlpha = input.ConsumeBool();
-  options.version = input.PickValueInArray({0.0, 2010.0, 2011.04, 2012.0, 2012.99, 2013.0, 2013.03});
+  options.version =
+      input.PickValueInArray({0.0, 2010.0, 2011.04, 2012.0, 2012.99, 2013.0, 2013.03});
   const int kind = input.ConsumeIntegralInRange(0, 7);
   if (kind == 0) options.version.reset();
   if (kind == 1) options.version = input.ConsumeFloatingPoint<double>();

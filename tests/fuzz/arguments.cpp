@@ -3,7 +3,9 @@
 
 #include "cli/arguments.h"
 
+#include <algorithm>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -15,18 +17,11 @@ namespace {
 
 using cli::Arguments;
 
-// No argument can hold a zero byte.
-std::vector<std::string> SplitLines(const uint8_t* data, size_t size) {
-  std::vector<std::string> lines = {"qrvshot"};
-  if (size > 0) lines.emplace_back();
-  for (size_t i = 0; i < size; ++i) {
-    if (data[i] == '\n' || data[i] == 0) {
-      lines.emplace_back();
-    } else {
-      lines.back() += static_cast<char>(data[i]);
-    }
-  }
-  return lines;
+std::optional<Arguments> Parse(const std::vector<std::string>& lines) {
+  std::vector<const char*> words = {"qrvshot"};
+  for (const std::string& line : lines) words.push_back(line.c_str());
+  words.push_back(nullptr);
+  return cli::ParseArguments(static_cast<int>(words.size()) - 1, words.data());
 }
 
 void Check(const Arguments& arguments) {
@@ -40,15 +35,13 @@ void Check(const Arguments& arguments) {
   Require(arguments.command != cli::ConvertRaw || !arguments.input.empty(), "an input");
 }
 
-std::optional<Arguments> Parse(const std::vector<std::string>& lines) {
-  std::vector<const char*> words;
-  words.reserve(lines.size() + 1);
-  for (const std::string& line : lines) words.push_back(line.c_str());
-  words.push_back(nullptr);
-  return cli::ParseArguments(static_cast<int>(lines.size()), words.data());
-}
-
-void Run(const std::vector<std::string>& lines) {
+// No argument can hold a zero byte.
+void Run(std::string text) {
+  std::replace(text.begin(), text.end(), '\0', '\n');
+  std::istringstream stream(text);
+  std::vector<std::string> lines;
+  for (std::string line; std::getline(stream, line);) lines.push_back(line);
+  if (text.ends_with('\n')) lines.emplace_back();
   try {
     const auto arguments = Parse(lines);
     if (arguments) Check(*arguments);
@@ -59,16 +52,16 @@ void Run(const std::vector<std::string>& lines) {
 
 // A refusal ends the program.
 void RunRectangle(FuzzedDataProvider input) {
-  std::string text = "--rect=";
-  int32_t numbers[4];
-  for (int32_t& each : numbers) {
-    each = input.ConsumeIntegral<int32_t>();
-    text += (&each == numbers ? "" : ",") + std::to_string(each);
+  cli::Rect r = {};
+  std::string text;
+  for (int32_t* number : {&r.left, &r.top, &r.width, &r.height}) {
+    *number = input.ConsumeIntegral<int32_t>();
+    text += (text.empty() ? "--rect=" : ",") + std::to_string(*number);
   }
-  const auto arguments = Parse({"qrvshot", "capture", text});
-  Require(arguments && arguments->rect && arguments->rect->left == numbers[0] &&
-              arguments->rect->top == numbers[1] && arguments->rect->width == numbers[2] &&
-              arguments->rect->height == numbers[3],
+  const auto arguments = Parse({"capture", text});
+  Require(arguments && arguments->rect, "a rectangle");
+  const cli::Rect& a = *arguments->rect;
+  Require(a.left == r.left && a.top == r.top && a.width == r.width && a.height == r.height,
           "the rectangle");
 }
 
@@ -76,7 +69,7 @@ void RunRectangle(FuzzedDataProvider input) {
 }  // namespace qrv::fuzz
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  qrv::fuzz::Run(qrv::fuzz::SplitLines(data, size));
+  qrv::fuzz::Run({reinterpret_cast<const char*>(data), size});
   // Once more where it costs little: four numbers.
   if (size <= 16) qrv::fuzz::RunRectangle(FuzzedDataProvider(data, size));
   return 0;

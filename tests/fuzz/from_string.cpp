@@ -12,52 +12,43 @@
 namespace qrv::fuzz {
 namespace {
 
-constexpr int32_t kMaxRepeatedLength = 1 << 18;
+constexpr size_t kMaxRepeatedLength = 1 << 18;
 
 struct Numbers {
   int32_t width, height, rowBytes;
 };
 
 int32_t PickNumber(FuzzedDataProvider& input) {
-  switch (input.ConsumeIntegralInRange(0, 3)) {
-    case 0:
-      return input.ConsumeIntegral<int32_t>();
-    case 1:
-      return input.ConsumeIntegralInRange(-1, 40000);
-    default:
-      return input.ConsumeIntegralInRange(1, 64);
-  }
+  const int kind = input.ConsumeIntegralInRange(0, 3);
+  if (kind == 0) return input.ConsumeIntegral<int32_t>();
+  return kind == 1 ? input.ConsumeIntegralInRange(-1, 40000) : input.ConsumeIntegralInRange(1, 64);
 }
 
 Numbers PickNumbers(FuzzedDataProvider& input) {
   Numbers numbers = {PickNumber(input), PickNumber(input), 0};
-  if (input.ConsumeBool()) {
-    numbers.rowBytes = PickNumber(input);
-  } else {  // rows that fit, with a gap
-    const int64_t rowBytes =
-        int64_t{numbers.width} * 4 + input.ConsumeIntegralInRange<int64_t>(-1, 16);
-    numbers.rowBytes = static_cast<int32_t>(static_cast<uint32_t>(rowBytes));
-  }
+  // Or rows that fit, with a gap.
+  const int64_t rowBytes = input.ConsumeBool() ? PickNumber(input)
+                                               : int64_t{numbers.width} * 4 +
+                                                     input.ConsumeIntegralInRange<int64_t>(-1, 16);
+  numbers.rowBytes = static_cast<int32_t>(static_cast<uint32_t>(rowBytes));
   return numbers;
 }
 
 // The rest of the input, or that over and over up to a length of its own.
 std::string PickBytes(FuzzedDataProvider& input) {
-  const bool repeated = input.ConsumeIntegralInRange(0, 7) == 0;
-  const int32_t length = repeated ? input.ConsumeIntegralInRange(0, kMaxRepeatedLength) : -1;
-  std::string rest = input.ConsumeRemainingBytesAsString();
-  if (length < 0 || rest.empty()) return rest;
-  std::string bytes;
-  bytes.reserve(static_cast<size_t>(length) + rest.size());
-  while (bytes.size() < static_cast<size_t>(length)) bytes += rest;
-  bytes.resize(static_cast<size_t>(length));
+  const bool isRepeated = input.ConsumeIntegralInRange(0, 7) == 0;
+  const size_t length =
+      isRepeated ? input.ConsumeIntegralInRange<size_t>(0, kMaxRepeatedLength) : 0;
+  std::string bytes = input.ConsumeRemainingBytesAsString();
+  if (!isRepeated || bytes.empty()) return bytes;
+  while (bytes.size() < length) bytes += std::string(bytes);
+  bytes.resize(length);
   return bytes;
 }
 
 bool Fits(const Numbers& n, const std::string& bytes) {
-  const bool sides =
-      n.width >= 1 && n.height >= 1 && n.width <= kMaxPictureSide && n.height <= kMaxPictureSide;
-  return sides && n.rowBytes >= int64_t{n.width} * 4 &&
+  return std::min(n.width, n.height) >= 1 && std::max(n.width, n.height) <= kMaxPictureSide &&
+         n.rowBytes >= int64_t{n.width} * 4 &&
          int64_t{n.rowBytes} * n.height <= static_cast<int64_t>(bytes.size());
 }
 
@@ -67,17 +58,16 @@ void CheckPixels(const REALpictureStruct* picture, const Numbers& n, const std::
   std::vector<uint8_t> row(static_cast<size_t>(n.width) * 4);
   for (int32_t y = 0; y < n.height; ++y) {
     runtime::Host::ReadRow(picture, y, row.data());
-    const auto start = static_cast<size_t>(n.height - 1 - y) * static_cast<size_t>(n.rowBytes);
-    for (size_t i = 0; i < row.size(); i += 4) {
-      const auto byte = [&](size_t at) { return static_cast<uint8_t>(bytes[start + i + at]); };
-      Require(
-          row[i] == byte(2) && row[i + 1] == byte(1) && row[i + 2] == byte(0) && row[i + 3] == 255,
-          "a pixel");
+    const auto* bgr = reinterpret_cast<const uint8_t*>(bytes.data()) +
+                      static_cast<size_t>(n.height - 1 - y) * static_cast<size_t>(n.rowBytes);
+    for (size_t i = 0; i < row.size(); i += 4, bgr += 4) {
+      Require(row[i] == bgr[2] && row[i + 1] == bgr[1] && row[i + 2] == bgr[0] && row[i + 3] == 255,
+              "a pixel");
     }
   }
 }
 
-void Run(FuzzedDataProvider& input) {
+void Run(FuzzedDataProvider input) {
   runtime::HostOptions options = PickHost(input);
 #ifdef QRV_OLDER_STRING_SERVICES
   options.missing = {"PluginGetStringData", "PluginDisposeStringData"};
@@ -85,27 +75,25 @@ void Run(FuzzedDataProvider& input) {
   runtime::Host host(options);
   StartAnew(host);
   const Numbers n = PickNumbers(input);
-  const bool nil = input.ConsumeIntegralInRange(0, 31) == 0;
+  const bool isNil = input.ConsumeIntegralInRange(0, 31) == 0;
   const uint32_t encoding =
       input.ConsumeBool() ? kRawBytesEncoding : input.ConsumeIntegral<uint32_t>();
   const std::string bytes = PickBytes(input);
-  REALstringStruct* string = nil ? nullptr : host.NewString(bytes, encoding);
+  REALstringStruct* string = isNil ? nullptr : host.NewString(bytes, encoding);
   currentCase = std::to_string(n.width) + "x" + std::to_string(n.height) + " in rows of " +
                 std::to_string(n.rowBytes) + " from " + std::to_string(bytes.size()) + " bytes";
   REALpictureStruct* picture = ScreenshotFromStringQRV(n.width, n.height, n.rowBytes, string);
-  Require((picture != nullptr) == (!nil && Fits(n, bytes)), "nil exactly when nothing fits");
+  Require((picture != nullptr) == (!isNil && Fits(n, bytes)), "nil exactly when nothing fits");
   if (picture != nullptr) CheckPixels(picture, n, bytes);
-  Require(runtime::Host::References(string) == (nil ? 0 : 1), "the string's references");
-  host.Release(picture);
+  Require(runtime::Host::References(string) == (isNil ? 0 : 1), "the string's references");
   host.Release(string);
-  Require(host.Outstanding() == runtime::Ledger{}, "nothing held");
+  Finish(host, picture);
 }
 
 }  // namespace
 }  // namespace qrv::fuzz
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  FuzzedDataProvider input(data, size);
-  qrv::fuzz::Run(input);
+  qrv::fuzz::Run(FuzzedDataProvider(data, size));
   return 0;
 }

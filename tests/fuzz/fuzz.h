@@ -27,15 +27,22 @@ inline void Require(bool holds, const char* what) {
   std::abort();
 }
 
+// A rectangle as an entry of a layout.
+template <typename Rectangle>
+std::string Entry(const Rectangle& r) {
+  const auto place = [](int32_t at) { return (at < 0 ? "" : "+") + std::to_string(at); };
+  return std::to_string(r.width) + "x" + std::to_string(r.height) + place(r.x) + place(r.y);
+}
+
 // A host of any kind, with any version, or none.
 inline runtime::HostOptions PickHost(FuzzedDataProvider& input) {
   using runtime::ApplicationKind;
-  static constexpr double kVersions[] = {0, 2010.0, 2011.04, 2012.0, 2012.99, 2013.0, 2013.03};
   runtime::HostOptions options;
   options.application = input.PickValueInArray(
       {ApplicationKind::kDesktop, ApplicationKind::kConsole, ApplicationKind::kWeb});
   options.picturesHaveAlpha = input.ConsumeBool();
-  options.version = input.PickValueInArray(kVersions);
+  options.version =
+      input.PickValueInArray({0.0, 2010.0, 2011.04, 2012.0, 2012.99, 2013.0, 2013.03});
   const int kind = input.ConsumeIntegralInRange(0, 7);
   if (kind == 0) options.version.reset();
   if (kind == 1) options.version = input.ConsumeFloatingPoint<double>();
@@ -48,6 +55,12 @@ inline void StartAnew(runtime::Host& host) {
   IsDesktop = IsConsole = false;
   rbversion = 0;
   host.StartPlugin(REALPluginMain);
+}
+
+// The end of a try, with the picture that it made or none.
+inline void Finish(runtime::Host& host, REALpictureStruct* picture) {
+  host.Release(picture);
+  Require(host.Outstanding() == runtime::Ledger{}, "nothing held");
 }
 
 }  // namespace qrv::fuzz

@@ -4,7 +4,6 @@
 // pixel is the test card's.
 
 #include <algorithm>
-#include <cstring>
 #include <string>
 #include <vector>
 
@@ -23,83 +22,52 @@ constexpr int64_t kMaxCertainPixels = int64_t{1} << 20;
 constexpr int64_t kManyPixels = 90000;
 constexpr int kSamples = 64;
 
-struct Request {
-  int32_t left, top, width, height;
-};
-
-// An environment variable that is changed in place: setenv keeps every value that it was ever
-// given.
+// Of the environment, in place: setenv keeps every value that a variable was ever given.
 template <size_t size>
-class Variable {
- public:
-  explicit Variable(const char* name) {
-    std::snprintf(text_, size, "%s=", name);
-    start_ = std::strlen(text_);
-    putenv(text_);
-  }
-  void Set(const std::string& value) {
-    std::snprintf(text_ + start_, size - start_, "%s", value.c_str());
-  }
-
- private:
-  char text_[size];
-  size_t start_;
-};
-
-struct Size {
-  int32_t width, height;
-};
+void Set(char (&variable)[size], const std::string& text) {
+  std::snprintf(variable, size, "%s", text.c_str());
+  putenv(variable);
+}
 
 // Large in both directions only rarely: what has many pixels takes long.
 template <typename PickSide>
-Size PickSize(FuzzedDataProvider& input, const PickSide& pickSide) {
-  Size size = {pickSide(), pickSide()};
-  const bool large = int64_t{size.width} * size.height > kManyPixels;
-  if (large && input.ConsumeIntegralInRange(0, 63) != 0) size.height = size.height % 8 + 1;
+PixelRect PickSize(FuzzedDataProvider& input, const PickSide& pickSide) {
+  PixelRect size = {0, 0, pickSide(), pickSide()};
+  const bool isLarge = int64_t{size.width} * size.height > kManyPixels;
+  if (isLarge && input.ConsumeIntegralInRange(0, 63) != 0) size.height = size.height % 8 + 1;
   return size;
 }
 
 std::string PickLayout(FuzzedDataProvider& input) {
   const auto pickPosition = [&input] {
     const int limit = input.ConsumeBool() ? 600 : 32767;
-    return "+" + std::to_string(input.ConsumeIntegralInRange(-limit, limit));
+    return input.ConsumeIntegralInRange(-limit, limit);
   };
   std::string layout;
-  const int count = input.ConsumeIntegralInRange(1, 4);
-  for (int i = 0; i < count; ++i) {
-    if (i > 0) layout += ",";
-    const Size size = PickSize(input, [&input] {
+  for (int count = input.ConsumeIntegralInRange(1, 4); count > 0; --count) {
+    PixelRect bounds = PickSize(input, [&input] {
       return input.ConsumeIntegralInRange(1, input.ConsumeBool() ? 300 : 32767);
     });
-    layout += std::to_string(size.width) + "x" + std::to_string(size.height) + pickPosition() +
-              pickPosition();
-    const int options = input.ConsumeIntegralInRange(0, 15);
-    if (options == 0) layout += "@8";
-    if (options == 1) layout += "@16";
-    if (options == 2) layout += "*" + std::to_string(input.ConsumeIntegralInRange(1, 4));
+    bounds.x = pickPosition();
+    bounds.y = pickPosition();
+    layout += (layout.empty() ? "" : ",") + Entry(bounds);
+    const int option = input.ConsumeIntegralInRange(0, 15);
+    if (option < 2) layout += option == 0 ? "@8" : "@16";
+    if (option == 2) layout += "*" + std::to_string(input.ConsumeIntegralInRange(1, 4));
   }
   return layout;
 }
 
 // Any integer, or one near the displays' edges.
 int32_t PickCoordinate(FuzzedDataProvider& input, const std::vector<Display>& displays) {
-  switch (input.ConsumeIntegralInRange(0, 7)) {
-    case 0:
-      return input.ConsumeIntegral<int32_t>();
-    case 1:
-      return input.ConsumeIntegral<int16_t>();
-    case 2:
-    case 3: {
-      if (displays.empty()) return 0;
-      const size_t index = input.ConsumeIntegralInRange<size_t>(0, displays.size() - 1);
-      const PixelRect& bounds = displays[index].bounds;
-      const int32_t edges[] = {bounds.x, bounds.y, bounds.x + bounds.width,
-                               bounds.y + bounds.height};
-      return input.PickValueInArray(edges) + input.ConsumeIntegralInRange(-2, 2);
-    }
-    default:
-      return input.ConsumeIntegralInRange(-600, 600);
-  }
+  const int kind = input.ConsumeIntegralInRange(0, 7);
+  if (kind == 0) return input.ConsumeIntegral<int32_t>();
+  if (kind == 1) return input.ConsumeIntegral<int16_t>();
+  if (kind > 3) return input.ConsumeIntegralInRange(-600, 600);
+  if (displays.empty()) return 0;
+  const auto& b = displays[input.ConsumeIntegralInRange<size_t>(0, displays.size() - 1)].bounds;
+  return input.PickValueInArray({b.x, b.y, b.x + b.width, b.y + b.height}) +
+         input.ConsumeIntegralInRange(-2, 2);
 }
 
 int32_t PickSide(FuzzedDataProvider& input) {
@@ -109,19 +77,18 @@ int32_t PickSide(FuzzedDataProvider& input) {
   return input.ConsumeIntegralInRange(1, 400);
 }
 
-bool IsShort(int64_t number) { return number >= INT16_MIN && number <= INT16_MAX; }
+bool IsShort(int64_t number) { return number == static_cast<int16_t>(number); }
 
-bool IsShort(int64_t x, int64_t y, int64_t width, int64_t height) {
-  return IsShort(x) && IsShort(y) && IsShort(x + width) && IsShort(y + height);
+bool IsShort(const PixelRect& r) {
+  return IsShort(r.x) && IsShort(r.y) && IsShort(int64_t{r.x} + r.width) &&
+         IsShort(int64_t{r.y} + r.height);
 }
 
 // Whether what the rectangle shows is known: one pixel a unit, and all edges in 16 bits, in which
 // QuickDraw keeps them.
-bool IsPlain(const Request& r, const std::vector<Display>& displays) {
-  return IsShort(r.left, r.top, r.width, r.height) &&
-         std::all_of(displays.begin(), displays.end(), [](const Display& each) {
-           const PixelRect& b = each.bounds;
-           return each.pixelWidth == b.width && IsShort(b.x, b.y, b.width, b.height);
+bool IsPlain(const PixelRect& r, const std::vector<Display>& displays) {
+  return IsShort(r) && std::all_of(displays.begin(), displays.end(), [](const Display& each) {
+           return each.pixelWidth == each.bounds.width && IsShort(each.bounds);
          });
 }
 
@@ -130,12 +97,13 @@ bool IsSmall(int64_t width, int64_t height) {
          width * height <= kMaxCertainPixels;
 }
 
-bool MustBeMade(const Request& r, const Request& shown, const std::vector<Display>& displays) {
+bool IsSmall(const Display& each) { return IsSmall(each.pixelWidth, each.pixelHeight); }
+
+bool MustBeMade(const PixelRect& r, const PixelRect& shown, const std::vector<Display>& displays) {
   return !displays.empty() && IsPlain(r, displays) && IsSmall(r.width, r.height) &&
          IsSmall(shown.width, shown.height) &&
-         std::all_of(displays.begin(), displays.end(), [](const Display& each) {
-           return IsSmall(each.pixelWidth, each.pixelHeight);
-         });
+         std::all_of(displays.begin(), displays.end(),
+                     [](const Display& each) { return IsSmall(each); });
 }
 
 // Where displays overlap, either may be in front.
@@ -146,51 +114,31 @@ void CheckPixel(const std::vector<Display>& displays, int32_t x, int32_t y, cons
     const auto card = testing::CardColor(displays, i, x, y);
     if (!card) continue;
     if (actual == *card) return;
-    mayBeBlack = !IsSmall(displays[i].pixelWidth, displays[i].pixelHeight);
+    mayBeBlack = !IsSmall(displays[i]);
   }
   Require(mayBeBlack && actual == 0, "a pixel");
 }
 
-void CheckPixels(FuzzedDataProvider& input, const REALpictureStruct* picture, const Request& r,
+void CheckPixels(FuzzedDataProvider& input, const REALpictureStruct* picture, const PixelRect& r,
                  const std::vector<Display>& displays) {
   std::vector<uint8_t> row(static_cast<size_t>(r.width) * 4);
   for (int i = 0; i < kSamples; ++i) {
     const int32_t y = input.ConsumeIntegralInRange(0, r.height - 1);
     const int32_t x = input.ConsumeIntegralInRange(0, r.width - 1);
     runtime::Host::ReadRow(picture, y, row.data());
-    const int32_t places[] = {x, 0, r.width - 1};
-    for (const int32_t place : places) {
-      CheckPixel(displays, r.left + place, r.top + y, row.data() + ptrdiff_t{place} * 4);
+    for (const int32_t place : {x, 0, r.width - 1}) {
+      CheckPixel(displays, r.x + place, r.y + y, row.data() + ptrdiff_t{place} * 4);
     }
     if (input.remaining_bytes() == 0) break;  // the same ones from here on
   }
 }
 
-std::string Describe(const std::string& layout, const Request& r, const Request& shown) {
-  const auto size = [](const Request& each) {
-    return std::to_string(each.width) + "x" + std::to_string(each.height);
-  };
-  return "virtual:" + layout + ", system " + getenv("QRV_SYSTEM_VERSION") + ", " + size(r) +
-         " at " + std::to_string(r.left) + "," + std::to_string(r.top) + " to " + size(shown);
-}
-
-void CheckPicture(FuzzedDataProvider& input, const REALpictureStruct* picture, const Request& r,
-                  const Request& shown, const std::vector<Display>& displays) {
-  // A picture has sides of up to 32767 pixels, and QuickDraw keeps the low 16 bits of those it
-  // gets.
-  Require(runtime::Host::Width(picture) == static_cast<int16_t>(shown.width) &&
-              runtime::Host::Height(picture) == static_cast<int16_t>(shown.height),
-          "the size of the picture");
-  const bool ownSize = shown.width == r.width && shown.height == r.height;
-  if (ownSize && IsPlain(r, displays)) CheckPixels(input, picture, r, displays);
-}
-
-void Run(FuzzedDataProvider& input) {
-  static Variable<256> desktopVariable("QRV_DESKTOP");
-  static Variable<64> systemVariable("QRV_SYSTEM_VERSION");
+void Run(FuzzedDataProvider input) {
+  static char desktopVariable[256], systemVariable[64];
   const std::string layout = PickLayout(input);
-  desktopVariable.Set("virtual:" + layout);
-  systemVariable.Set(input.PickValueInArray({"10.7", "10.6", "10.4"}));
+  const std::string system = input.PickValueInArray({"10.7", "10.6", "10.4"});
+  Set(desktopVariable, "QRV_DESKTOP=virtual:" + layout);
+  Set(systemVariable, "QRV_SYSTEM_VERSION=" + system);
   std::vector<Display> displays;  // none when the layout is refused
   std::string problem;
   desktop::ParseLayout(layout, displays, problem);
@@ -198,31 +146,33 @@ void Run(FuzzedDataProvider& input) {
   runtime::Host host(PickHost(input));
   StartAnew(host);
   const auto pickSide = [&input] { return PickSide(input); };
-  const Size size = PickSize(input, pickSide);
-  const Request r = {PickCoordinate(input, displays), PickCoordinate(input, displays), size.width,
-                     size.height};
-  const bool scaled = input.ConsumeBool();
-  Request shown = r;
-  if (scaled && input.ConsumeBool()) {
-    const Size other = PickSize(input, pickSide);
-    shown.width = other.width;
-    shown.height = other.height;
-  }
-  currentCase = Describe(layout, r, shown);
+  PixelRect r = PickSize(input, pickSide);
+  r.x = PickCoordinate(input, displays);
+  r.y = PickCoordinate(input, displays);
+  const bool isScaled = input.ConsumeBool();
+  const PixelRect shown = isScaled && input.ConsumeBool() ? PickSize(input, pickSide) : r;
+  currentCase = "virtual:" + layout + ", system " + system + ", " + Entry(r) + " to " +
+                std::to_string(shown.width) + "x" + std::to_string(shown.height);
   REALpictureStruct* picture =
-      scaled ? ScreenshotRectDestQRV(r.left, r.top, r.width, r.height, shown.width, shown.height)
-             : ScreenshotRectQRV(r.left, r.top, r.width, r.height);
+      isScaled ? ScreenshotRectDestQRV(r.x, r.y, r.width, r.height, shown.width, shown.height)
+               : ScreenshotRectQRV(r.x, r.y, r.width, r.height);
   Require(picture != nullptr || !MustBeMade(r, shown, displays), "nil without a reason");
-  if (picture != nullptr) CheckPicture(input, picture, r, shown, displays);
-  host.Release(picture);
-  Require(host.Outstanding() == runtime::Ledger{}, "nothing held");
+  if (picture != nullptr) {
+    // A picture has sides of up to 32767 pixels, and QuickDraw keeps the low 16 bits of those it
+    // gets.
+    Require(runtime::Host::Width(picture) == static_cast<int16_t>(shown.width) &&
+                runtime::Host::Height(picture) == static_cast<int16_t>(shown.height),
+            "the size of the picture");
+    const bool isOwnSize = shown.width == r.width && shown.height == r.height;
+    if (isOwnSize && IsPlain(r, displays)) CheckPixels(input, picture, r, displays);
+  }
+  Finish(host, picture);
 }
 
 }  // namespace
 }  // namespace qrv::fuzz
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  FuzzedDataProvider input(data, size);
-  qrv::fuzz::Run(input);
+  qrv::fuzz::Run(FuzzedDataProvider(data, size));
   return 0;
 }

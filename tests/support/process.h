@@ -4,6 +4,7 @@
 
 #include <sys/types.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <functional>
@@ -37,6 +38,9 @@ Outcome RunProgram(
 // these flags; a folder is a disk of that size, such as 64k. False without the right to.
 bool RefuseSystemCall(uint32_t number, uint16_t error, uint32_t flags = 0);
 bool MountSmallDisk(const std::string& folder, const std::string& size);
+
+// How many descriptors this process has open.
+ptrdiff_t CountOpenFiles();
 
 // A folder for a test's files, removed at the end.
 class ScratchFolder {

@@ -29,28 +29,31 @@ class Scanner {
     return true;
   }
 
+  bool TakeDigit(int32_t& digit) {
+    if (rest_.empty() || rest_.front() < '0' || rest_.front() > '9') return false;
+    digit = rest_.front() - '0';
+    rest_.remove_prefix(1);
+    return true;
+  }
+
   bool TakeNumber(int32_t& number) {
     number = 0;
     int digits = 0;
-    while (!rest_.empty() && rest_.front() >= '0' && rest_.front() <= '9') {
+    for (int32_t digit = 0; TakeDigit(digit); number = number * 10 + digit) {
       if (++digits > kMaxDigits) return false;
-      number = number * 10 + (rest_.front() - '0');
-      rest_.remove_prefix(1);
     }
     return digits > 0;
   }
 
-  // In hundredths.
+  // In hundredths, of which one or two digits may follow a point.
   bool TakeScale(int32_t& scale) {
-    if (!TakeNumber(scale) || scale > kMaxScale) return false;
+    if (!TakeNumber(scale)) return false;
     scale *= 100;
     if (!Take('.')) return true;
-    for (const int32_t place : {10, 1}) {
-      const bool isDigit = !rest_.empty() && rest_.front() >= '0' && rest_.front() <= '9';
-      if (!isDigit) return place == 1;
-      scale += (rest_.front() - '0') * place;
-      rest_.remove_prefix(1);
-    }
+    int32_t digit = 0;
+    if (!TakeDigit(digit)) return false;
+    scale += digit * 10;
+    if (TakeDigit(digit)) scale += digit;
     return true;
   }
 

@@ -2,40 +2,20 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/unit/runtime/plugin_side.h"
+#include "runtime/entry_points.h"
 
 namespace qrv::runtime {
 namespace {
 
 TEST(Host, OffersWhatItsVersionHas) {
-  struct Case {
-    std::optional<double> version;
-    bool hasStringData;
-  };
-  for (const Case& c : {Case{2013.0, true}, Case{2012.99, false}, Case{std::nullopt, false}}) {
-    const PluginSide plugin(Version(c.version));
-    EXPECT_EQ(plugin.Has("PluginGetStringData"), c.hasStringData);
-    EXPECT_EQ(plugin.Has("PluginDisposeStringData"), c.hasStringData);
-    EXPECT_EQ(plugin.Has("REALGetRBVersion"), c.version.has_value());
-    EXPECT_TRUE(plugin.Has("unlockPictureDescription"));
-    EXPECT_FALSE(plugin.Has("UnlockPictureDescription"));
+  for (const std::optional<double> version : {std::optional(2013.0), {2012.99}, {}}) {
+    const Host host({.version = version});
+    const bool hasStringData = version == 2013.0;
+    EXPECT_EQ(ResolveEntryPoint("PluginGetStringData") != nullptr, hasStringData);
+    EXPECT_EQ(ResolveEntryPoint("PluginDisposeStringData") != nullptr, hasStringData);
+    EXPECT_EQ(ResolveEntryPoint("REALGetRBVersion") != nullptr, version.has_value());
+    EXPECT_EQ(ResolveEntryPoint("UnlockPictureDescription"), nullptr);
   }
-}
-
-int Twice(int number) { return 2 * number; }
-
-TEST(Host, KnowsItsVersionAndThePluginsMethods) {
-  const PluginSide plugin(Version(2011.04));
-  EXPECT_EQ(plugin.Call<double>("REALGetRBVersion"), 2011.04);
-  REALmethodDefinition definition = {
-      reinterpret_cast<void*>(Twice), nullptr, "Twice(n as integer) as integer", 4, 0, nullptr};
-  plugin.Call("PluginRegisterMethod", &definition);
-  plugin.Call("RegisterPluginVersion", 12);
-  EXPECT_EQ(plugin.host.InterfaceVersion(), 12);
-  ASSERT_EQ(plugin.host.Methods().size(), 1U);
-  EXPECT_EQ(plugin.host.Methods()[0].flags, 4U);
-  EXPECT_EQ(plugin.host.Call(Method<int(int)>{"Twice(n as integer) as integer"}, 21), 42);
-  EXPECT_EQ(plugin.host.Call(Method<int(int)>{"twice(n as integer) as integer"}, 21), 0);
 }
 
 TEST(Host, TellsWhatIsWrongWithAPluginFile) {
@@ -48,7 +28,7 @@ TEST(Host, TellsWhatIsWrongWithAPluginFile) {
        "not a plug-in: not a library for this machine, or only part of one"},
       {build + "/libScreenshotPlatform.so", "not a plug-in: it has no REALPluginMain"}};
   for (const auto& [path, problem] : files) {
-    Host host{HostOptions()};
+    Host host({});
     std::string error;
     EXPECT_FALSE(host.LoadPlugin(path, error));
     EXPECT_EQ(error, path + ": " + problem);
@@ -56,12 +36,10 @@ TEST(Host, TellsWhatIsWrongWithAPluginFile) {
 }
 
 TEST(Host, ConvertsStringsToRawBytesOnly) {
-  PluginSide plugin;
-  REALstringStruct* string = plugin.host.NewString("\xE4", 0x201);
-  const unsigned long utf8 = 0x08000100;
-  const unsigned long rawBytes = kRawBytesEncoding;
-  EXPECT_EQ(plugin.Call<void*>("REALConvertString", string, utf8), nullptr);
-  auto* raw = plugin.Call<REALstringStruct*>("REALConvertString", string, rawBytes);
+  Host host({});
+  REALstringStruct* const string = host.NewString("\xE4", 0x201);
+  EXPECT_EQ(ConvertString(string, 0x08000100), nullptr);
+  const REALstringStruct* const raw = ConvertString(string, kRawBytesEncoding);
   ASSERT_NE(raw, nullptr);
   EXPECT_NE(raw, string);
   EXPECT_EQ(Host::Bytes(raw), "\xE4");

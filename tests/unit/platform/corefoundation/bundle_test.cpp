@@ -2,31 +2,25 @@
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <link.h>
-#include <stdlib.h>
 #include <sys/stat.h>
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 
 #include "platform/corefoundation/url.h"
+#include "tests/support/process.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
+constexpr char kExecutable[] = "Maths.framework/Maths";
+
 // A folder with an empty Maths.framework, whose executable the tests put in place.
 class Bundle : public testing::Test {
  protected:
-  Bundle() {
-    std::string name = fs::temp_directory_path() / "bundle-XXXXXX";
-    folder_ = fs::canonical(mkdtemp(name.data()));
-    executable_ = folder_ / "Maths.framework/Maths";
-    fs::create_directory(executable_.parent_path());
-  }
-  ~Bundle() override { fs::remove_all(folder_); }
+  Bundle() { fs::create_directory(executable_.parent_path()); }
 
   CFBundleRef Create(const char* name) const {
     auto* url = new __CFURL(folder_ / name);
@@ -52,21 +46,19 @@ class Bundle : public testing::Test {
 
   // How many bytes of the executable a process maps.
   uintmax_t EndOfSegments() const {
-    std::ifstream file(executable_, std::ios::binary);
-    ElfW(Ehdr) header;
-    file.read(reinterpret_cast<char*>(&header), sizeof header);
+    const std::string file = scratch_.Read(kExecutable);
+    const auto* header = reinterpret_cast<const ElfW(Ehdr)*>(file.data());
+    const auto* segment = reinterpret_cast<const ElfW(Phdr)*>(file.data() + header->e_phoff);
     uintmax_t end = 0;
-    file.seekg(static_cast<std::streamoff>(header.e_phoff));
-    ElfW(Phdr) segment;
-    for (int i = 0; i < header.e_phnum; ++i) {
-      file.read(reinterpret_cast<char*>(&segment), sizeof segment);
-      end = std::max<uintmax_t>(end, segment.p_offset + segment.p_filesz);
+    for (int i = 0; i < header->e_phnum; ++i, ++segment) {
+      end = std::max<uintmax_t>(end, segment->p_offset + segment->p_filesz);
     }
     return end;
   }
 
-  fs::path folder_;
-  fs::path executable_;
+  const qrv::testing::ScratchFolder scratch_;
+  const fs::path folder_ = fs::canonical(scratch_.path());
+  const fs::path executable_ = folder_ / kExecutable;
 };
 
 TEST_F(Bundle, GivesTheFunctionsThatItsExecutableDefinesOnceItIsThereAndLoaded) {
@@ -86,13 +78,9 @@ TEST_F(Bundle, GivesTheFunctionsThatItsExecutableDefinesOnceItIsThereAndLoaded) 
 }
 
 TEST_F(Bundle, DoesNotLoadWhatIsNoWholeLibraryNorKeepsItOpen) {
-  const auto countFiles = [] {
-    const fs::directory_iterator files("/proc/self/fd");
-    return std::distance(begin(files), end(files));
-  };
-  const auto files = countFiles();
+  const auto files = qrv::testing::CountOpenFiles();
   for (const char* content : {"", "#!/bin/sh\n"}) {
-    std::ofstream(executable_) << content;
+    scratch_.Write(kExecutable, content);
     EXPECT_FALSE(Loads()) << content;
   }
   CopyMathsLibrary();
@@ -104,7 +92,7 @@ TEST_F(Bundle, DoesNotLoadWhatIsNoWholeLibraryNorKeepsItOpen) {
   fs::remove(executable_);
   ASSERT_EQ(mkfifo(executable_.c_str(), 0600), 0);  // a pipe, for whose writer nobody waits
   EXPECT_FALSE(Loads());
-  EXPECT_EQ(countFiles(), files);
+  EXPECT_EQ(qrv::testing::CountOpenFiles(), files);
 }
 
 // The library is loaded by a relative path, which is a link into another folder.
@@ -112,10 +100,9 @@ TEST_F(Bundle, IsLookedForBesideTheLibrarysOwnFileWhereverThatWasLoadedFrom) {
   fs::copy_file(QRV_BUILD_DIR "/libScreenshotPlatform.so", folder_ / "platform.so");
   fs::create_directories(folder_ / "linked/Frameworks");
   fs::create_symlink(folder_ / "platform.so", folder_ / "linked/platform.so");
-  const fs::path before = fs::current_path();
   fs::current_path(folder_ / "linked");
   void* const library = dlopen("./platform.so", RTLD_NOW | RTLD_LOCAL);
-  fs::current_path(before);
+  fs::current_path("/");
   ASSERT_NE(library, nullptr);
   const auto findFolder =
       reinterpret_cast<decltype(&FSFindFolder)>(dlsym(library, "QRV_FSFindFolder"));

@@ -10,9 +10,21 @@
 
 namespace {
 
+using Attributes = std::vector<CGLPixelFormatAttribute>;
+
+constexpr uint32_t kUntouched = 0xDEADBEEF;
+constexpr GLint kWidth = 50;
+constexpr GLint kHeight = 40;
+
 // Of a virtual desktop.
 class Displays : public testing::Test {
  protected:
+  ~Displays() override {
+    if (context_ != nullptr) CGLDestroyContext(context_);
+    unsetenv("QRV_DESKTOP");
+    unsetenv("QRV_SYSTEM_VERSION");
+  }
+
   // Shows the layout and returns its displays' identifiers, main display first.
   static std::vector<CGDirectDisplayID> Show(const std::string& layout) {
     setenv("QRV_DESKTOP", ("virtual:" + layout).c_str(), 1);
@@ -33,10 +45,31 @@ class Displays : public testing::Test {
     return value;
   }
 
-  ~Displays() override {
-    unsetenv("QRV_DESKTOP");
-    unsetenv("QRV_SYSTEM_VERSION");
+  CGLError Choose(Attributes attributes) {
+    attributes.push_back(0);
+    GLint count = -1;
+    const CGLError error = CGLChoosePixelFormat(attributes.data(), &pixelFormat_, &count);
+    EXPECT_EQ(count, error == kCGLNoError ? 1 : 0);
+    EXPECT_EQ(pixelFormat_ == nullptr, error != kCGLNoError);
+    return error;
   }
+
+  void Open(CGDirectDisplayID display) {
+    Choose({kCGLPFAFullScreen, kCGLPFADisplayMask, CGDisplayIDToOpenGLDisplayMask(display)});
+    EXPECT_EQ(CGLCreateContext(pixelFormat_, nullptr, &context_), kCGLNoError);
+    CGLSetCurrentContext(context_);
+    EXPECT_EQ(CGLSetFullScreen(context_), kCGLNoError);
+  }
+
+  // What reading that many pixels from there leaves in a buffer of them.
+  static std::vector<uint32_t> Read(GLint x, GLint y, GLsizei width, GLsizei height) {
+    std::vector<uint32_t> buffer(static_cast<size_t>(width * height), kUntouched);
+    glReadPixels(x, y, width, height, GL_BGRA, GL_UNSIGNED_INT_8_8_8_8_REV, buffer.data());
+    return buffer;
+  }
+
+  CGLPixelFormatObj pixelFormat_ = nullptr;
+  CGLContextObj context_ = nullptr;
 };
 
 TEST_F(Displays, AreListedAsFarAsThereIsRoomAndEachHasABitOfItsOwn) {
@@ -50,12 +83,11 @@ TEST_F(Displays, AreListedAsFarAsThereIsRoomAndEachHasABitOfItsOwn) {
     all |= mask;
   }
   EXPECT_EQ(all, 0xFFFFFFFFU);
-  CGDirectDisplayID few[3] = {};
+  std::vector<CGDirectDisplayID> few(3);
   CGDisplayCount count = 0;
-  EXPECT_EQ(CGGetActiveDisplayList(2, few, &count), kCGErrorSuccess);
+  EXPECT_EQ(CGGetActiveDisplayList(2, few.data(), &count), kCGErrorSuccess);
   EXPECT_EQ(count, 2U);
-  EXPECT_EQ(few[1], displays[1]);
-  EXPECT_EQ(few[2], 0U);
+  EXPECT_EQ(few, (std::vector{displays[0], displays[1], 0U}));
 }
 
 TEST_F(Displays, TellTheSamplesOfTheirModesUnlessTheSystemIsTooOld) {
@@ -70,92 +102,46 @@ TEST_F(Displays, TellTheSamplesOfTheirModesUnlessTheSystemIsTooOld) {
   }
 }
 
-// --- Reading them back ---
-
-constexpr uint32_t kUntouched = 0xDEADBEEF;
-constexpr GLint kWidth = 50;
-constexpr GLint kHeight = 40;
-
-// What the frame buffer of the only display of kWidth x kHeight pixels holds. `x` and `y` count
-// from its bottom-left corner.
-uint32_t FrameBufferPixel(GLint x, GLint y) {
-  if (x < 0 || y < 0 || x >= kWidth || y >= kHeight) return kUntouched;
-  return qrv::desktop::TestCardPixel(0, kWidth, kHeight, x, kHeight - 1 - y);
-}
-
-class ReadBack : public Displays {
- protected:
-  static CGLError Choose(std::vector<CGLPixelFormatAttribute> attributes,
-                         CGLPixelFormatObj* pixelFormat) {
-    attributes.push_back(0);
-    GLint count = -1;
-    const CGLError error = CGLChoosePixelFormat(attributes.data(), pixelFormat, &count);
-    EXPECT_EQ(count, error == kCGLNoError ? 1 : 0);
-    EXPECT_EQ(*pixelFormat == nullptr, error != kCGLNoError);
-    return error;
-  }
-
-  void Open(CGDirectDisplayID display) {
-    CGLPixelFormatObj pixelFormat = nullptr;
-    Choose({kCGLPFAFullScreen, kCGLPFADisplayMask, CGDisplayIDToOpenGLDisplayMask(display)},
-           &pixelFormat);
-    EXPECT_EQ(CGLCreateContext(pixelFormat, nullptr, &context_), kCGLNoError);
-    CGLSetCurrentContext(context_);
-    EXPECT_EQ(CGLSetFullScreen(context_), kCGLNoError);
-  }
-
-  // What the call leaves in a buffer of `size` pixels.
-  static std::vector<uint32_t> Read(size_t size, GLint x, GLint y, GLsizei width, GLsizei height) {
-    std::vector<uint32_t> buffer(size, kUntouched);
-    glReadPixels(x, y, width, height, GL_BGRA, GL_UNSIGNED_INT_8_8_8_8_REV, buffer.data());
-    return buffer;
-  }
-
-  static void ExpectNothingRead() { EXPECT_EQ(Read(1, 0, 0, 1, 1)[0], kUntouched); }
-
-  ~ReadBack() override {
-    if (context_ != nullptr) CGLDestroyContext(context_);
-  }
-
-  CGLContextObj context_ = nullptr;
-};
-
-TEST_F(ReadBack, ReadsBottomRowFirstAndLeavesWhatLiesOutsideTheDisplayUntouched) {
+TEST_F(Displays, AreReadBackBottomRowFirstAndWhatLiesOutsideIsLeftUntouched) {
   Open(Show("50x40+0+0")[0]);
-  const auto buffer = Read(55 * 47, -2, -3, 55, 47);
+  const auto buffer = Read(-2, -3, 55, 47);
   for (GLint i = 0; i < 55 * 47; ++i) {
-    ASSERT_EQ(buffer[static_cast<size_t>(i)], FrameBufferPixel(i % 55 - 2, i / 55 - 3)) << i;
+    const GLint x = i % 55 - 2, y = i / 55 - 3;
+    const bool isOutside = x < 0 || y < 0 || x >= kWidth || y >= kHeight;
+    ASSERT_EQ(buffer[static_cast<size_t>(i)],
+              isOutside ? kUntouched
+                        : qrv::desktop::TestCardPixel(0, kWidth, kHeight, x, kHeight - 1 - y))
+        << i;
   }
 }
 
-TEST_F(ReadBack, ReadsNothingWithoutADisplayOrAContext) {
+TEST_F(Displays, AreNotReadBackOnceTheyOrTheContextAreGone) {
   const auto displays = Show("50x40+0+0,9x9+50+0");
   Open(displays[0]);
   CGLDestroyContext(context_);
-  ExpectNothingRead();
+  EXPECT_EQ(Read(0, 0, 1, 1)[0], kUntouched);
   Open(displays[1]);
   Show("50x40+0+0");
-  ExpectNothingRead();
+  EXPECT_EQ(Read(0, 0, 1, 1)[0], kUntouched);
   EXPECT_EQ(CGLSetFullScreen(context_), kCGLBadDisplay);
 }
 
-TEST_F(ReadBack, IsRefusedWithoutFullScreenADisplayAKnownAttributeOrANewEnoughSystem) {
+TEST_F(Displays, AreRefusedWithoutFullScreenADisplayAKnownAttributeOrANewEnoughSystem) {
   const auto mask = CGDisplayIDToOpenGLDisplayMask(Show("64x64+0+0,50x40+64+0")[1]);
-  const std::vector<CGLPixelFormatAttribute> whole = {kCGLPFAFullScreen, kCGLPFADisplayMask, mask};
-  const std::vector<CGLPixelFormatAttribute> refused[] = {
-      {},
-      {kCGLPFADisplayMask, mask},
-      {kCGLPFAFullScreen},
-      {kCGLPFAFullScreen, kCGLPFADisplayMask, mask << 1},
-      {kCGLPFAFullScreen, kCGLPFADisplayMask, mask, 9999}};
-  CGLPixelFormatObj pixelFormat = nullptr;
-  for (const auto& each : refused) EXPECT_NE(Choose(each, &pixelFormat), kCGLNoError);
+  const Attributes whole = {kCGLPFAFullScreen, kCGLPFADisplayMask, mask};
+  for (const Attributes& refused : {Attributes{},
+                                    {kCGLPFADisplayMask, mask},
+                                    {kCGLPFAFullScreen},
+                                    {kCGLPFAFullScreen, kCGLPFADisplayMask, mask << 1},
+                                    {kCGLPFAFullScreen, kCGLPFADisplayMask, mask, 9999}}) {
+    EXPECT_NE(Choose(refused), kCGLNoError);
+  }
   setenv("QRV_SYSTEM_VERSION", "10.4", 1);
-  EXPECT_NE(Choose(whole, &pixelFormat), kCGLNoError);
+  EXPECT_NE(Choose(whole), kCGLNoError);
   setenv("QRV_SYSTEM_VERSION", "10.5", 1);
-  EXPECT_EQ(Choose(whole, &pixelFormat), kCGLNoError);
+  EXPECT_EQ(Choose(whole), kCGLNoError);
   Show("64x64+0+0");
-  EXPECT_EQ(Choose(whole, &pixelFormat), kCGLBadDisplay);
+  EXPECT_EQ(Choose(whole), kCGLBadDisplay);
 }
 
 }  // namespace

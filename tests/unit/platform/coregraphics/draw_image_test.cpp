@@ -11,29 +11,18 @@
 namespace {
 
 using Bytes = std::vector<uint8_t>;
-
 using Context = std::unique_ptr<CGContext, decltype(&CGContextRelease)>;
+using qrv::coregraphics::PixelLayout;
+using qrv::pixels::ByteOrder;
 
-Bytes RandomBytes(size_t count) {
-  std::minstd_rand random(static_cast<unsigned>(count));
-  Bytes bytes(count);
-  for (uint8_t& each : bytes) each = static_cast<uint8_t>(random() >> 8);
-  return bytes;
-}
+constexpr size_t kOffsets[][4] = {{0, 1, 2, 3}, {1, 2, 3, 0}, {2, 1, 0, 3}};  // by ByteOrder
+constexpr PixelLayout kLayouts[] = {qrv::coregraphics::kDesktopLayout,
+                                    {kCGImageAlphaPremultipliedLast, ByteOrder::kRGBA, true},
+                                    {kCGImageAlphaPremultipliedFirst, ByteOrder::kARGB, true},
+                                    {kCGImageAlphaNoneSkipLast, ByteOrder::kRGBA, false},
+                                    {kCGImageAlphaNoneSkipFirst, ByteOrder::kARGB, false}};
 
-// As a desktop captures it.
-CGImage RandomImage(size_t width, size_t height) {
-  const auto bytes = std::make_shared<Bytes>(RandomBytes(width * height * 4));
-  return {bytes,
-          bytes->data(),
-          width,
-          height,
-          width * 4,
-          qrv::coregraphics::kDesktopLayout,
-          CGColorSpaceCreateDeviceRGB()};
-}
-
-// A context's memory, misaligned on purpose: it starts at an odd address.
+// Pixels in memory, misaligned on purpose: they start at an odd address.
 struct Memory {
   uint8_t* At(size_t x, size_t y) { return bytes.data() + 1 + y * bytesPerRow + x * 4; }
   Context Wrap(CGImageAlphaInfo alphaInfo = kCGImageAlphaPremultipliedLast) {
@@ -41,46 +30,71 @@ struct Memory {
                                   CGColorSpaceCreateDeviceRGB(), alphaInfo),
             &CGContextRelease};
   }
+  CGImage Image(const PixelLayout& layout = kLayouts[0]) {
+    return {nullptr, At(0, 0), width, height, bytesPerRow, layout, CGColorSpaceCreateDeviceRGB()};
+  }
+  static Bytes Random(size_t count) {
+    std::minstd_rand random(static_cast<unsigned>(count));
+    Bytes bytes(count);
+    for (uint8_t& each : bytes) each = static_cast<uint8_t>(random() >> 8);
+    return bytes;
+  }
 
-  size_t width, height;
-  size_t bytesPerRow = width * 4 + 3;
-  Bytes bytes = RandomBytes(1 + height * bytesPerRow);
+  size_t width, height, gap = 3;
+  size_t bytesPerRow = width * 4 + gap;
+  Bytes bytes = Random(1 + height * bytesPerRow);
 };
 
-TEST(CGContextDrawImage, DrawsPixelForPixelWithinTheContextInItsLayout) {
-  struct {
-    size_t width, height, gap, imageWidth, imageHeight;
-    int x, y;  // of its bottom-left corner, in user space
-  } const cases[] = {{11, 9, 3, 7, 5, 2, 1},  {11, 9, 3, 7, 5, -3, -2},
-                     {11, 9, 3, 7, 5, 6, 7},  {11, 9, 3, 7, 5, -7, 0},
-                     {11, 9, 3, 7, 5, 0, 9},  {11, 9, 0, 30, 20, -8, -6},
-                     {11, 9, 0, 11, 9, 0, 0}, {70003, 4, 3, 70001, 3, 1, 0}};
-  for (const auto& each : cases) {
-    CGImage image = RandomImage(each.imageWidth, each.imageHeight);
+// With the image's bottom-left corner at (left, bottom) of user space.
+void ExpectDrawn(Memory& source, const Memory& before, int left, int bottom) {
+  for (const PixelLayout& from : kLayouts) {
+    CGImage image = source.Image(from);
+    const auto& [red, green, blue, alpha] = kOffsets[static_cast<size_t>(from.order)];
     for (const CGImageAlphaInfo alphaInfo : {1, 2, 5, 6}) {
-      Memory actual = {each.width, each.height, each.width * 4 + each.gap};
-      Memory expected = actual;
-      CGContextDrawImage(actual.Wrap(alphaInfo).get(),
-                         {{static_cast<CGFloat>(each.x), static_cast<CGFloat>(each.y)},
-                          {static_cast<CGFloat>(image.width), static_cast<CGFloat>(image.height)}},
-                         &image);
-      const bool isAlphaFirst = alphaInfo % 4 == 2;
-      for (size_t i = 0; i < image.width * image.height; ++i) {
-        const size_t x = static_cast<size_t>(each.x) + i % image.width;
-        const size_t y = each.height - static_cast<size_t>(each.y) - image.height + i / image.width;
-        if (x >= each.width || y >= each.height) continue;
-        uint8_t* const pixel = expected.At(x, y);
-        const uint8_t* const bgr = image.pixels + i * 4;
-        std::reverse_copy(bgr, bgr + 3, pixel + (isAlphaFirst ? 1 : 0));
-        pixel[isAlphaFirst ? 0 : 3] = 255;
+      Memory actual = before;
+      Memory expected = before;
+      CGContextDrawImage(
+          actual.Wrap(alphaInfo).get(),
+          {{static_cast<CGFloat>(left), static_cast<CGFloat>(bottom)},
+           {static_cast<CGFloat>(source.width), static_cast<CGFloat>(source.height)}},
+          &image);
+      const auto& to = kOffsets[alphaInfo % 4 == 2 ? 1 : 0];
+      for (size_t i = 0; i < source.width * source.height; ++i) {
+        const size_t x = static_cast<size_t>(left) + i % source.width;
+        const size_t y =
+            before.height - static_cast<size_t>(bottom) - source.height + i / source.width;
+        if (x >= before.width || y >= before.height) continue;
+        const uint8_t* const pixel = source.At(i % source.width, i / source.width);
+        uint8_t* const drawn = expected.At(x, y);
+        drawn[to[0]] = pixel[red];
+        drawn[to[1]] = pixel[green];
+        drawn[to[2]] = pixel[blue];
+        drawn[to[3]] = from.hasAlpha ? pixel[alpha] : 255;
       }
-      ASSERT_TRUE(actual.bytes == expected.bytes) << alphaInfo << ": " << each.x << ", " << each.y;
+      ASSERT_TRUE(actual.bytes == expected.bytes)
+          << alphaInfo << ": " << source.width << " pixels at " << left << ", " << bottom;
     }
   }
 }
 
+TEST(CGContextDrawImage, DrawsPixelForPixelWithinTheContextBetweenAllLayouts) {
+  struct {
+    Memory context, image;
+    int left, bottom;
+  } cases[] = {{{11, 9}, {7, 5}, 2, 1},        {{11, 9}, {7, 5}, -3, -2},
+               {{11, 9}, {7, 5}, 6, 7},        {{11, 9}, {7, 5}, -7, 0},
+               {{11, 9}, {7, 5}, 0, 9},        {{11, 9, 0}, {30, 20, 0}, -8, -6},
+               {{11, 9, 0}, {11, 9, 0}, 0, 0}, {{70003, 4}, {70001, 3, 0}, 1, 0}};
+  for (auto& [context, image, left, bottom] : cases) ExpectDrawn(image, context, left, bottom);
+  for (size_t width = 1; width <= 83; ++width) {
+    Memory image = {width, 8, width % 8};
+    ExpectDrawn(image, {width, 8}, 0, 0);
+  }
+}
+
 TEST(CGContextDrawImage, LosesPixelsThatItCannotDrawPixelForPixel) {
-  CGImage image = RandomImage(7, 5);
+  Memory source = {7, 5};
+  CGImage image = source.Image();
   Memory memory = {11, 9};
   for (const CGRect& rect : {CGRect{{0, 0}, {8, 5}}, CGRect{{0, 0}, {7, 4}},
                              CGRect{{0.5, 0}, {7, 5}}, CGRect{{0, 0.75}, {7, 5}}}) {
@@ -93,7 +107,8 @@ TEST(CGContextDrawImage, LosesPixelsThatItCannotDrawPixelForPixel) {
 
 // Whoever makes an image has done drawing; what was drawn before the last clearing doesn't show.
 TEST(CGBitmapContextCreateImage, TakesTheContextsOwnMemoryOverUnlessPixelsAreLost) {
-  CGImage drawn = RandomImage(7, 5);
+  Memory source = {7, 5};
+  CGImage drawn = source.Image();
   const CGRect all = {{0, 0}, {7, 5}};
   const Context context(
       CGBitmapContextCreate(nullptr, 7, 5, 8, 28, CGColorSpaceCreateDeviceRGB(), 1),

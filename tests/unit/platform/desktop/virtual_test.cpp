@@ -5,6 +5,7 @@
 #include <cstring>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/desktop/virtual/test_card.h"
@@ -12,25 +13,9 @@
 namespace qrv::desktop {
 namespace {
 
-struct Opened {
-  explicit Opened(const std::string& layout) {
-    std::string problem;
-    desktop = OpenVirtualDesktop(layout, problem);
-    desktop->ListDisplays(displays);
-  }
-  Frame Capture(size_t index, const PixelRect& part) {
-    bool isGone = false;
-    return desktop->Capture(displays[index], part, isGone);
-  }
-
-  std::unique_ptr<Desktop> desktop;
-  std::vector<Display> displays;
-};
-
 // Whether a captured part is the card's as the screen's depth shows it.
 void ExpectCard(const Frame& frame, uint32_t index, const Display& display, const PixelRect& part) {
-  ASSERT_EQ(frame.width, part.width) << "display " << index;
-  ASSERT_EQ(frame.height, part.height) << "display " << index;
+  ASSERT_EQ(std::pair(frame.width, frame.height), std::pair(part.width, part.height)) << index;
   for (int32_t y = 0; y < part.height; ++y) {
     for (int32_t x = 0; x < part.width; ++x) {
       const uint8_t* const at = frame.pixels + static_cast<size_t>(y) * frame.rowBytes + x * 4;
@@ -43,28 +28,29 @@ void ExpectCard(const Frame& frame, uint32_t index, const Display& display, cons
   }
 }
 
-TEST(VirtualDesktop, ShowsTheTestCardOnEveryDisplayAtEveryDepthAndInEveryPart) {
-  Opened opened("641x479+0+0,300x301+641+0@16,257x400+0+479@8,200x150-200+0*2,1x1+0-1,23x99+0-99");
-  ASSERT_EQ(opened.displays.size(), 6U);
-  for (uint32_t index = 0; index < 6; ++index) {
-    const Display& display = opened.displays[index];
-    const PixelRect whole = {0, 0, display.pixelWidth, display.pixelHeight};
-    const PixelRect part = {whole.width / 3, whole.height / 5, (whole.width + 1) / 2,
-                            (whole.height + 1) / 2};
-    ExpectCard(opened.Capture(index, whole), index, display, whole);
-    ExpectCard(opened.Capture(index, part), index, display, part);
+TEST(VirtualDesktop, ShowsTheTestCardOnEveryDisplayAtEveryDepthInFramesThatOutliveIt) {
+  const std::string layout =
+      "641x479+0+0,300x301+641+0@16,257x400+0+479@8,200x150-200+0*2,1x1+0-1,23x99+0-99,"
+      "32767x32767+1000+0";  // the last is too large to keep
+  std::string problem;
+  std::vector<Display> displays;
+  auto desktop = OpenVirtualDesktop(layout, problem);
+  ASSERT_TRUE(desktop->ListDisplays(displays));
+  ASSERT_EQ(displays.size(), 7U);
+  std::vector<std::pair<Frame, PixelRect>> parts[7];
+  for (size_t i = 0; i < 7; ++i) {
+    const int32_t width = displays[i].pixelWidth, height = displays[i].pixelHeight;
+    bool isGone = false;
+    for (const PixelRect& part : {PixelRect{0, 0, width, height},
+                                  {width / 3, height / 5, (width + 1) / 2, (height + 1) / 2}}) {
+      const PixelRect captured = i < 6 ? part : PixelRect{15000, 12000, 700, 500};
+      parts[i].emplace_back(desktop->Capture(displays[i], captured, isGone), captured);
+    }
   }
-  Opened large("1x1+0+0,32767x32767+1+0");  // too large to keep
-  const PixelRect part = {15000, 12000, 700, 500};
-  ExpectCard(large.Capture(1, part), 1, large.displays[1], part);
-}
-
-TEST(VirtualDesktop, LeavesItsFramesBehind) {
-  auto opened = std::make_unique<Opened>("64x48+0+0");
-  const Display display = opened->displays[0];
-  const Frame frame = opened->Capture(0, {0, 0, 64, 48});
-  opened.reset();
-  ExpectCard(frame, 0, display, {0, 0, 64, 48});
+  desktop.reset();
+  for (uint32_t i = 0; i < 7; ++i) {
+    for (const auto& [frame, part] : parts[i]) ExpectCard(frame, i, displays[i], part);
+  }
 }
 
 TEST(TestCard, HasTheColorsOfItsEdgesReducedToTheScreensDepth) {

@@ -1,35 +1,30 @@
 #include "platform/desktop/x11/desktop.h"
 
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <csignal>
-#include <filesystem>
 #include <map>
 #include <memory>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include "platform/desktop/signals.h"
 #include "platform/desktop/x11/screen.h"
+#include "tests/support/process.h"
 #include "tests/support/xvfb.h"
 
 namespace qrv::desktop {
 namespace {
 
-using ::qrv::testing::RgbImage;
-using ::qrv::testing::ScopedVariable;
-using ::qrv::testing::Xvfb;
 using std::chrono::steady_clock;
 
-const std::vector<std::string> kNoShm = {"-extension", "MIT-SHM"};
+using Arguments = std::vector<std::string>;
 
 // A server, and the desktop that captures it.
 struct Screen {
-  explicit Screen(const char* screen = "320x200x24", std::vector<std::string> arguments = {})
+  explicit Screen(const char* screen = "320x200x24", Arguments arguments = {})
       : server(screen, std::move(arguments)), desktop(OpenX11Desktop(server.display())) {
     List();
   }
@@ -38,61 +33,61 @@ struct Screen {
     if (!desktop->ListDisplays(displays)) displays.clear();
     return displays.size();
   }
-  Frame Capture(const Display& display, const PixelRect& part) {
-    return desktop->Capture(display, part, isGone);
+  Frame Capture(const PixelRect& part, size_t index = 0) {
+    return desktop->Capture(displays.at(index), part, isGone);
   }
   Frame CaptureWhole(size_t index = 0) {
-    const Display& display = displays.at(index);
-    return Capture(display, {0, 0, display.pixelWidth, display.pixelHeight});
+    return Capture({0, 0, displays.at(index).pixelWidth, displays.at(index).pixelHeight}, index);
+  }
+  void Fill(uint32_t seed) {
+    server.FillRandom(seed);
+    seen = server.ImportScreen();
+  }
+  // How many pixels of a frame differ from the screen that was seen, the frame's corner being at
+  // (left, top).
+  int CountWrongPixels(const Frame& frame, int left = 0, int top = 0) const {
+    if (!frame) return -1;
+    int wrong = 0;
+    for (int32_t y = 0; y < frame.height; ++y) {
+      const uint8_t* pixel = frame.pixels + static_cast<size_t>(y) * frame.rowBytes;
+      const uint8_t* rgb = seen.pixels.data() + ((top + y) * seen.width + left) * 3;
+      for (int32_t x = 0; x < frame.width; ++x, pixel += 4, rgb += 3) {
+        if (pixel[0] != rgb[2] || pixel[1] != rgb[1] || pixel[2] != rgb[0]) ++wrong;
+      }
+    }
+    return wrong;
   }
 
-  Xvfb server;
+  testing::Xvfb server;
   std::unique_ptr<Desktop> desktop;
   std::vector<Display> displays;
+  testing::RgbImage seen;  // by another program
   bool isGone = false;
 };
-
-// How many pixels of a frame differ from the imported screen, the frame's corner being at (x, y).
-int CountWrongPixels(const Frame& frame, const RgbImage& screen, int left, int top) {
-  if (!frame) return -1;
-  int wrong = 0;
-  for (int32_t y = 0; y < frame.height; ++y) {
-    const uint8_t* pixel = frame.pixels + static_cast<size_t>(y) * frame.rowBytes;
-    const uint8_t* expected = screen.pixels.data() + ((top + y) * screen.width + left) * 3;
-    for (int32_t x = 0; x < frame.width; ++x, pixel += 4, expected += 3) {
-      if (pixel[0] != expected[2] || pixel[1] != expected[1] || pixel[2] != expected[0]) ++wrong;
-    }
-  }
-  return wrong;
-}
 
 // The second time with other pixels and another colour map. Those of depth 24 that are laid out as
 // a frame's are held against other programs by whoever captures them.
 TEST(X11Desktop, LooksAsToOtherProgramsAtEveryDepth) {
-  struct {
-    const char* screen;
-    std::vector<std::string> arguments;
-    int bitsPerPixel, bitsPerSample, samplesPerPixel, quickDrawPixelSize;
-  } const cases[] = {
-      {"803x601x30", {}, 30, 10, 3, 32},     {"803x601x16", {}, 16, 5, 3, 16},
-      {"803x601x8", {}, 8, 8, 1, 8},         {"803x601x24", {"-cc", "5"}, 32, 8, 3, 32},
-      {"803x601x30", kNoShm, 30, 10, 3, 32}, {"803x601x16", kNoShm, 16, 5, 3, 16},
-      {"803x601x8", kNoShm, 8, 8, 1, 8},     {"803x601x24", kNoShm, 32, 8, 3, 32}};
-  for (const auto& each : cases) {
-    SCOPED_TRACE(each.screen + ::testing::PrintToString(each.arguments));
-    Screen screen(each.screen, each.arguments);
+  const std::tuple<const char*, Arguments, std::tuple<int, int, int, int>> cases[] = {
+      {"803x601x30", {}, {30, 10, 3, 32}},
+      {"803x601x16", {}, {16, 5, 3, 16}},
+      {"803x601x8", {}, {8, 8, 1, 8}},
+      {"803x601x24", {"-cc", "5"}, {32, 8, 3, 32}}};
+  for (size_t i = 0; i < 2 * std::size(cases); ++i) {
+    auto [size, arguments, numbers] = cases[i / 2];
+    if (i % 2 == 1) arguments.insert(arguments.end(), {"-extension", "MIT-SHM"});
+    SCOPED_TRACE(size + ::testing::PrintToString(arguments));
+    Screen screen(size, arguments);
     ASSERT_EQ(screen.displays.size(), 1U) << screen.desktop->Problem();
-    const Display& display = screen.displays[0];
     for (const uint32_t seed : {1U, 2U}) {
-      screen.server.FillRandom(seed);
-      const RgbImage expected = screen.server.ImportScreen();
-      EXPECT_EQ(CountWrongPixels(screen.CaptureWhole(), expected, 0, 0), 0);
-      EXPECT_EQ(CountWrongPixels(screen.Capture(display, {101, 33, 77, 51}), expected, 101, 33), 0);
+      screen.Fill(seed);
+      EXPECT_EQ(screen.CountWrongPixels(screen.CaptureWhole()), 0);
+      EXPECT_EQ(screen.CountWrongPixels(screen.Capture({101, 33, 77, 51}), 101, 33), 0);
     }
-    EXPECT_EQ(display.bitsPerPixel, each.bitsPerPixel);
-    EXPECT_EQ(display.bitsPerSample, each.bitsPerSample);
-    EXPECT_EQ(display.samplesPerPixel, each.samplesPerPixel);
-    EXPECT_EQ(display.quickDrawPixelSize, each.quickDrawPixelSize);
+    const Display& display = screen.displays[0];
+    EXPECT_EQ(std::tuple(display.bitsPerPixel, display.bitsPerSample, display.samplesPerPixel,
+                         display.quickDrawPixelSize),
+              numbers);
   }
 }
 
@@ -102,22 +97,22 @@ PixelRect AreaOfMonitor(int index) {
 }
 
 // Makes that many monitors come, one of them primary, or go.
-void ChangeMonitors(const Xvfb& server, const char* change, int count, int primary) {
-  std::vector<std::string> command = {"xrandr"};
+void ChangeMonitors(const testing::Xvfb& server, const char* change, int count, int primary) {
+  Arguments command = {"xrandr"};
   for (int i = 0; i < count; ++i) {
     const auto [x, y, width, height] = AreaOfMonitor(i);
-    std::ostringstream area;
-    area << width << "/9x" << height << "/9+" << x << "+" << y;
     command.insert(command.end(), {change, (i == primary ? "*m" : "m") + std::to_string(i)});
-    if (primary >= 0) command.insert(command.end(), {area.str(), i == 0 ? "screen" : "none"});
+    if (primary < 0) continue;
+    command.push_back(std::to_string(width) + "/9x" + std::to_string(height) + "/9+" +
+                      std::to_string(x) + "+" + std::to_string(y));
+    command.emplace_back(i == 0 ? "screen" : "none");
   }
   server.Run(command);
 }
 
 TEST(X11Desktop, FollowsFortyMonitorsThatComeAndGoAndKeepTheirIdentifiers) {
   Screen screen("800x600x24");
-  screen.server.FillRandom(3);
-  const RgbImage expected = screen.server.ImportScreen();
+  screen.Fill(3);
   std::map<uint32_t, int> monitors;  // by identifier
   for (const auto& [count, primary] : {std::pair(40, 0), std::pair(1, 0), std::pair(40, 11)}) {
     ChangeMonitors(screen.server, "--setmonitor", count, primary);
@@ -125,15 +120,12 @@ TEST(X11Desktop, FollowsFortyMonitorsThatComeAndGoAndKeepTheirIdentifiers) {
     const PixelRect main = AreaOfMonitor(primary);
     for (int i = 0; i < count; ++i) {
       const int monitor = i == 0 ? primary : i <= primary ? i - 1 : i;  // the main one comes first
-      const PixelRect area = AreaOfMonitor(monitor);
-      const Display& display = screen.displays[static_cast<size_t>(i)];
+      const auto [x, y, width, height] = AreaOfMonitor(monitor);
+      const auto index = static_cast<size_t>(i);
+      const Display& display = screen.displays[index];
       EXPECT_EQ(monitors.emplace(display.id, monitor).first->second, monitor);
-      EXPECT_EQ(display.bounds,
-                (PixelRect{area.x - main.x, area.y - main.y, area.width, area.height}));
-      EXPECT_EQ(
-          CountWrongPixels(screen.CaptureWhole(static_cast<size_t>(i)), expected, area.x, area.y),
-          0)
-          << monitor;
+      EXPECT_EQ(display.bounds, (PixelRect{x - main.x, y - main.y, width, height}));
+      EXPECT_EQ(screen.CountWrongPixels(screen.CaptureWhole(index), x, y), 0) << monitor;
     }
     ChangeMonitors(screen.server, "--delmonitor", count, -1);
   }
@@ -156,36 +148,34 @@ TEST(X11Desktop, HasNoPixelsOfADisplayThatShrank) {
 
 TEST(X11Desktop, LeavesAHeldFrameUnchangedWhateverBecomesOfTheServer) {
   Screen screen;
-  screen.server.FillRandom(4);
-  const RgbImage before = screen.server.ImportScreen();
+  screen.Fill(5);
+  const testing::RgbImage before = screen.seen;
   const Frame held = screen.CaptureWhole();
-  screen.server.FillRandom(5);
-  EXPECT_EQ(CountWrongPixels(screen.CaptureWhole(), screen.server.ImportScreen(), 0, 0), 0);
+  screen.Fill(6);
+  EXPECT_EQ(screen.CountWrongPixels(screen.CaptureWhole()), 0);
   screen.server.Kill();
   EXPECT_FALSE(screen.CaptureWhole());
   screen.server.Restart();
   EXPECT_FALSE(screen.CaptureWhole()) << "of another server than listed the display";
   EXPECT_FALSE(screen.isGone);
   screen.desktop.reset();
-  EXPECT_EQ(CountWrongPixels(held, before, 0, 0), 0);
+  screen.seen = before;
+  EXPECT_EQ(screen.CountWrongPixels(held), 0);
 }
 
 // The server stops while it delivers a large image, after a quarter, half and three quarters of
 // the time that this takes. A stop that comes late lets the capture end; not every one does.
 TEST(X11Desktop, FailsInTimeWhenItsServerStopsInTheMiddle) {
-  Screen screen("4096x4096x24", kNoShm);
+  Screen screen("4096x4096x24", {"-extension", "MIT-SHM"});
   auto start = steady_clock::now();
   ASSERT_TRUE(screen.CaptureWhole());
-  const auto whole = steady_clock::now() - start;
+  const std::chrono::duration<double, std::micro> whole = steady_clock::now() - start;
   int stopped = 0;
-  for (int quarters = 1; quarters <= 3; ++quarters) {
-    const auto delay = std::chrono::duration_cast<std::chrono::microseconds>(whole * quarters / 4);
-    const pid_t stopper = fork();
-    if (stopper == 0) {
-      usleep(static_cast<useconds_t>(delay.count()));
-      kill(screen.server.pid(), SIGSTOP);
-      _exit(0);
-    }
+  for (const double part : {0.25, 0.5, 0.75}) {
+    const pid_t stopper = testing::Fork([&] {
+      usleep(static_cast<useconds_t>(whole.count() * part));
+      return kill(screen.server.pid(), SIGSTOP);
+    });
     start = steady_clock::now();
     if (!screen.CaptureWhole()) {
       ++stopped;
@@ -193,7 +183,7 @@ TEST(X11Desktop, FailsInTimeWhenItsServerStopsInTheMiddle) {
                 "X server " + screen.server.display() + " does not answer");
     }
     EXPECT_LT(steady_clock::now() - start, std::chrono::seconds(5));
-    waitpid(stopper, nullptr, 0);
+    testing::WaitForEnd(stopper);
     screen.server.Continue();
     screen.List();
     EXPECT_TRUE(screen.CaptureWhole()) << screen.desktop->Problem();
@@ -203,45 +193,38 @@ TEST(X11Desktop, FailsInTimeWhenItsServerStopsInTheMiddle) {
 
 // A server that lets in only who knows the cookie of an authority file.
 TEST(GuardedServer, SaysWhyItRefusesAndXcbWritesNothing) {
-  const std::string file = ::testing::TempDir() + "qrv-authority-" + std::to_string(getpid());
+  const testing::ScratchFolder folder;
+  const std::string file = folder.File("authority");
   const auto addCookie = [&](const std::string& display) {
-    Xvfb("320x200x24")
-        .Run({"xauth", "-f", file, "add", display, ".", "00112233445566778899aabbccddeeff"});
+    testing::RunProgram(
+        {"xauth", "-f", file, "add", display, ".", "00112233445566778899aabbccddeeff"});
   };
   addCookie(":0");
-  const Xvfb server("320x200x24", {"-auth", file});
+  const testing::Xvfb server("320x200x24", {"-auth", file});
+  addCookie(server.display());
   const auto desktop = OpenX11Desktop(server.display());
   std::vector<Display> displays;
   {
-    const ScopedVariable none("XAUTHORITY", "/nonexistent");
+    const testing::ScopedVariable none("XAUTHORITY", "/nonexistent");
     ::testing::internal::CaptureStderr();
     EXPECT_FALSE(desktop->ListDisplays(displays));
     EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
     EXPECT_NE(std::string(desktop->Problem()).find("refuses the connection: "), std::string::npos);
   }
-  addCookie(server.display());
-  const ScopedVariable authority("XAUTHORITY", file.c_str());
+  const testing::ScopedVariable authority("XAUTHORITY", file.c_str());
   EXPECT_TRUE(desktop->ListDisplays(displays)) << desktop->Problem();
-  std::filesystem::remove(file);
 }
 
 TEST(X11Desktop, LeavesTheConnectionToTheProcessThatOpenedIt) {
-  const auto countFiles = [] {
-    const std::filesystem::directory_iterator files("/proc/self/fd");
-    return std::distance(begin(files), end(files));
-  };
   Screen screen;
-  const pid_t child = fork();
-  if (child == 0) {
+  const pid_t child = testing::Fork([&] {
     const bool isInherited = !screen.CaptureWhole();
-    _exit(isInherited && screen.List() == 1 && screen.CaptureWhole() ? 0 : 1);
-  }
-  int status = -1;
-  waitpid(child, &status, 0);
-  EXPECT_EQ(status, 0);
-  const auto files = countFiles();
+    return isInherited && screen.List() == 1 && screen.CaptureWhole() ? 0 : 1;
+  });
+  EXPECT_EQ(testing::WaitForEnd(child), 0);
+  const auto files = testing::CountOpenFiles();
   EXPECT_TRUE(screen.CaptureWhole()) << screen.desktop->Problem();
-  EXPECT_EQ(countFiles(), files);  // no second connection
+  EXPECT_EQ(testing::CountOpenFiles(), files);  // no second connection
 }
 
 TEST(X11Geometry, CutsMonitorsToTheRootWindow) {

@@ -40,13 +40,14 @@ TEST(Session, FollowsTheChoiceFromListToList) {
            {"virtual:30x20+0+0", nullptr, 30, card},
            {"virtual", nullptr, 1280, card},
            {"any", nullptr, 1280, card, "",
-            "DISPLAY is not set: this is the built-in virtual desktop"},
+            "WAYLAND_DISPLAY is not set, DISPLAY is not set: this is the built-in virtual desktop"},
            {"any", ":4711", 0, "X11 :4711", "X server :4711 can't be reached"},
            {nullptr, ":4711", 0, "X11 :4711", "X server :4711 can't be reached"},
-           {nullptr, nullptr, 0, none, "DISPLAY is not set"},
-           {"", nullptr, 0, none, "DISPLAY is not set"},
+           {nullptr, nullptr, 0, none, "WAYLAND_DISPLAY is not set, DISPLAY is not set"},
+           {"", nullptr, 0, none, "WAYLAND_DISPLAY is not set, DISPLAY is not set"},
            {"x11:", nullptr, 0, none, "the desktop \"x11:\" names no DISPLAY"},
            {"x11:moon", nullptr, 0, "X11 moon", "'moon' is not the name of an X display"},
+           {"wayland", ":1", 0, none, "WAYLAND_DISPLAY is not set"},
            {"virtual:", nullptr, 0, none, "the desktop \"virtual:\" names no LAYOUT"},
            {"virtually", nullptr, 0, none, "there is no desktop \"virtually\""}}) {
     ExpectShown(choice);

@@ -1,9 +1,5 @@
 #include "tests/passthrough/layer.h"
 
-#include <fcntl.h>
-#include <sys/syscall.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
@@ -77,6 +73,10 @@ void PoisonWhatIsNew() {
   seam::newPicture.habit = [](long width, long height, long depth) {
     return Poisoned(runtime::NewPicture(width, height, depth));
   };
+  seam::CGGetActiveDisplayList.habit = [](uint32_t most, CGDirectDisplayID* ids, uint32_t* count) {
+    memset(ids, kPoison, most * sizeof(*ids));
+    return ::CGGetActiveDisplayList(most, ids, count);
+  };
   seam::CGBitmapContextCreate.habit = [](void* data, size_t width, size_t height, size_t bits,
                                          size_t rowBytes, CGColorSpaceRef space, uint32_t info) {
     CGContextRef context =
@@ -98,7 +98,8 @@ void PoisonWhatIsNew() {
   };
 }
 
-// The state that a real context and a real port would have from others: what is not set shows.
+// The state that a real context and a real port would have from others, so that what is not set
+// shows, and what a real number would not take.
 void SpoilState() {
   static bool reads = false;
   static bool isFinished = false;
@@ -120,6 +121,10 @@ void SpoilState() {
     ::glPixelStorei(GL_PACK_SKIP_ROWS, 1);
     ::glPixelStorei(GL_PACK_SKIP_PIXELS, 1);
     return error;
+  };
+  seam::CFNumberGetValue.habit = [](CFNumberRef number, CFNumberType type, void* value) {
+    if (number == nullptr) TheLayer().problems.push_back("the value of no number");
+    return ::CFNumberGetValue(number, type, value);
   };
   seam::glReadBuffer.habit = [](GLenum mode) { reads = mode == GL_FRONT; };
   seam::glFinish.habit = [] { isFinished = true; };
@@ -243,39 +248,23 @@ void Layer::Take(const void* object, Kind kind) {
 }  // namespace qrv
 
 // What the plug-in's undefined symbols are redirected to. They are resolved while the program is
-// loaded, when nothing of it has run, and before its calls of other libraries are.
-// NOLINTNEXTLINE(readability-redundant-declaration)
-extern "C" long syscall(long, ...) noexcept __attribute__((noplt));
+// loaded, when neither the C library's environment nor the sanitizers' functions are ready yet.
+extern "C" void* __libc_stack_end;  // NOLINT(bugprone-reserved-identifier)
 
 namespace {
 
 using Function = void();
 
-[[gnu::no_sanitize("address", "undefined")]] const char* SkipPrefix(const char* text,
-                                                                    const char* prefix) {
-  for (; *prefix != '\0'; ++text, ++prefix) {
-    if (*text != *prefix) return nullptr;
+// The stack begins with the number of arguments, the arguments, and the environment.
+[[gnu::no_sanitize("address", "undefined")]] bool IsInEnvironment(const char* setting) {
+  const char* const* word = static_cast<char**>(__libc_stack_end) + 1;
+  while (*word++ != nullptr) {
   }
-  return text;
-}
-
-// Neither the C library's environment nor the sanitizers' functions are ready yet.
-[[gnu::no_sanitize("address", "undefined")]] bool IsLacking(const char* name) {
-  static char environment[1 << 17];
-  const long file = syscall(SYS_open, "/proc/self/environ", O_RDONLY);
-  char* end = environment;
-  for (long size = 1; size > 0; end += size) {
-    size = syscall(SYS_read, file, end, environment + sizeof(environment) - 1 - end);
-    if (size < 0) break;
-  }
-  syscall(SYS_close, file);
-  *end = '\0';
-  for (const char* each = environment; each < end; ++each) {
-    const char* rest = SkipPrefix(each, qrv::passthrough::kLacking);
-    if (rest != nullptr) rest = SkipPrefix(rest, "=");
-    if (rest != nullptr) rest = SkipPrefix(rest, name);
-    if (rest != nullptr && *rest == '\0') return true;
-    while (*each != '\0') ++each;
+  for (; *word != nullptr; ++word) {
+    const char* at = *word;
+    const char* wanted = setting;
+    for (; *at != '\0' && *at == *wanted; ++at) ++wanted;
+    if (*at == *wanted) return true;
   }
   return false;
 }
@@ -286,7 +275,7 @@ extern "C" {
 #undef LIBRARY
 #define LIBRARY(name, ...)                                                                    \
   [[gnu::no_sanitize("address", "undefined")]] Function* resolve_##name() {                   \
-    return IsLacking(#name)                                                                   \
+    return IsInEnvironment(QRV_LACKING "=" #name)                                             \
                ? nullptr                                                                      \
                : reinterpret_cast<Function*>(qrv::passthrough::Gate<&qrv::seam::name>::Call); \
   }                                                                                           \

@@ -67,7 +67,7 @@ void ResetLayer();
 void* Resolve(const char* name);
 
 // Functions that are linked weakly are null in a process in whose environment this names them.
-inline constexpr char kLacking[] = "QRV_TEST_LACKING";
+#define QRV_LACKING "QRV_TEST_LACKING"
 
 constexpr long kNever = LONG_MIN;
 
@@ -88,24 +88,24 @@ struct SeamBase {
   ~SeamBase() = default;
 };
 
-// The object that a call has handed out: what it returns, or, when it yields true, what it was
-// called on, or what it has stored where it was told to.
-template <typename Result, typename... Parameters>
-const void* Given(Result result, Parameters... parameters) {
-  const void* object = nullptr;
-  [[maybe_unused]] const auto look = [&object, result](auto parameter) {
-    using Parameter = decltype(parameter);
-    if (object != nullptr) return;
-    constexpr bool kIsFlag = std::is_same_v<Result, bool> || std::is_same_v<Result, unsigned char>;
-    if constexpr (kIsFlag && std::is_pointer_v<Parameter>) {
-      if (result) object = parameter;
-    } else if constexpr (std::is_pointer_v<std::remove_pointer_t<Parameter>>) {
-      if (parameter != nullptr) object = *parameter;
-    }
-  };
+// The object that a successful call has handed out: what it returns, or, when it yields true, what
+// it was called on, or else what it has stored where it was told to.
+template <typename Result>
+const void* Given(Result result) {
   if constexpr (std::is_pointer_v<Result>) return result;
-  (look(parameters), ...);
-  return object;
+  return nullptr;
+}
+
+template <typename Result, typename First, typename... Rest>
+const void* Given(Result result, First first, Rest... rest) {
+  if constexpr (std::is_pointer_v<First> && sizeof(Result) == 1) {
+    return result ? first : nullptr;
+  } else if constexpr (std::is_pointer_v<std::remove_pointer_t<First>> &&
+                       !std::is_pointer_v<Result>) {
+    return result == 0 ? *first : nullptr;
+  } else {
+    return Given(result, rest...);
+  }
 }
 
 template <typename Signature>

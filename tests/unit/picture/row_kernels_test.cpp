@@ -114,10 +114,14 @@ TEST(RowKernel, DividesEveryColourByEveryAlphaExactly) {
   }
 }
 
-TEST(RowKernel, IsNoneForALayoutThatNoPictureHas) {
+TEST(RowKernel, IsNoneForALayoutThatNoPictureHasAndNoPixelIsStoredInIt) {
   for (const int32_t format : {0, 7, 9, -1}) {
     EXPECT_EQ(ChooseRowKernel(SourceLayout::kSkipRgb, format), nullptr);
     EXPECT_EQ(ChooseMaskRowKernel(format), nullptr);
+    PictureWriter writer;  // without a place to store it
+    writer.pixelFormat = format;
+    writer.WritePixel(1, 2, 3);
+    EXPECT_EQ(writer.cursor, nullptr);
   }
 }
 

@@ -8,14 +8,7 @@ namespace {
 
 class WorldPicture : public PluginTest {
  protected:
-  // Binds QuickDraw's functions.
-  void SetUp() override {
-    UseSystem(kQuickDraw);
-    host->Release(host->Call(runtime::methods::kScreenshotDisplay, int32_t{1}));
-    host->Release(host->Call(runtime::methods::kScreenshotRectScaled, 0, 0, 1, 1, 1, 1));
-    ClearRecord();
-    TakeStrategies();
-  }
+  void SetUp() override { BindQuickDraw(); }
 
   // A world whose bytes count upward from 0, as the plug-in would have made it.
   GWorldPtr NewWorld(const Rect& bounds, short depth) {

@@ -38,12 +38,6 @@ struct Gate<seam, Result (*)(Parameters...)> {
   static Result Call(Parameters... parameters) { return seam->Pass(parameters...); }
 };
 
-// Which kinds are given back in the reverse order of their creation: all of them together; URLs
-// are too, among themselves.
-bool AreOrdered(Kind one, Kind other) {
-  return (one >= kMemory && other >= kMemory) || (one == kUrl && other == kUrl);
-}
-
 void* LookUp(const std::string& name, void* real) {
   Layer& layer = TheLayer();
   layer.calls.push_back("look up " + name);
@@ -158,7 +152,7 @@ void LetNamesBeFound() {
   // The framework that it has loaded the plug-in keeps for good.
   seam::CFBundleLoadExecutable.habit = [](CFBundleRef bundle) {
     const Boolean isLoaded = ::CFBundleLoadExecutable(bundle);
-    if (isLoaded) TheLayer().Take(bundle, kBundle);
+    if (isLoaded) TheLayer().Take(bundle, kOrdered);
     return isLoaded;
   };
 }
@@ -182,11 +176,6 @@ void ClearRecord() {
   layer.refusedCall.clear();
   layer.problems.clear();
   layer.held.clear();
-}
-
-void ResetLayer() {
-  for (const auto& [name, seam] : Seams()) seam->Forget();
-  TheLayer() = {};
 }
 
 const bool kIsReady = [] {
@@ -229,16 +218,15 @@ void Layer::Give(const void* object, Kind kind) {
 
 void Layer::Take(const void* object, Kind kind) {
   if (object == nullptr) return;
-  const auto found = std::find_if(held.rbegin(), held.rend(), [=](const auto& each) {
-    return each.first == object && (kind == kAny || each.second == kind);
-  });
+  const std::pair what(object, kind);
+  const auto found = std::find(held.rbegin(), held.rend(), what);
   if (found == held.rend()) {
     // Older hosts want a lock that they have refused unlocked; the runtime knows.
     if (kind != kPictureLock) problems.push_back(calls.back() + " of what isn't held");
     return;
   }
-  if (std::any_of(held.rbegin(), found,
-                  [=](const auto& later) { return AreOrdered(found->second, later.second); })) {
+  if (kind >= kOrdered &&
+      std::any_of(held.rbegin(), found, [](auto& later) { return later.second >= kOrdered; })) {
     problems.push_back(calls.back() + " before what was created later");
   }
   held.erase(std::next(found).base());

@@ -13,7 +13,6 @@ extern "C" void REALPluginMain(REALresolver resolver);
 
 namespace qrv::passthrough {
 PluginTest::PluginTest() {
-  ResetLayer();
   UseDesktop({{0, 0, 13, 9}, {13, -3, 9, 14}});
   UseSystem(kDisplayImage);
   Use({});

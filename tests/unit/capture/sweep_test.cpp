@@ -22,9 +22,9 @@ namespace methods = runtime::methods;
 constexpr Box kPart = {-2, -5, 27, 19};
 constexpr Strategy kStrategies[] = {kDisplayImage, kOpenGL, kQuickDraw};
 
-enum Method { kMain, kSecond, kRect, kScaled, kString, kSecondString, kFromString, kImage };
-constexpr const char* kNames[] = {"main",   "second",        "rectangle",   "scaled",
-                                  "string", "second string", "from string", "image"};
+enum Method { kMain, kSecond, kRect, kScaled, kString, kFromString, kImage };
+constexpr const char* kNames[] = {"main",   "second",      "rectangle", "scaled",
+                                  "string", "from string", "image"};
 
 #define SEAM(...)
 #undef WEAK
@@ -97,7 +97,7 @@ class Sweep : public PluginTest {
   // The strategy of the method when nothing fails.
   Strategy Ought(Method method) const {
     if (method == kScaled) return kQuickDraw;
-    if (method == kString || method == kSecondString) return HasOpenGL() ? kOpenGL : kNone;
+    if (method == kString) return HasOpenGL() ? kOpenGL : kNone;
     if (method >= kFromString) return kNone;
     const char* images = method == kRect ? "CGDisplayCreateImageForRect" : "CGDisplayCreateImage";
     if (system == kDisplayImage && lacking != images) return kDisplayImage;
@@ -116,8 +116,6 @@ class Sweep : public PluginTest {
       case kScaled:
         return {host->Call(methods::kScreenshotRectScaled, left, top, across, down, across, down)};
       case kString:
-        return {nullptr, host->Call(methods::kScreenshotString, width, height, rowBytes)};
-      case kSecondString:
         return {nullptr,
                 host->Call(methods::kScreenshotStringDisplay, width, height, rowBytes, int32_t{1})};
       case kFromString: {
@@ -156,7 +154,7 @@ class Sweep : public PluginTest {
     const bool isWhole = layer.refusedCall.empty() && !isQuickDrawMissing;
     if (isWhole && strategies != Ought(method)) return "by another strategy;";
     if (result.picture == nullptr && result.string == nullptr) {
-      if (failed == "REALBuildString") return SizeProblem(method);
+      if (failed == "REALBuildString") return SizeProblem();
       if ((width | height | rowBytes) != 0) return "a size of nothing;";
       const bool isNil = Ought(method) == kNone && method < kFromString;
       return isNil || !isWhole ? "" : "nil;";
@@ -170,8 +168,7 @@ class Sweep : public PluginTest {
       case kScaled:
         return PartProblem(kPart, result.picture, strategies, failed);
       case kString:
-      case kSecondString:
-        return StringProblem(method, result.string);
+        return StringProblem(result.string);
       case kFromString:
         return BytesOf(result.picture) == StoredRawPixels() ? "" : "another picture;";
       default:
@@ -207,26 +204,25 @@ class Sweep : public PluginTest {
     return "another picture;";
   }
 
-  std::string SizeProblem(Method method) const {
-    const Box& box = displays[method == kString ? 0 : 1];
+  std::string SizeProblem() const {
+    const Box& box = displays[1];
     const bool isSize = width == box.width && height == box.height && rowBytes == box.width * 4;
     return isSize ? "" : "another size;";
   }
 
   // The rows of a display from the bottom upward.
-  std::string StringProblem(Method method, const REALstringStruct* string) const {
-    const size_t display = method == kString ? 0 : 1;
+  std::string StringProblem(const REALstringStruct* string) const {
     std::string bytes;
-    const Box& box = displays[display];
+    const Box& box = displays[1];
     for (int y = box.height - 1; y >= 0; --y) {
       for (int x = 0; x < box.width; ++x) {
-        const uint32_t colour = Card(display, box.left + x, box.top + y);
+        const uint32_t colour = Card(1, box.left + x, box.top + y);
         for (const int shift : {0, 8, 16, 24}) bytes += static_cast<char>(colour >> shift);
       }
     }
     const bool isIt = bytes == runtime::Host::Bytes(string) &&
                       runtime::Host::Encoding(string) == kRawBytesEncoding;
-    return isIt ? SizeProblem(method) : "another string;";
+    return isIt ? SizeProblem() : "another string;";
   }
 
   std::string ImageProblem(const Bytes& rgba, const std::string& failed) const {
@@ -242,7 +238,7 @@ class Sweep : public PluginTest {
     ClearRecord();
     TakeStrategies();
     if (port != nullptr) seam::SetPort.real(port);
-    width = height = rowBytes = method == kString || method == kSecondString ? 7 : 0;
+    width = height = rowBytes = method == kString ? 7 : 0;
     const Result result = Call(method);
     std::string problems = ResultProblem(method, result, TakeStrategies());
     host->Release(result.picture);

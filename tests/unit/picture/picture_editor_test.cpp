@@ -34,32 +34,6 @@ class Editor : public PluginTest {
   }
 };
 
-TEST_F(Editor, WritesAPixelInTheLayoutOfThePicture) {
-  for (const ApplicationKind application :
-       {ApplicationKind::kDesktop, ApplicationKind::kConsole, ApplicationKind::kWeb}) {
-    for (const uint32_t alphaInfo : {1U, 2U, 5U, 6U}) {
-      HostOptions kind;
-      kind.application = application;
-      kind.bitmapAlphaInfo = alphaInfo;
-      Use(kind);
-      REALpictureStruct* picture = NewPicture();
-      PictureWriter writer;
-      ASSERT_TRUE(BindOwnPicture(writer, picture));
-      writer.MoveToRow(2);
-      writer.WritePixel(10, 20, 30);
-      EXPECT_EQ(writer.cursor, writer.RowStart(2) + 4);
-      writer.NextRow();  // past the last row
-      EXPECT_EQ(writer.cursor, writer.RowStart(0));
-      EXPECT_EQ(writer.RenderPictureWriter(), picture);
-      EXPECT_EQ(writer.RenderPictureWriter(), nullptr);
-      Bytes bytes(60);
-      const Bytes pixel = Stored(0x0A141E);
-      std::copy(pixel.begin(), pixel.end(), bytes.begin() + 40);
-      ExpectIs(picture, bytes);
-    }
-  }
-}
-
 TEST_F(Editor, TellsTheHostThatThePixelsHaveChanged) {
   const auto expectCalls = [this](const std::vector<std::string>& calls) {
     std::erase_if(layer.calls, [](const auto& call) { return call.starts_with("look up "); });
@@ -76,9 +50,13 @@ TEST_F(Editor, TellsTheHostThatThePixelsHaveChanged) {
   EXPECT_FALSE(writer.GetPictureEditor(nullptr, 0, 0));  // gives the picture back
   expectCalls({unlock, clear, "REALUnlockObject"});
   ASSERT_TRUE(BindOwnPicture(writer, picture));
+  writer.MoveToRow(2);
+  writer.NextRow();  // past the last row
+  EXPECT_EQ(writer.cursor, writer.RowStart(0));
   layer.calls.clear();
   host->Release(writer.RenderPictureWriter());
   expectCalls({"REALLockObject", clear, unlock, clear, "REALUnlockObject"});
+  EXPECT_EQ(writer.RenderPictureWriter(), nullptr);
 }
 
 TEST_F(Editor, RefusesABitmapContextThatItCannotWrite) {

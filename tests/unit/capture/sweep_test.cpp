@@ -150,36 +150,29 @@ class Sweep : public PluginTest {
 
   // Empty when the result is what it is to be.
   std::string ResultProblem(Method method, const Result& result, unsigned strategies) {
-    const std::string& failed = layer.refusedCall.empty() ? lacking : layer.refusedCall;
     const bool isWhole = layer.refusedCall.empty() && !isQuickDrawMissing;
     if (isWhole && strategies != Ought(method)) return "by another strategy;";
     if (result.picture == nullptr && result.string == nullptr) {
-      if (failed == "REALBuildString") return SizeProblem();
+      if (Failed() == "REALBuildString") return SizeProblem();
       if ((width | height | rowBytes) != 0) return "a size of nothing;";
       const bool isNil = Ought(method) == kNone && method < kFromString;
       return isNil || !isWhole ? "" : "nil;";
     }
-    switch (method) {
-      case kMain:
-        return PartProblem(displays[0], result.picture, strategies, failed);
-      case kSecond:
-        return PartProblem(displays[1], result.picture, strategies, failed);
-      case kRect:
-      case kScaled:
-        return PartProblem(kPart, result.picture, strategies, failed);
-      case kString:
-        return StringProblem(result.string);
-      case kFromString:
-        return BytesOf(result.picture) == StoredRawPixels() ? "" : "another picture;";
-      default:
-        return ImageProblem(runtime::Host::Read(result.picture).rgba, failed);
-    }
+    const Box parts[] = {displays[0], displays[1], kPart, kPart};
+    if (method <= kScaled) return PartProblem(parts[method], result.picture, strategies);
+    if (method == kString) return StringProblem(result.string);
+    if (method == kImage) return ImageProblem(runtime::Host::Read(result.picture).rgba);
+    return BytesOf(result.picture) == StoredRawPixels() ? "" : "another picture;";
   }
 
-  std::string PartProblem(const Box& part, REALpictureStruct* picture, unsigned strategies,
-                          const std::string& failed) {
+  // The function that was refused or is lacking.
+  const std::string& Failed() const {
+    return layer.refusedCall.empty() ? lacking : layer.refusedCall;
+  }
+
+  std::string PartProblem(const Box& part, REALpictureStruct* picture, unsigned strategies) {
     const Bytes bytes = BytesOf(picture);
-    const auto leaves = kLeavesDisplaysOut.find(failed);
+    const auto leaves = kLeavesDisplaysOut.find(Failed());
     for (const Strategy strategy : kStrategies) {
       const bool mayLeaveOut = leaves != kLeavesDisplaysOut.end() && leaves->second == strategy;
       for (unsigned without = 0; without < (mayLeaveOut ? 4U : 1U); ++without) {
@@ -187,14 +180,14 @@ class Sweep : public PluginTest {
         if (bytes == Expected(strategy, part, without)) return "";
       }
     }
-    if (isQuickDrawMissing && kLeavesWorldsAsTheyAre.contains(failed)) {
+    if (isQuickDrawMissing && kLeavesWorldsAsTheyAre.contains(Failed())) {
       for (const Bytes& outside : {Stored(kPoison * 0x10101U, kPoison), Stored(0, 0)}) {
         for (const unsigned without : {0U, 3U}) {
           if (bytes == Expected(part, outside, 0, without)) return "";
         }
       }
     }
-    if (failed == "GetPixRowBytes") {
+    if (Failed() == "GetPixRowBytes") {
       // Every row is the first one.
       const Bytes row = Expected(kQuickDraw, {part.left, part.top, part.width, 1});
       Bytes rows;
@@ -205,31 +198,30 @@ class Sweep : public PluginTest {
   }
 
   std::string SizeProblem() const {
-    const Box& box = displays[1];
-    const bool isSize = width == box.width && height == box.height && rowBytes == box.width * 4;
-    return isSize ? "" : "another size;";
+    const auto& [left, top, across, down] = displays[1];
+    return std::tuple(width, height, rowBytes) == std::tuple(across, down, across * 4)
+               ? ""
+               : "another size;";
   }
 
-  // The rows of a display from the bottom upward.
+  // The rows of the second display from the bottom upward.
   std::string StringProblem(const REALstringStruct* string) const {
     std::string bytes;
-    const Box& box = displays[1];
-    for (int y = box.height - 1; y >= 0; --y) {
-      for (int x = 0; x < box.width; ++x) {
-        const uint32_t colour = Card(1, box.left + x, box.top + y);
-        for (const int shift : {0, 8, 16, 24}) bytes += static_cast<char>(colour >> shift);
-      }
+    const auto& [left, top, across, down] = displays[1];
+    for (int i = 0; i < across * down; ++i) {
+      const uint32_t colour = Card(1, left + i % across, top + down - 1 - i / across);
+      for (const int shift : {0, 8, 16, 24}) bytes += static_cast<char>(colour >> shift);
     }
     const bool isIt = bytes == runtime::Host::Bytes(string) &&
                       runtime::Host::Encoding(string) == kRawBytesEncoding;
     return isIt ? SizeProblem() : "another string;";
   }
 
-  std::string ImageProblem(const Bytes& rgba, const std::string& failed) const {
+  std::string ImageProblem(const Bytes& rgba) const {
     const auto divided = [](int alpha, int part) { return alpha / part * 255 / alpha; };
     const bool hasMask = !options.picturesHaveAlpha || options.version.value_or(0) >= 2011.04;
     if (rgba == ImageBytes(divided, hasMask)) return "";
-    const bool isOther = kMakesTheMask.contains(failed) && rgba == ImageBytes(divided, !hasMask);
+    const bool isOther = kMakesTheMask.contains(Failed()) && rgba == ImageBytes(divided, !hasMask);
     return isOther ? "" : "another picture of the image;";
   }
 
@@ -256,14 +248,12 @@ class Sweep : public PluginTest {
   }
 
   void InEveryHost(const std::function<void(Method)>& each) {
-    std::vector<HostOptions> kinds(6);
-    kinds[4].application = ApplicationKind::kConsole;
-    kinds[5].application = ApplicationKind::kWeb;
-    for (const uint32_t i : {0, 1, 2, 3}) {
-      kinds[i].bitmapAlphaInfo = std::vector<uint32_t>{1, 2, 5, 6}[i];
-      kinds[i].picturesHaveAlpha = i < 2;
-    }
-    for (HostOptions& kind : kinds) {
+    for (const uint32_t alphaInfo : {1U, 2U, 5U, 6U, 0U, 7U}) {
+      HostOptions kind;
+      kind.bitmapAlphaInfo = alphaInfo;
+      kind.picturesHaveAlpha = alphaInfo == 1 || alphaInfo == 2;
+      if (alphaInfo == 0) kind.application = ApplicationKind::kConsole;
+      if (alphaInfo == 7) kind.application = ApplicationKind::kWeb;
       for (const double version : {0.0, 2011.03, 2011.04, 2012.0, 2012.99, 2013.0}) {
         if (!lacking.empty() && version < 2013.0) continue;  // the host's version is no matter
         kind.version = version;

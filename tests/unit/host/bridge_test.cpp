@@ -70,5 +70,13 @@ TEST_F(StringData, IsRefusedWithTheRecordUntouched) {
   EXPECT_EQ(host->Outstanding().strings, 1);  // the converted one is given back
 }
 
+TEST_F(StringData, IsRefusedForALengthThatIsNone) {
+  layer.missing = {"PluginGetStringData"};
+  seam::REALLoadGlobalMethod.answer = [](void*, const char*) {
+    return reinterpret_cast<void*>(+[](REALstringStruct*) { return -1; });
+  };
+  ExpectRefused(string, kRawBytesEncoding);
+}
+
 }  // namespace
 }  // namespace qrv::passthrough

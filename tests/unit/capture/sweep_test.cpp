@@ -22,9 +22,9 @@ namespace methods = runtime::methods;
 constexpr Box kPart = {-2, -5, 27, 19};
 constexpr Strategy kStrategies[] = {kDisplayImage, kOpenGL, kQuickDraw};
 
-enum Method { kMain, kSecond, kRect, kScaled, kString, kFromString, kImage };
-constexpr const char* kNames[] = {"main",   "second",      "rectangle", "scaled",
-                                  "string", "from string", "image"};
+enum Method { kMain, kSecond, kRect, kScaled, kString, kSecondString, kFromString, kImage };
+constexpr const char* kNames[] = {"main",   "second",        "rectangle",   "scaled",
+                                  "string", "second string", "from string", "image"};
 
 #define SEAM(...)
 #undef WEAK
@@ -97,7 +97,7 @@ class Sweep : public PluginTest {
   // The strategy of the method when nothing fails.
   Strategy Ought(Method method) const {
     if (method == kScaled) return kQuickDraw;
-    if (method == kString) return HasOpenGL() ? kOpenGL : kNone;
+    if (method == kString || method == kSecondString) return HasOpenGL() ? kOpenGL : kNone;
     if (method >= kFromString) return kNone;
     const char* images = method == kRect ? "CGDisplayCreateImageForRect" : "CGDisplayCreateImage";
     if (system == kDisplayImage && lacking != images) return kDisplayImage;
@@ -116,6 +116,8 @@ class Sweep : public PluginTest {
       case kScaled:
         return {host->Call(methods::kScreenshotRectScaled, left, top, across, down, across, down)};
       case kString:
+        return {nullptr, host->Call(methods::kScreenshotString, width, height, rowBytes)};
+      case kSecondString:
         return {nullptr,
                 host->Call(methods::kScreenshotStringDisplay, width, height, rowBytes, int32_t{1})};
       case kFromString: {
@@ -153,14 +155,14 @@ class Sweep : public PluginTest {
     const bool isWhole = layer.refusedCall.empty() && !isQuickDrawMissing;
     if (isWhole && strategies != Ought(method)) return "by another strategy;";
     if (result.picture == nullptr && result.string == nullptr) {
-      if (Failed() == "REALBuildString") return SizeProblem();
+      if (Failed() == "REALBuildString") return SizeProblem(method);
       if ((width | height | rowBytes) != 0) return "a size of nothing;";
       const bool isNil = Ought(method) == kNone && method < kFromString;
       return isNil || !isWhole ? "" : "nil;";
     }
     const Box parts[] = {displays[0], displays[1], kPart, kPart};
     if (method <= kScaled) return PartProblem(parts[method], result.picture, strategies);
-    if (method == kString) return StringProblem(result.string);
+    if (method < kFromString) return StringProblem(method, result.string);
     if (method == kImage) return ImageProblem(runtime::Host::Read(result.picture).rgba);
     return BytesOf(result.picture) == StoredRawPixels() ? "" : "another picture;";
   }
@@ -197,24 +199,25 @@ class Sweep : public PluginTest {
     return "another picture;";
   }
 
-  std::string SizeProblem() const {
-    const auto& [left, top, across, down] = displays[1];
+  std::string SizeProblem(Method method) const {
+    const auto& [left, top, across, down] = displays[method - kString];
     return std::tuple(width, height, rowBytes) == std::tuple(across, down, across * 4)
                ? ""
                : "another size;";
   }
 
-  // The rows of the second display from the bottom upward.
-  std::string StringProblem(const REALstringStruct* string) const {
+  // The rows of a display from the bottom upward.
+  std::string StringProblem(Method method, const REALstringStruct* string) const {
     std::string bytes;
-    const auto& [left, top, across, down] = displays[1];
+    const auto& [left, top, across, down] = displays[method - kString];
     for (int i = 0; i < across * down; ++i) {
-      const uint32_t colour = Card(1, left + i % across, top + down - 1 - i / across);
+      const uint32_t colour =
+          Card(method - kString, left + i % across, top + down - 1 - i / across);
       for (const int shift : {0, 8, 16, 24}) bytes += static_cast<char>(colour >> shift);
     }
     const bool isIt = bytes == runtime::Host::Bytes(string) &&
                       runtime::Host::Encoding(string) == kRawBytesEncoding;
-    return isIt ? SizeProblem() : "another string;";
+    return isIt ? SizeProblem(method) : "another string;";
   }
 
   std::string ImageProblem(const Bytes& rgba) const {
@@ -230,7 +233,7 @@ class Sweep : public PluginTest {
     ClearRecord();
     TakeStrategies();
     if (port != nullptr) seam::SetPort.real(port);
-    width = height = rowBytes = method == kString ? 7 : 0;
+    width = height = rowBytes = method == kString || method == kSecondString ? 7 : 0;
     const Result result = Call(method);
     std::string problems = ResultProblem(method, result, TakeStrategies());
     host->Release(result.picture);

@@ -86,10 +86,11 @@ const void* Given(Result result) {
 
 template <typename Result, typename First, typename... Rest>
 const void* Given(Result result, First first, Rest... rest) {
-  if constexpr (std::is_pointer_v<First> && sizeof(Result) == 1) {
+  if constexpr (std::is_pointer_v<Result>) {
+    return result;
+  } else if constexpr (std::is_pointer_v<First> && sizeof(Result) == 1) {
     return result ? first : nullptr;
-  } else if constexpr (std::is_pointer_v<std::remove_pointer_t<First>> &&
-                       !std::is_pointer_v<Result>) {
+  } else if constexpr (std::is_pointer_v<std::remove_pointer_t<First>>) {
     return result == 0 ? *first : nullptr;
   } else {
     return Given(result, rest...);

@@ -83,6 +83,7 @@ TEST_F(Captures, AskForDisplayZeroWhenNoDisplayHasTheIndex) {
   }
   // QuickDraw counts its own devices, and begins with the first one.
   ExpectShows(ScreenshotDisplayQRV(-1), kQuickDraw, displays[0]);
+  EXPECT_EQ(layer.CallsOf("CGGetActiveDisplayList"), 2) << "for what no list has it isn't asked";
 }
 
 // The rest of a list of more is other people's memory.

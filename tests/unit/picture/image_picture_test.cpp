@@ -121,6 +121,12 @@ TEST_F(ImagePicture, IsWrittenIntoTheRowsWhereverTheyAre) {
     }
     ExpectReads(Convert(1), expected);
   }
+  // Rows that touch, but those of the image go on.
+  seam::REALLockPictureDescription.answer = nullptr;
+  seam::newPicture.answer = [](long, long height, long depth) {
+    return seam::newPicture.habit(2, height, depth);
+  };
+  ExpectReads(Convert(1), {10, 20, 30, 255, 127, 63, 0, 128, 0, 0, 0, 0, 127, 63, 0, 128});
 }
 
 TEST_F(ImagePicture, GetsNoMaskThatIsNoTrueColourImageOfItsSize) {

@@ -5,12 +5,11 @@ namespace {
 
 int32_t Least(int32_t a, int32_t b) { return a < b ? a : b; }
 
-// True when each of the picture's first rows, `width` pixels of it, begins where the one above
-// ends.
+// True when each of the picture's rows from the writer's on, `width` pixels of it, begins where the
+// one above ends.
 bool RowsTouch(const PictureWriter& writer, int32_t width, int32_t rows) {
-  if (writer.width != width) return false;
   const ptrdiff_t bytes = static_cast<ptrdiff_t>(width) * 4;
-  for (int32_t y = 1; y < rows; ++y) {
+  for (int32_t y = writer.row + 1; y < writer.row + rows; ++y) {
     if (writer.RowStart(y) - writer.RowStart(y - 1) != bytes) return false;
   }
   return true;
@@ -26,15 +25,15 @@ void WriteRows(PictureWriter& writer, const SourceRows& source, int32_t x, int32
 
   const auto pixels = static_cast<size_t>(width);
   const auto sourceRow = static_cast<ptrdiff_t>(pixels * BytesPerPixel(source.layout));
+  const ptrdiff_t left = static_cast<ptrdiff_t>(x) * writer.bytesPerPixel;
   writer.MoveToRow(y);
-  if (source.step == sourceRow && y == 0 && RowsTouch(writer, width, height)) {
-    kernel(source.top, writer.cursor, pixels * static_cast<size_t>(height));
+  if (source.step == sourceRow && RowsTouch(writer, width, height)) {
+    kernel(source.top, writer.cursor + left, pixels * static_cast<size_t>(height));
     return;
   }
   const uint8_t* row = source.top;
   for (int32_t r = 0; r < height; ++r, row += source.step) {
-    writer.cursor += static_cast<ptrdiff_t>(x) * writer.bytesPerPixel;
-    kernel(row, writer.cursor, pixels);
+    kernel(row, writer.cursor + left, pixels);
     writer.NextRow();
   }
 }

@@ -1,9 +1,5 @@
 #include "tests/passthrough/layer.h"
 
-#include <fcntl.h>
-#include <sys/syscall.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
@@ -42,12 +38,6 @@ struct Gate<seam, Result (*)(Parameters...)> {
   static Result Call(Parameters... parameters) { return seam->Pass(parameters...); }
 };
 
-// Which kinds are given back in the reverse order of their creation: all of them together; URLs
-// are too, among themselves.
-bool AreOrdered(Kind one, Kind other) {
-  return (one >= kMemory && other >= kMemory) || (one == kUrl && other == kUrl);
-}
-
 void* LookUp(const std::string& name, void* real) {
   Layer& layer = TheLayer();
   layer.calls.push_back("look up " + name);
@@ -77,6 +67,10 @@ void PoisonWhatIsNew() {
   seam::newPicture.habit = [](long width, long height, long depth) {
     return Poisoned(runtime::NewPicture(width, height, depth));
   };
+  seam::CGGetActiveDisplayList.habit = [](uint32_t most, CGDirectDisplayID* ids, uint32_t* count) {
+    memset(ids, kPoison, most * sizeof(*ids));
+    return ::CGGetActiveDisplayList(most, ids, count);
+  };
   seam::CGBitmapContextCreate.habit = [](void* data, size_t width, size_t height, size_t bits,
                                          size_t rowBytes, CGColorSpaceRef space, uint32_t info) {
     CGContextRef context =
@@ -98,7 +92,8 @@ void PoisonWhatIsNew() {
   };
 }
 
-// The state that a real context and a real port would have from others: what is not set shows.
+// The state that a real context and a real port would have from others, so that what is not set
+// shows, and what a real number would not take.
 void SpoilState() {
   static bool reads = false;
   static bool isFinished = false;
@@ -120,6 +115,10 @@ void SpoilState() {
     ::glPixelStorei(GL_PACK_SKIP_ROWS, 1);
     ::glPixelStorei(GL_PACK_SKIP_PIXELS, 1);
     return error;
+  };
+  seam::CFNumberGetValue.habit = [](CFNumberRef number, CFNumberType type, void* value) {
+    if (number == nullptr) TheLayer().problems.push_back("the value of no number");
+    return ::CFNumberGetValue(number, type, value);
   };
   seam::glReadBuffer.habit = [](GLenum mode) { reads = mode == GL_FRONT; };
   seam::glFinish.habit = [] { isFinished = true; };
@@ -153,7 +152,7 @@ void LetNamesBeFound() {
   // The framework that it has loaded the plug-in keeps for good.
   seam::CFBundleLoadExecutable.habit = [](CFBundleRef bundle) {
     const Boolean isLoaded = ::CFBundleLoadExecutable(bundle);
-    if (isLoaded) TheLayer().Take(bundle, kBundle);
+    if (isLoaded) TheLayer().Take(bundle, kOrdered);
     return isLoaded;
   };
 }
@@ -177,11 +176,6 @@ void ClearRecord() {
   layer.refusedCall.clear();
   layer.problems.clear();
   layer.held.clear();
-}
-
-void ResetLayer() {
-  for (const auto& [name, seam] : Seams()) seam->Forget();
-  TheLayer() = {};
 }
 
 const bool kIsReady = [] {
@@ -224,16 +218,15 @@ void Layer::Give(const void* object, Kind kind) {
 
 void Layer::Take(const void* object, Kind kind) {
   if (object == nullptr) return;
-  const auto found = std::find_if(held.rbegin(), held.rend(), [=](const auto& each) {
-    return each.first == object && (kind == kAny || each.second == kind);
-  });
+  const std::pair what(object, kind);
+  const auto found = std::find(held.rbegin(), held.rend(), what);
   if (found == held.rend()) {
     // Older hosts want a lock that they have refused unlocked; the runtime knows.
     if (kind != kPictureLock) problems.push_back(calls.back() + " of what isn't held");
     return;
   }
-  if (std::any_of(held.rbegin(), found,
-                  [=](const auto& later) { return AreOrdered(found->second, later.second); })) {
+  if (kind >= kOrdered &&
+      std::any_of(held.rbegin(), found, [](auto& later) { return later.second >= kOrdered; })) {
     problems.push_back(calls.back() + " before what was created later");
   }
   held.erase(std::next(found).base());
@@ -243,39 +236,23 @@ void Layer::Take(const void* object, Kind kind) {
 }  // namespace qrv
 
 // What the plug-in's undefined symbols are redirected to. They are resolved while the program is
-// loaded, when nothing of it has run, and before its calls of other libraries are.
-// NOLINTNEXTLINE(readability-redundant-declaration)
-extern "C" long syscall(long, ...) noexcept __attribute__((noplt));
+// loaded, when neither the C library's environment nor the sanitizers' functions are ready yet.
+extern "C" void* __libc_stack_end;  // NOLINT(bugprone-reserved-identifier)
 
 namespace {
 
 using Function = void();
 
-[[gnu::no_sanitize("address", "undefined")]] const char* SkipPrefix(const char* text,
-                                                                    const char* prefix) {
-  for (; *prefix != '\0'; ++text, ++prefix) {
-    if (*text != *prefix) return nullptr;
+// The stack begins with the number of arguments, the arguments, and the environment.
+[[gnu::no_sanitize("address", "undefined")]] bool IsInEnvironment(const char* setting) {
+  const char* const* word = static_cast<char**>(__libc_stack_end) + 1;
+  while (*word++ != nullptr) {
   }
-  return text;
-}
-
-// Neither the C library's environment nor the sanitizers' functions are ready yet.
-[[gnu::no_sanitize("address", "undefined")]] bool IsLacking(const char* name) {
-  static char environment[1 << 17];
-  const long file = syscall(SYS_open, "/proc/self/environ", O_RDONLY);
-  char* end = environment;
-  for (long size = 1; size > 0; end += size) {
-    size = syscall(SYS_read, file, end, environment + sizeof(environment) - 1 - end);
-    if (size < 0) break;
-  }
-  syscall(SYS_close, file);
-  *end = '\0';
-  for (const char* each = environment; each < end; ++each) {
-    const char* rest = SkipPrefix(each, qrv::passthrough::kLacking);
-    if (rest != nullptr) rest = SkipPrefix(rest, "=");
-    if (rest != nullptr) rest = SkipPrefix(rest, name);
-    if (rest != nullptr && *rest == '\0') return true;
-    while (*each != '\0') ++each;
+  for (; *word != nullptr; ++word) {
+    const char* at = *word;
+    const char* wanted = setting;
+    for (; *at != '\0' && *at == *wanted; ++at) ++wanted;
+    if (*at == *wanted) return true;
   }
   return false;
 }
@@ -286,7 +263,7 @@ extern "C" {
 #undef LIBRARY
 #define LIBRARY(name, ...)                                                                    \
   [[gnu::no_sanitize("address", "undefined")]] Function* resolve_##name() {                   \
-    return IsLacking(#name)                                                                   \
+    return IsInEnvironment(QRV_LACKING "=" #name)                                             \
                ? nullptr                                                                      \
                : reinterpret_cast<Function*>(qrv::passthrough::Gate<&qrv::seam::name>::Call); \
   }                                                                                           \

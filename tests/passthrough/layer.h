@@ -22,18 +22,8 @@ constexpr uint8_t kPoison = 0xA5;
 
 enum Kind {
   kNothing,
-  kAny,  // in `takes`: whatever the object is
-  kUrl,
-  kBundle,  // kept for good
-  kPixelFormat,
-  kContext,
-  // Of these what was created last goes first.
-  kMemory,
-  kSpace,
-  kBitmap,
-  kImage,
-  kWorld,
-  kPixelLock,
+  kLoose,
+  kOrdered,  // of these what was created last goes first
   kPictureLock,
 };
 
@@ -59,15 +49,14 @@ struct Layer {
 
 Layer& TheLayer();
 
-// Forgets what happened; ResetLayer also what was asked for, answers included.
+// Forgets what happened.
 void ClearRecord();
-void ResetLayer();
 
 // The resolver that the plug-in gets: the layer's entry to the current host's entry point.
 void* Resolve(const char* name);
 
 // Functions that are linked weakly are null in a process in whose environment this names them.
-inline constexpr char kLacking[] = "QRV_TEST_LACKING";
+#define QRV_LACKING "QRV_TEST_LACKING"
 
 constexpr long kNever = LONG_MIN;
 
@@ -75,7 +64,6 @@ constexpr long kNever = LONG_MIN;
 struct SeamBase {
   SeamBase(const char* name, long refusal = kNever, Kind gives = kNothing, Kind takes = kNothing);
   virtual void SetReal(void* address) = 0;
-  virtual void Forget() = 0;  // the test's answer
 
   const std::string name;
   const long refusal;
@@ -88,24 +76,25 @@ struct SeamBase {
   ~SeamBase() = default;
 };
 
-// The object that a call has handed out: what it returns, or, when it yields true, what it was
-// called on, or what it has stored where it was told to.
-template <typename Result, typename... Parameters>
-const void* Given(Result result, Parameters... parameters) {
-  const void* object = nullptr;
-  [[maybe_unused]] const auto look = [&object, result](auto parameter) {
-    using Parameter = decltype(parameter);
-    if (object != nullptr) return;
-    constexpr bool kIsFlag = std::is_same_v<Result, bool> || std::is_same_v<Result, unsigned char>;
-    if constexpr (kIsFlag && std::is_pointer_v<Parameter>) {
-      if (result) object = parameter;
-    } else if constexpr (std::is_pointer_v<std::remove_pointer_t<Parameter>>) {
-      if (parameter != nullptr) object = *parameter;
-    }
-  };
+// The object that a successful call has handed out: what it returns, or, when it yields true, what
+// it was called on, or else what it has stored where it was told to.
+template <typename Result>
+const void* Given(Result result) {
   if constexpr (std::is_pointer_v<Result>) return result;
-  (look(parameters), ...);
-  return object;
+  return nullptr;
+}
+
+template <typename Result, typename First, typename... Rest>
+const void* Given(Result result, First first, Rest... rest) {
+  if constexpr (std::is_pointer_v<Result>) {
+    return result;
+  } else if constexpr (std::is_pointer_v<First> && sizeof(Result) == 1) {
+    return result ? first : nullptr;
+  } else if constexpr (std::is_pointer_v<std::remove_pointer_t<First>>) {
+    return result == 0 ? *first : nullptr;
+  } else {
+    return Given(result, rest...);
+  }
 }
 
 template <typename Signature>
@@ -115,7 +104,6 @@ template <typename Result, typename... Parameters, bool isNoexcept>
 struct Seam<Result(Parameters...) noexcept(isNoexcept)> final : SeamBase {
   using SeamBase::SeamBase;
   void SetReal(void* address) override { real = reinterpret_cast<Function>(address); }
-  void Forget() override { answer = nullptr; }
 
   Result Pass(Parameters... parameters) {
     Layer& layer = TheLayer();

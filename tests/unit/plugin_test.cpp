@@ -1,6 +1,7 @@
 #include "tests/unit/plugin_test.h"
 
 #include <cstdlib>
+#include <sstream>
 
 #include <QRV/Desktop.h>
 #include "platform/desktop/virtual/test_card.h"
@@ -11,16 +12,7 @@
 extern "C" void REALPluginMain(REALresolver resolver);
 
 namespace qrv::passthrough {
-namespace {
-
-std::vector<Box> displays;
-
-std::string Signed(int number) { return (number < 0 ? "" : "+") + std::to_string(number); }
-
-}  // namespace
-
 PluginTest::PluginTest() {
-  ResetLayer();
   UseDesktop({{0, 0, 13, 9}, {13, -3, 9, 14}});
   UseSystem(kDisplayImage);
   Use({});
@@ -28,14 +20,14 @@ PluginTest::PluginTest() {
 
 PluginTest::~PluginTest() { EXPECT_EQ(Problems(), ""); }
 
-void PluginTest::UseDesktop(const std::vector<Box>& boxes) {
-  displays = boxes;
-  std::string layout = "virtual:";
-  for (const Box& box : boxes) {
-    layout += (&box == &boxes.front() ? "" : ",") + std::to_string(box.width) + "x" +
-              std::to_string(box.height) + Signed(box.left) + Signed(box.top);
+void PluginTest::UseDesktop(const std::vector<Box>& itsDisplays) {
+  displays = itsDisplays;
+  std::ostringstream layout;
+  for (const Box& box : displays) {
+    layout << (layout.tellp() == 0 ? "virtual:" : ",") << box.width << "x" << box.height
+           << std::showpos << box.left << box.top << std::noshowpos;
   }
-  setenv("QRV_DESKTOP", layout.c_str(), 1);
+  setenv("QRV_DESKTOP", layout.str().c_str(), 1);
 }
 
 void PluginTest::UseSystem(const std::string& version) {
@@ -60,9 +52,33 @@ void PluginTest::Use(ApplicationKind application, double version) {
   Use(itsOptions);
 }
 
+void PluginTest::ChangeLocks(int first, bool isAll, const Change& change) {
+  seam::REALLockPictureDescription.answer = [=, this, lock = 0](auto* picture, auto* out,
+                                                                long type) mutable {
+    if (!runtime::LockPictureDescription(picture, out, type)) return false;
+    ++lock;
+    if (lock != first && !(isAll && lock > first)) return true;
+    auto& [image, rows] = changedImages.emplace_back();
+    if (type == kPixelTypeConsoleImage) {
+      image = *static_cast<ConsoleImage*>(out->container);
+      rows.assign(image.tpixels, image.tpixels + image.sy);
+      image.tpixels = rows.data();
+      out->container = &image;
+    }
+    change(*out, image);
+    return true;
+  };
+}
+
 unsigned PluginTest::TakeStrategies() { return desktop::TakeStrategies(); }
 
-const std::vector<Box>& PluginTest::Displays() { return displays; }
+void PluginTest::BindQuickDraw() {
+  UseSystem(kQuickDraw);
+  host->Release(host->Call(runtime::methods::kScreenshotDisplay, int32_t{1}));
+  host->Release(host->Call(runtime::methods::kScreenshotRectScaled, 0, 0, 1, 1, 1, 1));
+  ClearRecord();
+  TakeStrategies();
+}
 
 uint32_t PluginTest::Card(size_t display, int x, int y) const {
   const Box& box = displays[display];

@@ -6,6 +6,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <functional>
+#include <list>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -42,12 +44,19 @@ class PluginTest : public ::testing::Test {
   PluginTest();
   ~PluginTest() override;
 
-  static void UseDesktop(const std::vector<Box>& displays);
+  void UseDesktop(const std::vector<Box>& itsDisplays);
   static void UseSystem(const std::string& version);
   static void UseSystem(Strategy strategy) { UseSystem(kSystems[strategy]); }
+  // Lets the plug-in bind QuickDraw's functions.
+  void BindQuickDraw();
   // Starts the plug-in in a process of another kind, with another host.
   void Use(const HostOptions& options);
   void Use(ApplicationKind application, double version = 2013.03);
+
+  // Changes what the host tells when it locks pictures, of this lock and, where `isAll`, of those
+  // after it. The console image is a copy that has a copy of the row table.
+  using Change = std::function<void(REALpictureDescription&, ConsoleImage&)>;
+  void ChangeLocks(int first, bool isAll, const Change& change);
 
   // The strategies that have delivered pixels since the last call.
   static unsigned TakeStrategies();
@@ -69,12 +78,15 @@ class PluginTest : public ::testing::Test {
   // The plug-in has given all back. Empty, or what is still held or went wrong.
   std::string Problems() const;
 
-  static const std::vector<Box>& Displays();
   uint32_t Card(size_t display, int x, int y) const;
 
+  std::vector<Box> displays;
   HostOptions options;
   std::unique_ptr<runtime::Host> host;
   Layer& layer = TheLayer();
+
+ private:
+  std::list<std::pair<ConsoleImage, std::vector<int32_t*>>> changedImages;
 };
 
 }  // namespace qrv::passthrough

@@ -1,51 +1,11 @@
 #include "plugin/capture/methods.h"
+#include "plugin/host/bridge.h"
 #include "tests/unit/plugin_test.h"
 
 namespace qrv::passthrough {
 namespace {
 
 class RawPixels : public PluginTest {
- protected:
-  void ExpectNumbers(int32_t itsWidth, int32_t itsHeight, int32_t itsRowBytes) {
-    EXPECT_EQ(width, itsWidth);
-    EXPECT_EQ(height, itsHeight);
-    EXPECT_EQ(rowBytes, itsRowBytes);
-    width = height = rowBytes = 7;
-  }
-
-  int32_t width = 7, height = 7, rowBytes = 7;
-};
-
-TEST_F(RawPixels, LeaveTheNumbersZeroWhenNothingWasRead) {
-  for (const char* step : {"CGLChoosePixelFormat", "CGLCreateContext", "glGetIntegerv", "calloc"}) {
-    layer.refused = {step};
-    EXPECT_EQ(ScreenshotStringQRV(width, height, rowBytes), nullptr) << step;
-    ExpectNumbers(0, 0, 0);
-  }
-  layer.refused.clear();
-  // 2^32 bytes and more.
-  seam::glGetIntegerv.answer = [](GLenum, GLint* values) { values[2] = values[3] = 32769; };
-  EXPECT_EQ(ScreenshotStringQRV(width, height, rowBytes), nullptr);
-  ExpectNumbers(0, 0, 0);
-  seam::glGetIntegerv.answer = nullptr;
-  for (const int32_t index : {-1, 2, 31, 32, INT32_MAX}) {
-    EXPECT_EQ(ScreenshotStringDisplayQRV(width, height, rowBytes, index), nullptr) << index;
-    ExpectNumbers(0, 0, 0);
-  }
-}
-
-TEST_F(RawPixels, TellTheSizeEvenWhenTheHostBuildsNoString) {
-  layer.refused = {"REALBuildString"};
-  EXPECT_EQ(ScreenshotStringDisplayQRV(width, height, rowBytes, 1), nullptr);
-  ExpectNumbers(9, 14, 36);
-  layer.refused.clear();
-  REALstringStruct* string = ScreenshotStringQRV(width, height, rowBytes);
-  ExpectNumbers(13, 9, 52);
-  EXPECT_EQ(runtime::Host::Encoding(string), kRawBytesEncoding);
-  host->Release(string);
-}
-
-class FromRawPixels : public PluginTest {
  protected:
   REALpictureStruct* Convert(int32_t width, int32_t height, int32_t rowBytes,
                              std::string_view bytes) {
@@ -57,8 +17,23 @@ class FromRawPixels : public PluginTest {
   }
 };
 
+TEST_F(RawPixels, LeaveTheNumbersZeroWhereThereIsNothingToRead) {
+  int32_t width = 7, height = 7, rowBytes = 7;
+  const auto expectNothing = [&](REALstringStruct* string) {
+    EXPECT_EQ(string, nullptr);
+    EXPECT_EQ(std::tuple(width, height, rowBytes), std::tuple(0, 0, 0));
+    width = height = rowBytes = 7;
+  };
+  for (const int32_t index : {-1, 2, 31, 32, INT32_MAX}) {
+    expectNothing(ScreenshotStringDisplayQRV(width, height, rowBytes, index));
+  }
+  // 2^32 bytes and more.
+  seam::glGetIntegerv.answer = [](GLenum, GLint* values) { values[2] = values[3] = 32769; };
+  expectNothing(ScreenshotStringQRV(width, height, rowBytes));
+}
+
 // In place on hosts before 2013.0, which need not have what copies a string.
-TEST_F(FromRawPixels, AreReadInTheWayOfTheHost) {
+TEST_F(RawPixels, AreReadInTheWayOfTheHost) {
   for (const double version : {2012.99, 2013.0}) {
     HostOptions kind;
     kind.version = version;
@@ -75,7 +50,22 @@ TEST_F(FromRawPixels, AreReadInTheWayOfTheHost) {
   }
 }
 
-TEST_F(FromRawPixels, RefuseNumbersThatDoNotFitWithoutTouchingTheString) {
+TEST_F(RawPixels, AreNoneInAStringThatTellsNoBytes) {
+  seam::PluginGetStringData.answer = [](REALstringStruct*, unsigned long, REALstringData* data) {
+    *data = {nullptr, 99, kRawBytesEncoding};
+    return true;
+  };
+  seam::PluginDisposeStringData.answer = [](REALstringData*) {};
+  EXPECT_EQ(Convert(2, 2, 12, kRawPixels), nullptr);
+  EXPECT_EQ(layer.CallsOf("PluginDisposeStringData"), 1);
+  rbversion = 2012;
+  LegacyHostString string = {1, nullptr, 0, 99};
+  seam::REALLockString.answer = seam::REALUnlockString.answer = [](REALstringStruct*) {};
+  EXPECT_EQ(ScreenshotFromStringQRV(2, 2, 12, reinterpret_cast<REALstringStruct*>(&string)),
+            nullptr);
+}
+
+TEST_F(RawPixels, OfNumbersThatDoNotFitLeaveTheStringUntouched) {
   for (const auto& [width, height, rowBytes] : std::vector<std::tuple<int32_t, int32_t, int32_t>>{
            {0, 2, 8}, {2, 0, 8}, {-1, 2, 8}, {2, -1, 8}, {2, 2, 7}, {INT32_MAX, 1, INT32_MAX}}) {
     EXPECT_EQ(Convert(width, height, rowBytes, kRawPixels), nullptr);

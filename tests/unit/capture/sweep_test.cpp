@@ -22,18 +22,8 @@ namespace methods = runtime::methods;
 constexpr Box kPart = {-2, -5, 27, 19};
 constexpr Strategy kStrategies[] = {kDisplayImage, kOpenGL, kQuickDraw};
 
-enum Method {
-  kMain,
-  kSecond,
-  kEighth,
-  kRect,
-  kScaled,
-  kString,
-  kSecondString,
-  kFromString,
-  kImage
-};
-constexpr const char* kNames[] = {"main",   "second",        "eighth",      "rectangle", "scaled",
+enum Method { kMain, kSecond, kRect, kScaled, kString, kSecondString, kFromString, kImage };
+constexpr const char* kNames[] = {"main",   "second",        "rectangle",   "scaled",
                                   "string", "second string", "from string", "image"};
 
 #define SEAM(...)
@@ -85,14 +75,11 @@ struct Result {
 class Sweep : public PluginTest {
  protected:
   void SetUp() override {
-    if (const char* name = getenv(kLacking)) lacking = name;
+    if (const char* name = getenv(QRV_LACKING)) lacking = name;
     isQuickDrawMissing = kQuickDrawFunctions.contains(lacking);
     layer.missing = {lacking};
-    // Binds what can be bound, and puts a port that is not the default one in place.
-    UseSystem(kQuickDraw);
-    host->Release(host->Call(methods::kScreenshotDisplay, int32_t{1}));
-    host->Release(host->Call(methods::kScreenshotRectScaled, 0, 0, 4, 4, 4, 4));
-    ClearRecord();
+    BindQuickDraw();
+    // A port that is not the default one.
     const Rect bounds = {0, 0, 1, 1};
     if (seam::SetPort.real != nullptr && seam::DisposeGWorld.real != nullptr) {
       seam::NewGWorld.real(&port, 32, &bounds, nullptr, nullptr, 0);
@@ -111,7 +98,7 @@ class Sweep : public PluginTest {
   Strategy Ought(Method method) const {
     if (method == kScaled) return kQuickDraw;
     if (method == kString || method == kSecondString) return HasOpenGL() ? kOpenGL : kNone;
-    if (method == kEighth || method >= kFromString) return kNone;
+    if (method >= kFromString) return kNone;
     const char* images = method == kRect ? "CGDisplayCreateImageForRect" : "CGDisplayCreateImage";
     if (system == kDisplayImage && lacking != images) return kDisplayImage;
     return HasOpenGL() ? kOpenGL : kQuickDraw;
@@ -124,8 +111,6 @@ class Sweep : public PluginTest {
         return {host->Call(methods::kScreenshot)};
       case kSecond:
         return {host->Call(methods::kScreenshotDisplay, int32_t{1})};
-      case kEighth:
-        return {host->Call(methods::kScreenshotDisplay, int32_t{7})};
       case kRect:
         return {host->Call(methods::kScreenshotRect, left, top, across, down)};
       case kScaled:
@@ -167,37 +152,29 @@ class Sweep : public PluginTest {
 
   // Empty when the result is what it is to be.
   std::string ResultProblem(Method method, const Result& result, unsigned strategies) {
-    const std::string& failed = layer.refusedCall.empty() ? lacking : layer.refusedCall;
     const bool isWhole = layer.refusedCall.empty() && !isQuickDrawMissing;
     if (isWhole && strategies != Ought(method)) return "by another strategy;";
     if (result.picture == nullptr && result.string == nullptr) {
+      if (Failed() == "REALBuildString") return SizeProblem(method);
+      if ((width | height | rowBytes) != 0) return "a size of nothing;";
       const bool isNil = Ought(method) == kNone && method < kFromString;
       return isNil || !isWhole ? "" : "nil;";
     }
-    switch (method) {
-      case kMain:
-        return PartProblem(Displays()[0], result.picture, strategies, failed);
-      case kSecond:
-        return PartProblem(Displays()[1], result.picture, strategies, failed);
-      case kRect:
-      case kScaled:
-        return PartProblem(kPart, result.picture, strategies, failed);
-      case kEighth:
-        return "not nil;";
-      case kString:
-      case kSecondString:
-        return StringProblem(method == kString ? 0 : 1, runtime::Host::Bytes(result.string));
-      case kFromString:
-        return BytesOf(result.picture) == StoredRawPixels() ? "" : "another picture;";
-      default:
-        return ImageProblem(runtime::Host::Read(result.picture).rgba, failed);
-    }
+    const Box parts[] = {displays[0], displays[1], kPart, kPart};
+    if (method <= kScaled) return PartProblem(parts[method], result.picture, strategies);
+    if (method < kFromString) return StringProblem(method, result.string);
+    if (method == kImage) return ImageProblem(runtime::Host::Read(result.picture).rgba);
+    return BytesOf(result.picture) == StoredRawPixels() ? "" : "another picture;";
   }
 
-  std::string PartProblem(const Box& part, REALpictureStruct* picture, unsigned strategies,
-                          const std::string& failed) {
+  // The function that was refused or is lacking.
+  const std::string& Failed() const {
+    return layer.refusedCall.empty() ? lacking : layer.refusedCall;
+  }
+
+  std::string PartProblem(const Box& part, REALpictureStruct* picture, unsigned strategies) {
     const Bytes bytes = BytesOf(picture);
-    const auto leaves = kLeavesDisplaysOut.find(failed);
+    const auto leaves = kLeavesDisplaysOut.find(Failed());
     for (const Strategy strategy : kStrategies) {
       const bool mayLeaveOut = leaves != kLeavesDisplaysOut.end() && leaves->second == strategy;
       for (unsigned without = 0; without < (mayLeaveOut ? 4U : 1U); ++without) {
@@ -205,14 +182,14 @@ class Sweep : public PluginTest {
         if (bytes == Expected(strategy, part, without)) return "";
       }
     }
-    if (isQuickDrawMissing && kLeavesWorldsAsTheyAre.contains(failed)) {
+    if (isQuickDrawMissing && kLeavesWorldsAsTheyAre.contains(Failed())) {
       for (const Bytes& outside : {Stored(kPoison * 0x10101U, kPoison), Stored(0, 0)}) {
         for (const unsigned without : {0U, 3U}) {
           if (bytes == Expected(part, outside, 0, without)) return "";
         }
       }
     }
-    if (failed == "GetPixRowBytes") {
+    if (Failed() == "GetPixRowBytes") {
       // Every row is the first one.
       const Bytes row = Expected(kQuickDraw, {part.left, part.top, part.width, 1});
       Bytes rows;
@@ -222,25 +199,32 @@ class Sweep : public PluginTest {
     return "another picture;";
   }
 
-  // The rows of a display from the bottom upward.
-  std::string StringProblem(size_t display, std::string_view string) const {
-    std::string bytes;
-    const Box& box = Displays()[display];
-    for (int y = box.height - 1; y >= 0; --y) {
-      for (int x = 0; x < box.width; ++x) {
-        const uint32_t colour = Card(display, box.left + x, box.top + y);
-        for (const int shift : {0, 8, 16, 24}) bytes += static_cast<char>(colour >> shift);
-      }
-    }
-    const bool isSize = width == box.width && height == box.height && rowBytes == box.width * 4;
-    return isSize && bytes == string ? "" : "another string;";
+  std::string SizeProblem(Method method) const {
+    const auto& [left, top, across, down] = displays[method - kString];
+    return std::tuple(width, height, rowBytes) == std::tuple(across, down, across * 4)
+               ? ""
+               : "another size;";
   }
 
-  std::string ImageProblem(const Bytes& rgba, const std::string& failed) const {
+  // The rows of a display from the bottom upward.
+  std::string StringProblem(Method method, const REALstringStruct* string) const {
+    std::string bytes;
+    const auto& [left, top, across, down] = displays[method - kString];
+    for (int i = 0; i < across * down; ++i) {
+      const uint32_t colour =
+          Card(method - kString, left + i % across, top + down - 1 - i / across);
+      for (const int shift : {0, 8, 16, 24}) bytes += static_cast<char>(colour >> shift);
+    }
+    const bool isIt = bytes == runtime::Host::Bytes(string) &&
+                      runtime::Host::Encoding(string) == kRawBytesEncoding;
+    return isIt ? SizeProblem(method) : "another string;";
+  }
+
+  std::string ImageProblem(const Bytes& rgba) const {
     const auto divided = [](int alpha, int part) { return alpha / part * 255 / alpha; };
     const bool hasMask = !options.picturesHaveAlpha || options.version.value_or(0) >= 2011.04;
     if (rgba == ImageBytes(divided, hasMask)) return "";
-    const bool isOther = kMakesTheMask.contains(failed) && rgba == ImageBytes(divided, !hasMask);
+    const bool isOther = kMakesTheMask.contains(Failed()) && rgba == ImageBytes(divided, !hasMask);
     return isOther ? "" : "another picture of the image;";
   }
 
@@ -249,6 +233,7 @@ class Sweep : public PluginTest {
     ClearRecord();
     TakeStrategies();
     if (port != nullptr) seam::SetPort.real(port);
+    width = height = rowBytes = method == kString || method == kSecondString ? 7 : 0;
     const Result result = Call(method);
     std::string problems = ResultProblem(method, result, TakeStrategies());
     host->Release(result.picture);
@@ -266,14 +251,12 @@ class Sweep : public PluginTest {
   }
 
   void InEveryHost(const std::function<void(Method)>& each) {
-    std::vector<HostOptions> kinds(6);
-    kinds[4].application = ApplicationKind::kConsole;
-    kinds[5].application = ApplicationKind::kWeb;
-    for (const uint32_t i : {0, 1, 2, 3}) {
-      kinds[i].bitmapAlphaInfo = std::vector<uint32_t>{1, 2, 5, 6}[i];
-      kinds[i].picturesHaveAlpha = i < 2;
-    }
-    for (HostOptions& kind : kinds) {
+    for (const uint32_t alphaInfo : {1U, 2U, 5U, 6U, 0U, 7U}) {
+      HostOptions kind;
+      kind.bitmapAlphaInfo = alphaInfo;
+      kind.picturesHaveAlpha = alphaInfo == 1 || alphaInfo == 2;
+      if (alphaInfo == 0) kind.application = ApplicationKind::kConsole;
+      if (alphaInfo == 7) kind.application = ApplicationKind::kWeb;
       for (const double version : {0.0, 2011.03, 2011.04, 2012.0, 2012.99, 2013.0}) {
         if (!lacking.empty() && version < 2013.0) continue;  // the host's version is no matter
         kind.version = version;
@@ -318,7 +301,7 @@ TEST_F(Sweep, EndsWellWhicheverFunctionTheSystemLacks) {
   names.insert(names.end(), kQuickDrawFunctions.begin(), kQuickDrawFunctions.end());
   EXPECT_EQ(names.size(), 35U);
   for (const std::string& name : names) {
-    setenv(kLacking, name.c_str(), 1);
+    setenv(QRV_LACKING, name.c_str(), 1);
     const pid_t pid = fork();
     if (pid == 0) {
       execl("/proc/self/exe", "", "--gtest_filter=Sweep.EndsWellWhicheverFunction*", nullptr);
@@ -328,7 +311,6 @@ TEST_F(Sweep, EndsWellWhicheverFunctionTheSystemLacks) {
     ASSERT_EQ(waitpid(pid, &status, 0), pid);
     EXPECT_EQ(status, 0) << "without " << name;
   }
-  unsetenv(kLacking);
 }
 
 }  // namespace

@@ -39,22 +39,18 @@ class StringData : public PluginTest {
 // With four zero bytes after it, and converted only where its encoding differs.
 TEST_F(StringData, IsCopiedThroughTheOlderServices) {
   layer.missing = {"PluginGetStringData"};
-  for (const unsigned long encoding : {0xFFFFUL, 5UL}) {
+  seam::REALConvertString.answer = [this](REALstringStruct*, unsigned long encoding) {
+    return host->NewString("other", static_cast<uint32_t>(encoding));
+  };
+  for (const unsigned long encoding : {0xFFFFUL, 5UL, 6UL}) {
     ASSERT_TRUE(REALGetStringData(string, encoding, &data));
-    EXPECT_EQ(std::string(data.data, data.length + 4), std::string("a\0b\0\0\0\0", 7));
+    EXPECT_EQ(std::string(data.data, data.length + 4),
+              encoding == 6 ? std::string("other\0\0\0\0", 9) : std::string("a\0b\0\0\0\0", 7));
     EXPECT_EQ(data.encoding, encoding);
     REALDisposeStringData(&data);
     EXPECT_THAT(layer.held, IsEmpty());
   }
-  EXPECT_EQ(layer.CallsOf("REALConvertString"), 0);
-  EXPECT_EQ(layer.CallsOf("REALGetStringEncoding"), 1);
-  seam::REALConvertString.answer = [this](REALstringStruct*, unsigned long encoding) {
-    return host->NewString("other", static_cast<uint32_t>(encoding));
-  };
-  ASSERT_TRUE(REALGetStringData(string, 6, &data));
-  EXPECT_EQ(std::string(data.data, data.length), "other");
-  EXPECT_EQ(data.encoding, 6U);
-  REALDisposeStringData(&data);
+  EXPECT_EQ(layer.CallsOf("REALGetStringEncoding"), 2);
   EXPECT_EQ(host->Outstanding().strings, 1);
 }
 
@@ -64,13 +60,22 @@ TEST_F(StringData, IsRefusedWithTheRecordUntouched) {
   layer.missing = {"PluginGetStringData"};
   ExpectRefused(nullptr, kRawBytesEncoding);
   ExpectRefused(string, 6);  // the host can't convert it
-  layer.refused = {"malloc"};
-  ExpectRefused(string, kRawBytesEncoding);
   seam::REALConvertString.answer = [this](REALstringStruct*, unsigned long) {
     return host->NewString("other");
   };
-  ExpectRefused(string, 6);
+  for (const char* step : {"malloc", "StringGetCString"}) {
+    layer.refused = {step};
+    ExpectRefused(string, 6);
+  }
   EXPECT_EQ(host->Outstanding().strings, 1);  // the converted one is given back
+}
+
+TEST_F(StringData, IsRefusedForALengthThatIsNone) {
+  layer.missing = {"PluginGetStringData"};
+  seam::REALLoadGlobalMethod.answer = [](void*, const char*) {
+    return reinterpret_cast<void*>(+[](REALstringStruct*) { return -1; });
+  };
+  ExpectRefused(string, kRawBytesEncoding);
 }
 
 }  // namespace

@@ -15,8 +15,9 @@ class Editor : public PluginTest {
     return picture;
   }
 
-  // The picture can't be bound, and is given back unlocked. Releases it.
-  void ExpectRefused(REALpictureStruct* picture, const std::string& why) {
+  // A picture can't be bound, and is given back unlocked.
+  void ExpectRefused(const std::string& why) {
+    REALpictureStruct* picture = NewPicture();
     PictureWriter writer;
     EXPECT_FALSE(writer.GetPictureEditor(picture, 0, 0)) << why;
     EXPECT_EQ(writer.picture, nullptr);
@@ -24,42 +25,14 @@ class Editor : public PluginTest {
     host->Release(picture);
     EXPECT_EQ(Problems(), "") << why;
   }
-};
 
-TEST_F(Editor, WritesAPixelInTheLayoutOfThePicture) {
-  for (const ApplicationKind application :
-       {ApplicationKind::kDesktop, ApplicationKind::kConsole, ApplicationKind::kWeb}) {
-    for (const uint32_t alphaInfo : {1U, 2U, 5U, 6U}) {
-      HostOptions kind;
-      kind.application = application;
-      kind.bitmapAlphaInfo = alphaInfo;
-      Use(kind);
-      REALpictureStruct* picture = NewPicture();
-      PictureWriter writer;
-      ASSERT_TRUE(BindOwnPicture(writer, picture));
-      writer.MoveToRow(2);
-      writer.WritePixel(10, 20, 30);
-      EXPECT_EQ(writer.cursor, writer.RowStart(2) + 4);
-      writer.NextRow();  // past the last row
-      EXPECT_EQ(writer.cursor, writer.RowStart(0));
-      EXPECT_EQ(writer.RenderPictureWriter(), picture);
-      EXPECT_EQ(writer.RenderPictureWriter(), nullptr);
-      Bytes bytes(60);
-      const Bytes pixel = Stored(0x0A141E);
-      std::copy(pixel.begin(), pixel.end(), bytes.begin() + 40);
-      ExpectIs(picture, bytes);
+  void ExpectRefused(const std::vector<Change>& changes) {
+    for (const Change& change : changes) {
+      ChangeLocks(1, true, change);
+      ExpectRefused("change " + std::to_string(&change - changes.data()));
     }
   }
-}
-
-TEST_F(Editor, StoresNothingInALayoutThatNoPictureHas) {
-  PictureWriter writer;  // without a place to store it
-  for (const int32_t format : {-1, 0, 7, 9}) {
-    writer.pixelFormat = format;
-    writer.WritePixel(1, 2, 3);
-    EXPECT_EQ(writer.cursor, nullptr);
-  }
-}
+};
 
 TEST_F(Editor, TellsTheHostThatThePixelsHaveChanged) {
   const auto expectCalls = [this](const std::vector<std::string>& calls) {
@@ -77,9 +50,13 @@ TEST_F(Editor, TellsTheHostThatThePixelsHaveChanged) {
   EXPECT_FALSE(writer.GetPictureEditor(nullptr, 0, 0));  // gives the picture back
   expectCalls({unlock, clear, "REALUnlockObject"});
   ASSERT_TRUE(BindOwnPicture(writer, picture));
+  writer.MoveToRow(2);
+  writer.NextRow();  // past the last row
+  EXPECT_EQ(writer.cursor, writer.RowStart(0));
   layer.calls.clear();
   host->Release(writer.RenderPictureWriter());
   expectCalls({"REALLockObject", clear, unlock, clear, "REALUnlockObject"});
+  EXPECT_EQ(writer.RenderPictureWriter(), nullptr);
 }
 
 TEST_F(Editor, RefusesABitmapContextThatItCannotWrite) {
@@ -92,7 +69,7 @@ TEST_F(Editor, RefusesABitmapContextThatItCannotWrite) {
     for (info = 0; info < 8; ++info) {
       const std::string why = "alpha info " + std::to_string(info);
       if (info == 0 || info > (hasAlpha ? 2 : 6)) {
-        ExpectRefused(NewPicture(), why);
+        ExpectRefused(why);
         continue;
       }
       PictureWriter writer;
@@ -102,58 +79,45 @@ TEST_F(Editor, RefusesABitmapContextThatItCannotWrite) {
     info = 1;
     for (const size_t bits : {24U, 64U}) {
       seam::CGBitmapContextGetBitsPerPixel.answer = [bits](CGContextRef) { return bits; };
-      ExpectRefused(NewPicture(), "bits per pixel");
+      ExpectRefused("bits per pixel");
     }
     seam::CGBitmapContextGetBitsPerPixel.answer = nullptr;
   }
 }
 
-TEST_F(Editor, RefusesAConsoleImageThatIsNotTrueColourWithAllItsRows) {
-  Use(ApplicationKind::kConsole);
-  ConsoleImage bad;
-  unsigned char* palette = nullptr;
-  std::vector<int32_t*> rows;
-  for (int fault = 0; fault < 4; ++fault) {
-    seam::REALLockPictureDescription.answer = [&](auto* picture, auto* out, long type) {
-      const bool isLocked = runtime::LockPictureDescription(picture, out, type);
-      bad = *static_cast<ConsoleImage*>(out->container);
-      if (fault == 0) bad.pixels = &palette;
-      if (fault == 1) bad.trueColor = 0;
-      if (fault == 2) bad.tpixels = nullptr;
-      if (fault == 3) {  // a null row
-        rows = {bad.tpixels[0], nullptr, bad.tpixels[2]};
-        bad.tpixels = rows.data();
-      }
-      out->container = &bad;
-      return isLocked;
-    };
-    ExpectRefused(NewPicture(), std::to_string(fault));
-  }
-}
-
-TEST_F(Editor, RefusesAConsoleImageThatIsHandedOutAsAContext) {
-  ConsoleImage image = {};
-  seam::REALLockPictureDescription.answer = [&](auto* picture, auto* out, long type) {
-    const bool isLocked = runtime::LockPictureDescription(picture, out, type);
-    out->container = &image;
-    return isLocked;
+TEST_F(Editor, RefusesADescriptionThatIsNotOfThePicturesForm) {
+  seam::CGBitmapContextGetData.answer = [](CGContextRef context) {
+    EXPECT_NE(context, nullptr);
+    return ::CGBitmapContextGetData(context);
   };
-  ExpectRefused(NewPicture(), "not a context");
+  ExpectRefused({[](auto& out, auto&) { out.pixelType = kPixelTypeConsoleImage; },
+                 [](auto& out, auto&) { out.container = nullptr; },
+                 [](auto& out, auto& image) { out.container = &image; }});
+  Use(ApplicationKind::kConsole);
+  unsigned char* palette = nullptr;
+  ExpectRefused({[](auto& out, auto&) { out.pixelType = kPixelTypeBitmapContext; },
+                 [](auto& out, auto&) { out.container = nullptr; },
+                 [&](auto&, auto& image) { image.pixels = &palette; },
+                 [](auto&, auto& image) { image.trueColor = 0; },
+                 [](auto&, auto& image) { image.tpixels = nullptr; },
+                 [](auto&, auto& image) { image.tpixels[1] = nullptr; }});
 }
 
 TEST_F(Editor, GivesARefusedLockBackOnHostsBefore2012) {
   for (const auto& [version, isOlder] : {std::pair{2011.99, 1}, {2012.0, 0}}) {
-    for (const bool isKnown : {true, false}) {
-      Use(ApplicationKind::kWeb, version);
-      if (!isKnown) seam::pluginObjectType.answer = [](const char*) { return nullptr; };
-      layer.refused = {"REALLockPictureDescription"};
-      PictureWriter writer;
-      EXPECT_FALSE(BindOwnPicture(writer, NewPicture()));
-      // Of a kind that is not known both forms are asked for.
-      const int locks = isKnown ? 1 : 2;
-      EXPECT_EQ(layer.CallsOf("REALLockPictureDescription"), locks);
-      EXPECT_EQ(layer.CallsOf("unlockPictureDescription"), locks * isOlder) << version;
-      seam::pluginObjectType.answer = nullptr;
+    // Of a kind that is not known both forms are asked for.
+    for (const int locks : {1, 2}) {
+      for (const auto application :
+           {ApplicationKind::kDesktop, ApplicationKind::kConsole, ApplicationKind::kWeb}) {
+        Use(application, version);
+        if (locks == 2) seam::pluginObjectType.answer = [](const char*) { return nullptr; };
+        layer.refused = {"REALLockPictureDescription"};
+        PictureWriter writer;
+        EXPECT_FALSE(BindOwnPicture(writer, NewPicture()));
+        EXPECT_EQ(layer.CallsOf("REALLockPictureDescription"), locks);
+        EXPECT_EQ(layer.CallsOf("unlockPictureDescription"), locks * isOlder) << version;
+        seam::pluginObjectType.answer = nullptr;
+      }
     }
   }
 }

@@ -1,8 +1,8 @@
 #include "plugin/picture/row_kernels.h"
 
+#include <array>
 #include <random>
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include "plugin/picture/picture_editor.h"
 
@@ -24,16 +24,10 @@ const Layout kLayouts[] = {
     {SourceLayout::kGrey, 0, 0, 0, -1},
 };
 
-Bytes RandomBytes(size_t count, unsigned seed) {
-  std::mt19937 random(seed);
-  Bytes bytes(count);
-  for (uint8_t& byte : bytes) byte = static_cast<uint8_t>(random());
-  return bytes;
-}
-
 // The bytes of a pixel as the editor stores it, with the alpha in its place.
-Bytes StoredPixel(int32_t format, uint8_t red, uint8_t green, uint8_t blue, int alpha) {
-  Bytes stored(4);
+std::array<uint8_t, 4> StoredPixel(int32_t format, uint8_t red, uint8_t green, uint8_t blue,
+                                   int alpha = -1) {
+  std::array<uint8_t, 4> stored{};
   PictureWriter writer;
   writer.pixelFormat = format;
   writer.cursor = stored.data();
@@ -47,26 +41,32 @@ Bytes StoredPixel(int32_t format, uint8_t red, uint8_t green, uint8_t blue, int 
   return stored;
 }
 
+void Append(Bytes& row, const std::array<uint8_t, 4>& pixel) {
+  row.insert(row.end(), pixel.begin(), pixel.end());
+}
+
 TEST(RowKernel, StoresWhatTheEditorWouldAtOddWidthsAndPlaces) {
+  std::mt19937 random;
   for (const Layout& from : kLayouts) {
     const size_t size = BytesPerPixel(from.layout);
     for (const int32_t format : kFormats) {
       const RowKernel kernel = ChooseRowKernel(from.layout, format);
       for (const size_t width : {1U, 2U, 3U, 7U, 8U, 15U, 16U, 17U, 31U, 33U, 64U, 101U}) {
         for (const size_t offset : {0U, 1U, 3U}) {
-          const Bytes source = RandomBytes(width * size + offset, static_cast<unsigned>(width));
+          Bytes source(width * size + offset);
+          for (uint8_t& byte : source) byte = static_cast<uint8_t>(random());
           Bytes destination(width * 4 + offset + 4, 0xEE);
           kernel(source.data() + offset, destination.data() + offset, width);
+          Bytes expected(offset, 0xEE);
           for (size_t x = 0; x < width; ++x) {
             const uint8_t* pixel = source.data() + offset + x * size;
-            const Bytes expected =
-                StoredPixel(format, pixel[from.red], pixel[from.green], pixel[from.blue],
-                            from.alpha < 0 ? -1 : pixel[from.alpha]);
-            const auto* stored = destination.data() + offset + x * 4;
-            ASSERT_EQ(Bytes(stored, stored + 4), expected)
-                << "layout " << static_cast<int>(from.layout) << " format " << format << " x " << x;
+            Append(expected,
+                   StoredPixel(format, pixel[from.red], pixel[from.green], pixel[from.blue],
+                               from.alpha < 0 ? -1 : pixel[from.alpha]));
           }
-          ASSERT_EQ(destination[offset + width * 4], 0xEE) << "wrote past the row";
+          expected.resize(destination.size(), 0xEE);
+          ASSERT_EQ(destination, expected)
+              << "layout " << static_cast<int>(from.layout) << " format " << format;
         }
       }
     }
@@ -100,24 +100,25 @@ TEST(RowKernel, DividesEveryColourByEveryAlphaExactly) {
   for (const int32_t format : kFormats) {
     ChooseRowKernel(SourceLayout::kPremultipliedRgba, format)(source.data(), opaque.data(), pixels);
     ChooseMaskRowKernel(format)(source.data(), colour.data(), mask.data(), pixels);
-    EXPECT_EQ(opaque, colour);
-    for (size_t i = 0; i < source.size(); i += 4) {
-      const uint8_t* p = source.data() + i;
+    Bytes expected, expectedMask;
+    for (const uint8_t* p = source.data(); p != source.data() + source.size(); p += 4) {
       const auto level = static_cast<uint8_t>(255 - p[3]);
-      const auto at = static_cast<ptrdiff_t>(i);
-      ASSERT_EQ(Bytes(colour.begin() + at, colour.begin() + at + 4),
-                StoredPixel(format, Divide(p[0], p[3]), Divide(p[1], p[3]), Divide(p[2], p[3]), -1))
-          << "colour " << +p[0] << " alpha " << +p[3];
-      ASSERT_EQ(Bytes(mask.begin() + at, mask.begin() + at + 4),
-                StoredPixel(format, level, level, level, -1));
+      Append(expected,
+             StoredPixel(format, Divide(p[0], p[3]), Divide(p[1], p[3]), Divide(p[2], p[3])));
+      Append(expectedMask, StoredPixel(format, level, level, level));
     }
+    ASSERT_TRUE(opaque == expected && colour == expected && mask == expectedMask) << format;
   }
 }
 
-TEST(RowKernel, IsNoneForALayoutThatNoPictureHas) {
+TEST(RowKernel, IsNoneForALayoutThatNoPictureHasAndNoPixelIsStoredInIt) {
   for (const int32_t format : {0, 7, 9, -1}) {
     EXPECT_EQ(ChooseRowKernel(SourceLayout::kSkipRgb, format), nullptr);
     EXPECT_EQ(ChooseMaskRowKernel(format), nullptr);
+    PictureWriter writer;  // without a place to store it
+    writer.pixelFormat = format;
+    writer.WritePixel(1, 2, 3);
+    EXPECT_EQ(writer.cursor, nullptr);
   }
 }
 

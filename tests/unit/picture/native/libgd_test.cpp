@@ -12,11 +12,7 @@ class LibgdImage : public PluginTest {};
 
 TEST_F(LibgdImage, HoldsThePixelsWhereLibgdReadsThem) {
   gdImagePtr image = gdImageCreateTrueColor(5, 3);
-  seam::REALLockPictureDescription.answer = [image](auto* picture, auto* out, long type) {
-    const bool isLocked = runtime::LockPictureDescription(picture, out, type);
-    out->container = image;
-    return isLocked;
-  };
+  ChangeLocks(1, false, [image](auto& out, auto&) { out.container = image; });
   Use(ApplicationKind::kConsole);
   {
     PictureWriter writer;

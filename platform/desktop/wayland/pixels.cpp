@@ -1,6 +1,6 @@
 #include "platform/desktop/wayland/pixels.h"
 
-#include "platform/desktop/portal/module.h"
+#include "platform/desktop/portal/library.h"
 #include "platform/desktop/wayland/image_copy.h"
 #include "platform/desktop/wayland/screencopy.h"
 
@@ -24,9 +24,7 @@ constexpr Way kWays[] = {
        return portal::OpenKWin(PlaceOutputs(screen.outputs()), problem);
      }},
     {"the portal", true,
-     [](Connection&, const Screen& screen, std::string& problem) {
-       return portal::OpenPortal(PlaceOutputs(screen.outputs()), problem);
-     }},
+     [](Connection&, const Screen&, std::string& problem) { return portal::OpenPortal(problem); }},
 };
 
 }  // namespace

@@ -107,6 +107,13 @@ void HandleLogicalEvent(Output& output, uint32_t event, Arguments& arguments) {
   }
 }
 
+PixelRect Union(const PixelRect& a, const PixelRect& b) {
+  const int32_t x = std::min(a.x, b.x);
+  const int32_t y = std::min(a.y, b.y);
+  return {x, y, std::max(a.x + a.width, b.x + b.width) - x,
+          std::max(a.y + a.height, b.y + b.height) - y};
+}
+
 }  // namespace
 
 std::vector<PlacedOutput> PlaceOutputs(const std::vector<std::unique_ptr<Output>>& outputs) {
@@ -121,7 +128,10 @@ std::vector<PlacedOutput> PlaceOutputs(const std::vector<std::unique_ptr<Output>
   });
   if (main != all.end()) std::rotate(all.begin(), main, main + 1);
   const PixelRect origin = all.front().logical;
+  PixelRect desktop = origin;
+  for (const PlacedOutput& each : all) desktop = Union(desktop, each.logical);
   for (PlacedOutput& each : all) {
+    each.desktop = desktop;
     each.display.bounds = {each.logical.x - origin.x, each.logical.y - origin.y, each.logical.width,
                            each.logical.height};
   }

@@ -36,6 +36,7 @@ struct PlacedOutput {
   uint32_t object = 0;
   Orientation orientation = Orientation::kUpright;  // of its pixels before they are turned
   PixelRect logical;                                // in the compositor's space
+  PixelRect desktop;                                // the space that all outputs take together
 
   bool operator==(const PlacedOutput&) const = default;
 };

@@ -1,4 +1,4 @@
-#include "platform/desktop/portal/module.h"
+#include "platform/desktop/portal/library.h"
 
 #include <dlfcn.h>
 
@@ -35,10 +35,10 @@ std::unique_ptr<wayland::PixelSource> OpenKWin(const Outputs& outputs, std::stri
   return module == nullptr ? nullptr : module->openKWin(outputs, problem);
 }
 
-std::unique_ptr<wayland::PixelSource> OpenPortal(const Outputs& outputs, std::string& problem) {
+std::unique_ptr<wayland::PixelSource> OpenPortal(std::string& problem) {
   const Module* const module = Load();
   problem = kNoModule;
-  return module == nullptr ? nullptr : module->openPortal(outputs, TellOfWaiting, problem);
+  return module == nullptr ? nullptr : module->openPortal(TellOfWaiting, problem);
 }
 
 }  // namespace qrv::desktop::portal

@@ -1,7 +1,7 @@
 // The ways to pixels over the session bus. They are a library of their own, which is loaded when
 // nothing else is left: few need what it links, and the 32-bit build has none of that.
-#ifndef PLATFORM_DESKTOP_PORTAL_MODULE_H_
-#define PLATFORM_DESKTOP_PORTAL_MODULE_H_
+#ifndef PLATFORM_DESKTOP_PORTAL_LIBRARY_H_
+#define PLATFORM_DESKTOP_PORTAL_LIBRARY_H_
 
 #include <memory>
 #include <string>
@@ -19,17 +19,16 @@ std::unique_ptr<wayland::PixelSource> OpenKWin(const Outputs& outputs, std::stri
 
 // The desktop portal: a picture of the whole desktop, for which a person may be asked. Null as
 // above.
-std::unique_ptr<wayland::PixelSource> OpenPortal(const Outputs& outputs, std::string& problem);
+std::unique_ptr<wayland::PixelSource> OpenPortal(std::string& problem);
 
 // What the library exports, as one record under this name.
 struct Module {
   decltype(&OpenKWin) openKWin;
-  std::unique_ptr<wayland::PixelSource> (*openPortal)(const Outputs& outputs,
-                                                      void (*tell)(const char* words),
+  std::unique_ptr<wayland::PixelSource> (*openPortal)(void (*tell)(const char* words),
                                                       std::string& problem);
 };
 inline constexpr char kModuleSymbol[] = "QRV_portal_module";
 
 }  // namespace qrv::desktop::portal
 
-#endif  // PLATFORM_DESKTOP_PORTAL_MODULE_H_
+#endif  // PLATFORM_DESKTOP_PORTAL_LIBRARY_H_

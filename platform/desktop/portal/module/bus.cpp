@@ -1,0 +1,55 @@
+#include "platform/desktop/portal/module/bus.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+namespace qrv::desktop::portal {
+namespace {
+
+constexpr size_t kMaxWords = 120;
+
+std::string InOneLine(std::string words) {
+  words.resize(std::min(words.size(), kMaxWords));
+  std::replace_if(
+      words.begin(), words.end(), [](unsigned char c) { return c < ' ' || c == 127; }, ' ');
+  return words;
+}
+
+}  // namespace
+
+// The address is the environment's, which is not read in a process with raised privileges.
+Bus OpenBus(Deadline deadline, std::string& problem) {
+  sd_bus* opened = nullptr;
+  if (sd_bus_open_user(&opened) < 0) {
+    problem = "no session bus";
+    return nullptr;
+  }
+  Bus bus(opened);
+  if (Await(bus, deadline, [&] { return sd_bus_is_ready(bus.get()) > 0; })) return bus;
+  problem = "the session bus does not answer";
+  return nullptr;
+}
+
+Message NewCall(const Bus& bus, const Callee& callee, const char* method) {
+  sd_bus_message* call = nullptr;
+  sd_bus_message_new_method_call(bus.get(), &call, callee.program, callee.object, callee.interface,
+                                 method);
+  return Message(call);
+}
+
+Message Call(const Bus& bus, const Message& call, Deadline deadline, std::string& problem) {
+  const auto left = std::chrono::duration_cast<std::chrono::microseconds>(deadline - Clock::now());
+  sd_bus_error error = SD_BUS_ERROR_NULL;
+  sd_bus_message* reply = nullptr;
+  const int result =
+      sd_bus_call(bus.get(), call.get(), static_cast<uint64_t>(std::max<int64_t>(left.count(), 1)),
+                  &error, &reply);
+  if (result < 0) {
+    problem = InOneLine(error.message != nullptr ? error.message : std::strerror(-result));
+  }
+  sd_bus_error_free(&error);
+  return Message(reply);
+}
+
+}  // namespace qrv::desktop::portal

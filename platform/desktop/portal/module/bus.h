@@ -1,0 +1,80 @@
+// The session bus, asked in bounded time.
+#ifndef PLATFORM_DESKTOP_PORTAL_MODULE_BUS_H_
+#define PLATFORM_DESKTOP_PORTAL_MODULE_BUS_H_
+
+#include <systemd/sd-bus.h>
+
+#include <memory>
+#include <string>
+
+#include "platform/desktop/waiting.h"
+
+namespace qrv::desktop::portal {
+
+struct CloseBus {
+  void operator()(sd_bus* bus) const { sd_bus_flush_close_unref(bus); }
+};
+using Bus = std::unique_ptr<sd_bus, CloseBus>;
+
+struct UnrefMessage {
+  void operator()(sd_bus_message* message) const { sd_bus_message_unref(message); }
+};
+using Message = std::unique_ptr<sd_bus_message, UnrefMessage>;
+
+// A connection of its own for each capture: none is kept, so there is none that the process could
+// close or inherit. Null, and a few words in `problem`, when there is no bus or it does not answer.
+Bus OpenBus(Deadline deadline, std::string& problem);
+
+// A call to an object of a program on the bus. Null when there is no memory.
+struct Callee {
+  const char* program;
+  const char* object;
+  const char* interface;
+};
+Message NewCall(const Bus& bus, const Callee& callee, const char* method);
+
+// The answer; null, and the error's own words in one line in `problem`, when there is none.
+Message Call(const Bus& bus, const Message& call, Deadline deadline, std::string& problem);
+
+// Handles what comes on the bus until `isDone()`. False when the deadline passes or the bus is lost
+// first.
+template <typename Condition>
+bool Await(const Bus& bus, Deadline deadline, Condition isDone) {
+  while (!isDone()) {
+    const int handled = sd_bus_process(bus.get(), nullptr);
+    if (handled < 0) return false;
+    if (handled > 0) continue;
+    const auto left =
+        std::chrono::duration_cast<std::chrono::microseconds>(deadline - Clock::now());
+    if (left.count() <= 0) return false;
+    const int waited = sd_bus_wait(bus.get(), static_cast<uint64_t>(left.count()));
+    if (waited < 0 && waited != -EINTR) return false;
+  }
+  return true;
+}
+
+// Reads the next dictionary from strings to variants: `take(name, type)` takes the value that is
+// next, whose type is given, and says whether it did; what it leaves is skipped. False when there
+// is no such dictionary.
+template <typename Take>
+bool ReadDictionary(const Message& message, Take take) {
+  sd_bus_message* const m = message.get();
+  if (sd_bus_message_enter_container(m, 'a', "{sv}") <= 0) return false;
+  while (sd_bus_message_enter_container(m, 'e', "sv") > 0) {
+    const char* name = nullptr;
+    const char* type = nullptr;
+    if (sd_bus_message_read_basic(m, 's', &name) <= 0 ||
+        sd_bus_message_peek_type(m, nullptr, &type) <= 0 || type == nullptr) {
+      return false;
+    }
+    const std::string known = type;
+    if (sd_bus_message_enter_container(m, 'v', known.c_str()) <= 0) return false;
+    if (!take(name, known) && sd_bus_message_skip(m, known.c_str()) < 0) return false;
+    if (sd_bus_message_exit_container(m) < 0 || sd_bus_message_exit_container(m) < 0) return false;
+  }
+  return sd_bus_message_exit_container(m) >= 0;
+}
+
+}  // namespace qrv::desktop::portal
+
+#endif  // PLATFORM_DESKTOP_PORTAL_MODULE_BUS_H_

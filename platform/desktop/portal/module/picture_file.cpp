@@ -1,0 +1,95 @@
+#include "platform/desktop/portal/module/picture_file.h"
+
+#include <fcntl.h>
+#include <libyuv/convert_argb.h>
+#include <spng.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <memory>
+
+#include "platform/desktop/frame.h"
+#include "platform/desktop/waiting.h"
+
+namespace qrv::desktop::portal {
+namespace {
+
+constexpr uint32_t kMaxSide = 65535;
+
+int HexDigit(char c) {
+  if (c >= '0' && c <= '9') return c - '0';
+  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+  return -1;
+}
+
+struct FreeContext {
+  void operator()(spng_ctx* context) const { spng_ctx_free(context); }
+};
+struct CloseFile {
+  void operator()(std::FILE* file) const { std::fclose(file); }
+};
+
+Frame Decode(std::FILE* file) {
+  const std::unique_ptr<spng_ctx, FreeContext> context(spng_ctx_new(0));
+  spng_ihdr header = {};
+  size_t bytes = 0;
+  if (!context || spng_set_png_file(context.get(), file) != 0 ||
+      spng_set_image_limits(context.get(), kMaxSide, kMaxSide) != 0 ||
+      spng_get_ihdr(context.get(), &header) != 0 ||
+      spng_decoded_image_size(context.get(), SPNG_FMT_RGBA8, &bytes) != 0) {
+    return {};
+  }
+  Frame frame = NewFrame(static_cast<int32_t>(header.width), static_cast<int32_t>(header.height));
+  if (!frame || bytes != FrameBytes(frame.width, frame.height) ||
+      spng_decode_image(context.get(), frame.pixels, bytes, SPNG_FMT_RGBA8, 0) != 0) {
+    return {};
+  }
+  const auto stride = static_cast<int>(frame.rowBytes);
+  libyuv::ABGRToARGB(frame.pixels, stride, frame.pixels, stride, frame.width, frame.height);
+  return frame;
+}
+
+}  // namespace
+
+std::string PathOfUri(const std::string& uri) {
+  constexpr char kScheme[] = "file://";
+  constexpr char kHere[] = "localhost";
+  if (!uri.starts_with(kScheme)) return {};
+  std::string rest = uri.substr(sizeof kScheme - 1);
+  if (rest.starts_with(kHere)) rest.erase(0, sizeof kHere - 1);
+  if (!rest.starts_with('/')) return {};
+  std::string path;
+  for (size_t i = 0; i < rest.size(); ++i) {
+    char c = rest[i];
+    if (c == '%') {
+      const int high = i + 2 < rest.size() ? HexDigit(rest[i + 1]) : -1;
+      const int low = i + 2 < rest.size() ? HexDigit(rest[i + 2]) : -1;
+      if (high < 0 || low < 0) return {};
+      c = static_cast<char>(high * 16 + low);
+      i += 2;
+    }
+    if (c == '\0') return {};
+    path += c;
+  }
+  return path;
+}
+
+Frame TakePicture(const std::string& path, std::string& problem) {
+  // A pipe would be waited for.
+  const UniqueFd fd(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+  struct stat64 status = {};
+  if (!fd || fstat64(fd.get(), &status) != 0 || !S_ISREG(status.st_mode) ||
+      status.st_uid != geteuid()) {
+    problem = "the portal names no picture of this user's own";
+    return {};
+  }
+  const std::unique_ptr<std::FILE, CloseFile> file(fdopen(dup(fd.get()), "rb"));
+  Frame frame = file ? Decode(file.get()) : Frame{};
+  unlink(path.c_str());
+  if (!frame) problem = "the portal's picture can't be read";
+  return frame;
+}
+
+}  // namespace qrv::desktop::portal

@@ -21,33 +21,20 @@ using namespace std::chrono_literals;
 using std::chrono::microseconds;
 using std::chrono::steady_clock;
 
-// Kills a process after a while, on a thread of its own.
-class KillLater {
- public:
-  KillLater(pid_t pid, microseconds delay)
-      : thread_([this, pid, delay] {
-          std::this_thread::sleep_for(delay);
-          kill(pid, SIGKILL);
-          isDone_ = true;
-        }) {}
-  ~KillLater() { thread_.join(); }
-
-  bool isDone() const { return isDone_; }
-
- private:
-  std::atomic<bool> isDone_ = false;
-  std::thread thread_;
-};
-
 class DyingServer : public ::testing::Test {
  protected:
   const Capture& PickCapture() { return kCaptures[random_() % kCaptures.size()]; }
 
   // Captures until the server is killed: nil or the right picture.
   void CaptureWhileItDies() {
+    std::atomic<bool> isDead = false;
     // The longer delays let a few captures pass before.
-    const KillLater killer(server_.pid(), microseconds(random_() % 12000));
-    while (!killer.isDone()) {
+    const std::jthread killer([&isDead, pid = server_.pid(), delay = random_() % 12000] {
+      std::this_thread::sleep_for(microseconds(delay));
+      kill(pid, SIGKILL);
+      isDead = true;
+    });
+    while (!isDead) {
       const Capture& capture = PickCapture();
       const bool isPicture = capture.ExpectRightOrNil(plugin_, server_.Part(capture.part));
       ++(isPicture ? pictures_ : nils_);

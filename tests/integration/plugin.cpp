@@ -33,16 +33,14 @@ void UseSystem(const char* version) { setenv("QRV_SYSTEM_VERSION", version, 1); 
 
 void UseDesktop(const std::string& desktop) { setenv("QRV_DESKTOP", desktop.c_str(), 1); }
 
-unsigned Seed() {
-  const char* const given = std::getenv("QRV_TEST_SEED");
-  static const unsigned seed =
-      given != nullptr ? static_cast<unsigned>(std::stoul(given)) : std::random_device()();
-  return seed;
-}
-
 int Setting(const char* variable, int otherwise) {
   const char* const given = std::getenv(variable);
   return given != nullptr ? std::stoi(given) : otherwise;
+}
+
+unsigned Seed() {
+  static const int seed = Setting("QRV_TEST_SEED", static_cast<int>(std::random_device()() / 2));
+  return static_cast<unsigned>(seed);
 }
 
 pid_t ForkTest(const std::function<void()>& body) {

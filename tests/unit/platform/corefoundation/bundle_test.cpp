@@ -115,7 +115,6 @@ TEST_F(Bundle, IsLookedForBesideTheLibrarysOwnFileWhereverThatWasLoadedFrom) {
   const fs::path before = fs::current_path();
   fs::current_path(folder_ / "linked");
   void* const library = dlopen("./platform.so", RTLD_NOW | RTLD_LOCAL);
-  fs::current_path(before);
   ASSERT_NE(library, nullptr);
   const auto findFolder =
       reinterpret_cast<decltype(&FSFindFolder)>(dlsym(library, "QRV_FSFindFolder"));
@@ -130,6 +129,7 @@ TEST_F(Bundle, IsLookedForBesideTheLibrarysOwnFileWhereverThatWasLoadedFrom) {
   EXPECT_EQ(url->path, folder_ / "Frameworks");
   CFRelease(url);
   dlclose(library);
+  fs::current_path(before);
 }
 
 }  // namespace

@@ -15,11 +15,6 @@ namespace {
 
 class ChangingScreen : public ::testing::Test {
  protected:
-  void Xrandr(std::vector<std::string> arguments) {
-    arguments.insert(arguments.begin(), "xrandr");
-    server_.Run(arguments);
-  }
-
   // The displays are these parts of the screen, the main one first, by every strategy. Rectangles
   // begin at the main one's corner.
   void ExpectDisplays(const std::vector<Area>& areas) {
@@ -48,20 +43,21 @@ TEST_F(ChangingScreen, IsFollowedFromCaptureToCapture) {
   server_.SetMonitor("right", {300, 80, 340, 400});
   ExpectDisplays({{0, 0, 300, 480}, {300, 80, 340, 400}});
   server_.SetMonitor("*main", {500, 20, 100, 50});
-  Xrandr({"--delmonitor", "right"});
+  server_.Run({"xrandr", "--delmonitor", "right"});
   ExpectDisplays({{500, 20, 100, 50}, {0, 0, 300, 480}});
-  Xrandr({"--delmonitor", "main"});
-  Xrandr({"--delmonitor", "left"});
+  server_.Run({"xrandr", "--delmonitor", "main"});
+  server_.Run({"xrandr", "--delmonitor", "left"});
   ExpectDisplays({{0, 0, 640, 480}});
 }
 
 TEST_F(ChangingScreen, IsFollowedWhenTheRootWindowShrinksAndGrows) {
-  Xrandr({"--newmode", "small", "13", "320", "336", "384", "400", "240", "245", "249", "251"});
-  Xrandr({"--addmode", "screen", "small"});
+  server_.Run({"xrandr", "--newmode", "small", "13", "320", "336", "384", "400", "240", "245",
+               "249", "251"});
+  server_.Run({"xrandr", "--addmode", "screen", "small"});
   for (int i = 0; i < 3; ++i) {
-    Xrandr({"--output", "screen", "--mode", "small"});
+    server_.Run({"xrandr", "--output", "screen", "--mode", "small"});
     ExpectDisplays({{0, 0, 320, 240}});
-    Xrandr({"--output", "screen", "--mode", "640x480"});
+    server_.Run({"xrandr", "--output", "screen", "--mode", "640x480"});
     ExpectDisplays({{0, 0, 640, 480}});
   }
 }

@@ -91,8 +91,7 @@ void Xvfb::Restart() {
 
 void Xvfb::Stop() const {
   kill(pid_, SIGSTOP);
-  int status = 0;
-  waitpid(pid_, &status, WUNTRACED);
+  waitpid(pid_, nullptr, WUNTRACED);
 }
 
 void Xvfb::Continue() const { kill(pid_, SIGCONT); }

@@ -11,8 +11,8 @@
 #include <random>
 #include <thread>
 
-#include "tests/integration/captures.h"
-#include "tests/integration/footprint.h"
+#include "tests/integration/plugin.h"
+#include "tests/support/holdings.h"
 
 namespace qrv::testing {
 namespace {
@@ -21,99 +21,65 @@ using namespace std::chrono_literals;
 using std::chrono::microseconds;
 using std::chrono::steady_clock;
 
-int Kills() {
-  const char* const given = std::getenv("QRV_TEST_KILLS");
-  return given != nullptr ? std::stoi(given) : 40;
-}
-
-// Kills a process after a while, on a thread of its own.
-class KillLater {
- public:
-  KillLater(pid_t pid, microseconds delay)
-      : thread_([this, pid, delay] {
-          std::this_thread::sleep_for(delay);
-          kill(pid, SIGKILL);
-          isDone_ = true;
-        }) {}
-  ~KillLater() { thread_.join(); }
-
-  bool isDone() const { return isDone_; }
-
- private:
-  std::atomic<bool> isDone_ = false;
-  std::thread thread_;
-};
-
 class DyingServer : public ::testing::Test {
  protected:
-  DyingServer() : random_(Seed()) { UseDesktop(server_); }
-
   const Capture& PickCapture() { return kCaptures[random_() % kCaptures.size()]; }
 
-  std::string CaptureRight(const Capture& capture) {
-    return capture.Check(plugin_, server_.screen());
-  }
-
-  std::string CaptureNil(const Capture& capture) {
-    return capture.Named(capture(plugin_).has_value() ? "a picture of no server" : "");
-  }
-
   // Captures until the server is killed: nil or the right picture.
-  std::string CaptureWhileItDies() {
+  void CaptureWhileItDies() {
+    std::atomic<bool> isDead = false;
     // The longer delays let a few captures pass before.
-    const KillLater killer(server_.pid(), microseconds(random_() % 12000));
-    while (!killer.isDone()) {
+    const std::jthread killer([&isDead, pid = server_.pid(), delay = random_() % 12000] {
+      std::this_thread::sleep_for(microseconds(delay));
+      kill(pid, SIGKILL);
+      isDead = true;
+    });
+    while (!isDead) {
       const Capture& capture = PickCapture();
-      const Plugin::Picture picture = capture(plugin_);
-      ++captures_;
-      if (!picture.has_value()) {
-        ++nils_;
-        continue;
-      }
-      const auto difference = Difference(picture, Crop(server_.screen(), capture.part));
-      if (!difference.empty()) return capture.Named(difference);
+      const bool isPicture = capture.ExpectRightOrNil(plugin_, server_.Part(capture.part));
+      ++(isPicture ? pictures_ : nils_);
     }
-    return "";
   }
 
-  std::string DieAndComeBack() {
+  void DieAndComeBack() {
+    const Capture& first = PickCapture();
     const bool isConnected = random_() % 2 == 0;
-    std::string problem = isConnected ? CaptureRight(PickCapture()) : "";
-    if (problem.empty()) problem = CaptureWhileItDies();
+    if (isConnected) first.ExpectRight(plugin_, server_.Part(first.part));
+    CaptureWhileItDies();
     server_.Kill();
-    for (int i = 0; i < 3 && problem.empty(); ++i) problem = CaptureNil(PickCapture());
+    for (int i = 0; i < 3; ++i) EXPECT_FALSE(PickCapture().ExpectRightOrNil(plugin_, {}));
     server_.Restart();
     server_.Prepare();
-    return problem;
   }
 
-  const Footprint atStart_ = Footprint::Now();
-  TwoMonitorServer server_;
+  const std::multiset<std::string> atStart_ = SignalsAndThreads();
+  TwoMonitors server_;
   Plugin plugin_;
-  std::mt19937 random_;
-  int captures_ = 0;
+  std::mt19937 random_{Seed()};
+  int pictures_ = 0;
   int nils_ = 0;
 };
 
 TEST_F(DyingServer, LeavesTheHostAliveAndWithoutATrace) {
   constexpr int kWarmUp = 10;
-  Footprint warm;
-  const int kills = Kills();
+  const int kills = Setting("QRV_TEST_KILLS", 40);
+  std::optional<Holdings> warm;
   for (int i = 0; i < kills; ++i) {
-    ASSERT_EQ(DieAndComeBack(), "") << "kill " << i << ", QRV_TEST_SEED=" << Seed();
-    if (i + 1 != kWarmUp) continue;
-    for (const Capture& each : kCaptures) ASSERT_EQ(CaptureRight(each), "");
-    warm = Footprint::Now();
+    DieAndComeBack();
+    if (i + 1 == kWarmUp) {
+      ExpectAllRight(plugin_, server_);
+      warm.emplace();
+    }
+    ASSERT_FALSE(HasFailure()) << "kill " << i << ", QRV_TEST_SEED=" << Seed();
   }
-  for (const Capture& each : kCaptures) EXPECT_EQ(CaptureRight(each), "");
-  const Footprint now = Footprint::Now();
-  EXPECT_EQ(Difference(now, warm), "");
-  EXPECT_LE(now.mappings, warm.mappings + 2);
-  EXPECT_EQ(now.state, atStart_.state);
+  ExpectAllRight(plugin_, server_);
+  const Holdings now;
+  EXPECT_THAT(now.files, ::testing::ContainerEq(warm->files));
+  EXPECT_LE(now.mappedFiles, warm->mappedFiles + 2);
+  EXPECT_THAT(SignalsAndThreads(), ::testing::ContainerEq(atStart_));
   EXPECT_GE(nils_, kills / 4) << "too few servers died in the middle of a capture";
-  std::cout << kills << " kills, " << captures_ << " captures meanwhile: " << nils_
-            << " nil, the others right; mapped files " << warm.mappings << " to " << now.mappings
-            << "\n";
+  std::cout << kills << " kills, captures meanwhile: " << nils_ << " nil, " << pictures_
+            << " right; mapped files " << warm->mappedFiles << " to " << now.mappedFiles << "\n";
 }
 
 // --- A server that hangs: each capture in a process of its own, all of them at a time. ---
@@ -124,7 +90,7 @@ struct Stage {
 };
 
 void WaitUntil(const std::atomic<int>& count, int wanted) {
-  const auto deadline = steady_clock::now() + std::chrono::seconds(30);
+  const auto deadline = steady_clock::now() + 30s;
   while (count < wanted && steady_clock::now() < deadline) std::this_thread::sleep_for(1ms);
   EXPECT_GE(count, wanted);
 }
@@ -133,26 +99,22 @@ void WaitUntil(const std::atomic<int>& count, int wanted) {
 enum Moment { kNothingYet, kBetweenCaptures, kCapturing };
 
 // The body of a process.
-void Endure(const TwoMonitorServer& server, const Capture& capture, Moment moment, Stage& stage) {
+void Endure(const Capture& capture, const Image& expected, Moment moment, Stage& stage) {
   Plugin plugin;
-  if (moment != kNothingYet) capture(plugin);
-  const Footprint before = Footprint::Now();
+  if (moment != kNothingYet) capture.ExpectRight(plugin, expected);
+  const Holdings before;
+  const auto stateBefore = SignalsAndThreads();
   ++stage.ready;
   if (moment != kCapturing) WaitUntil(stage.stopped, 1);
-  for (bool isNil = false; !isNil && !::testing::Test::HasFailure();) {
-    const auto start = steady_clock::now();
-    const Plugin::Picture picture = capture(plugin);
-    EXPECT_LT((steady_clock::now() - start) / 1ms, 5000);
-    isNil = !picture.has_value();
-    if (isNil) break;
+  while (capture.ExpectRightOrNil(plugin, expected) && !::testing::Test::HasFailure()) {
     EXPECT_EQ(moment, kCapturing) << "a picture of a hung server";
-    EXPECT_EQ(Difference(picture, Crop(server.screen(), capture.part)), "");
   }
   ++stage.past;
   WaitUntil(stage.continued, 1);
-  EXPECT_EQ(capture.Check(plugin, server.screen()), "");
+  capture.ExpectRight(plugin, expected);
+  EXPECT_THAT(SignalsAndThreads(), ::testing::ContainerEq(stateBefore));
   if (moment == kNothingYet) return;
-  EXPECT_EQ(Difference(Footprint::Now(), before), "");
+  EXPECT_THAT(Holdings().files, ::testing::ContainerEq(before.files));
 }
 
 class HungServers : public ::testing::TestWithParam<Moment> {};
@@ -161,12 +123,11 @@ TEST_P(HungServers, AreNilWithinFiveSecondsAndRightWhenTheyRunAgain) {
   void* const shared =
       mmap(nullptr, sizeof(Stage), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
   Stage& stage = *new (shared) Stage;
-  const TwoMonitorServer server;
-  UseDesktop(server);
+  const TwoMonitors server;
   std::vector<pid_t> processes;
   processes.reserve(kCaptures.size());
   for (const Capture& each : kCaptures) {
-    processes.push_back(ForkTest([&] { Endure(server, each, GetParam(), stage); }));
+    processes.push_back(ForkTest([&] { Endure(each, server.Part(each.part), GetParam(), stage); }));
   }
   const int all = static_cast<int>(processes.size());
   WaitUntil(stage.ready, all);
@@ -176,11 +137,7 @@ TEST_P(HungServers, AreNilWithinFiveSecondsAndRightWhenTheyRunAgain) {
   WaitUntil(stage.past, all);
   server.Continue();
   stage.continued = 1;
-  for (size_t i = 0; i < processes.size(); ++i) {
-    EXPECT_EQ(WaitForEnd(processes[i]), 0)
-        << kCaptures[i].Named("failed; QRV_TEST_SEED=" + std::to_string(Seed()));
-  }
-  munmap(shared, sizeof(Stage));
+  for (const pid_t each : processes) EXPECT_EQ(WaitForEnd(each), 0) << "QRV_TEST_SEED=" << Seed();
 }
 
 INSTANTIATE_TEST_SUITE_P(When, HungServers,

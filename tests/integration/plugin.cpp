@@ -1,20 +1,18 @@
 #include "tests/integration/plugin.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdlib>
 #include <random>
 
 #include "runtime/desktop_view.h"
-#include "tests/integration/refused_memory.h"
 #include "tests/support/cards.h"
 
 namespace qrv::testing {
 namespace {
 
 using runtime::Host;
-using runtime::Image;
 using runtime::Ledger;
-namespace methods = runtime::methods;
 
 Image Paint(const Area& part, const std::function<uint32_t(int x, int y)>& color) {
   Image image = {part.width, part.height, {}};
@@ -35,7 +33,15 @@ void UseSystem(const char* version) { setenv("QRV_SYSTEM_VERSION", version, 1); 
 
 void UseDesktop(const std::string& desktop) { setenv("QRV_DESKTOP", desktop.c_str(), 1); }
 
-void UseDesktop(const Xvfb& server) { UseDesktop("x11:" + server.display()); }
+int Setting(const char* variable, int otherwise) {
+  const char* const given = std::getenv(variable);
+  return given != nullptr ? std::stoi(given) : otherwise;
+}
+
+unsigned Seed() {
+  static const int seed = Setting("QRV_TEST_SEED", static_cast<int>(std::random_device()() / 2));
+  return static_cast<unsigned>(seed);
+}
 
 pid_t ForkTest(const std::function<void()>& body) {
   return Fork([&] {
@@ -44,63 +50,45 @@ pid_t ForkTest(const std::function<void()>& body) {
   });
 }
 
-unsigned Seed() {
-  const char* const given = std::getenv("QRV_TEST_SEED");
-  static const unsigned seed =
-      given != nullptr ? static_cast<unsigned>(std::stoul(given)) : std::random_device()();
-  return seed;
+std::atomic<bool> Plugin::isCalling = false;
+
+Plugin::Plugin(runtime::HostOptions options, const std::string& file) : host_(std::move(options)) {
+  std::string error;
+  EXPECT_TRUE(host_.LoadPlugin(file, error)) << error;
 }
 
-Plugin::Plugin(runtime::HostOptions options) : host_(std::move(options)) {
-  std::string error;
-  EXPECT_TRUE(host_.LoadPlugin(QRV_BUILD_DIR "/ScreenshotQRV.so", error)) << error;
+Plugin& Plugin::On(const char* system) {
+  UseSystem(system);
+  strategies_ = system == kDisplayImage ? runtime::kDisplayImage
+                : system == kOpenGL     ? runtime::kOpenGL
+                                        : runtime::kQuickDraw;
+  return *this;
+}
+
+void Plugin::Begin() {
+  runtime::TakeStrategiesUsed();
+  isCalling = true;
+}
+
+void Plugin::End() {
+  isCalling = false;
+  if (strategies_) {
+    EXPECT_EQ(runtime::TakeStrategiesUsed() & ~*strategies_, 0U) << "by another strategy";
+  }
+  strategies_.reset();
 }
 
 Plugin::Picture Plugin::Take(REALpictureStruct* picture) {
-  if (picture == nullptr) {
-    EXPECT_EQ(host_.Outstanding(), Ledger{});
-    return std::nullopt;
-  }
-  EXPECT_EQ(Host::References(picture), 1);
-  EXPECT_EQ(host_.Outstanding().pictureLocks, 0);
-  EXPECT_EQ(host_.Outstanding().references, 1);
-  Image image = Host::Read(picture);
-  host_.Release(picture);
-  EXPECT_EQ(host_.Outstanding(), Ledger{});
-  return image;
-}
-
-RawPixels Plugin::Take(REALstringStruct* string, RawPixels numbers) {
-  if (string != nullptr) {
-    EXPECT_EQ(Host::References(string), 1);
-    numbers.bytes = Host::Bytes(string);
-    numbers.encoding = Host::Encoding(string);
-    host_.Release(string);
+  Picture taken;
+  if (picture != nullptr) {
+    EXPECT_EQ(Host::References(picture), 1);
+    EXPECT_EQ(host_.Outstanding().pictureLocks, 0);
+    EXPECT_EQ(host_.Outstanding().references, 1);
+    taken = Host::Read(picture);
+    host_.Release(picture);
   }
   EXPECT_EQ(host_.Outstanding(), Ledger{});
-  return numbers;
-}
-
-template <typename Function, typename... Arguments>
-auto Plugin::Call(const runtime::Method<Function>& method, Arguments&&... arguments) {
-  const MethodCall call;
-  return host_.Call(method, std::forward<Arguments>(arguments)...);
-}
-
-Plugin::Picture Plugin::Main() { return Take(Call(methods::kScreenshot)); }
-
-Plugin::Picture Plugin::Display(int32_t index) {
-  return Take(Call(methods::kScreenshotDisplay, index));
-}
-
-Plugin::Picture Plugin::Rect(int32_t left, int32_t top, int32_t width, int32_t height) {
-  return Take(Call(methods::kScreenshotRect, left, top, width, height));
-}
-
-Plugin::Picture Plugin::Scaled(int32_t left, int32_t top, int32_t width, int32_t height,
-                               int32_t destinationWidth, int32_t destinationHeight) {
-  return Take(Call(methods::kScreenshotRectScaled, left, top, width, height, destinationWidth,
-                   destinationHeight));
+  return taken;
 }
 
 Plugin::Picture Plugin::FromRaw(const RawPixels& raw) {
@@ -111,25 +99,18 @@ Plugin::Picture Plugin::FromRaw(const RawPixels& raw) {
   return Take(picture);
 }
 
-RawPixels Plugin::Raw() {
-  RawPixels raw = {{}, 0, -7, -7, -7};
-  auto* string = Call(methods::kScreenshotString, raw.width, raw.height, raw.rowBytes);
-  return Take(string, std::move(raw));
-}
-
-RawPixels Plugin::RawDisplay(int32_t index) {
-  RawPixels raw = {{}, 0, -7, -7, -7};
-  auto* string =
-      Call(methods::kScreenshotStringDisplay, raw.width, raw.height, raw.rowBytes, index);
-  return Take(string, std::move(raw));
-}
-
-Image Crop(const RgbImage& screen, const Area& part) {
-  return Paint(part, [&](int x, int y) {
-    if (x < 0 || y < 0 || x >= screen.width || y >= screen.height) return 0U;
-    const uint8_t* rgb = screen.pixels.data() + (static_cast<ptrdiff_t>(y) * screen.width + x) * 3;
-    return static_cast<uint32_t>(rgb[0] << 16 | rgb[1] << 8 | rgb[2]);
-  });
+RawPixels Plugin::Raw(std::optional<int32_t> display) {
+  RawPixels raw;
+  auto* string = display ? Call(methods::kScreenshotStringDisplay, raw.width, raw.height,
+                                raw.rowBytes, *display)
+                         : Call(methods::kScreenshotString, raw.width, raw.height, raw.rowBytes);
+  if (string != nullptr) {
+    EXPECT_EQ(Host::References(string), 1);
+    raw.bytes = Host::Bytes(string);
+    host_.Release(string);
+  }
+  EXPECT_EQ(host_.Outstanding(), Ledger{});
+  return raw;
 }
 
 Image Cards(const std::string& layout, const Area& part) {
@@ -144,43 +125,93 @@ Image Cards(const std::string& layout, const Area& part) {
   });
 }
 
-Plugin::Picture Opaque(Plugin::Picture picture) {
-  if (!picture) return picture;
-  for (size_t i = 3; i < picture->rgba.size(); i += 4) picture->rgba[i] = 255;
-  return picture;
-}
-
 std::string Difference(const Plugin::Picture& actual, const Image& expected) {
   if (!actual.has_value()) return "nil";
   if (actual->width != expected.width || actual->height != expected.height) {
     return std::to_string(actual->width) + " x " + std::to_string(actual->height);
   }
-  if (actual->rgba == expected.rgba) return "";
-  const auto wrong =
-      std::mismatch(expected.rgba.begin(), expected.rgba.end(), actual->rgba.begin());
-  const auto pixel = (wrong.first - expected.rgba.begin()) / 4;
-  std::string text = "at " + std::to_string(pixel % expected.width) + ", " +
-                     std::to_string(pixel / expected.width) + ":";
-  for (const auto* rgba : {&actual->rgba, &expected.rgba}) {
-    if (rgba == &expected.rgba) text += " instead of";
-    for (ptrdiff_t i = 0; i < 4; ++i) {
-      text += " " + std::to_string((*rgba)[static_cast<size_t>(pixel * 4 + i)]);
-    }
-  }
-  return text;
+  const auto [is, wanted] =
+      std::mismatch(actual->rgba.begin(), actual->rgba.end(), expected.rgba.begin());
+  if (is == actual->rgba.end()) return "";
+  const auto at = is - actual->rgba.begin();
+  return "at " + std::to_string(at / 4 % expected.width) + ", " +
+         std::to_string(at / 4 / expected.width) + ": sample " + std::to_string(at % 4) + " is " +
+         std::to_string(*is) + " instead of " + std::to_string(*wanted);
 }
 
-std::string DifferenceOn(const char* system, const std::function<Plugin::Picture()>& capture,
-                         const Image& expected) {
-  const std::string_view name = system;
-  const unsigned strategy = name == kDisplayImage ? runtime::kDisplayImage
-                            : name == kOpenGL     ? runtime::kOpenGL
-                                                  : runtime::kQuickDraw;
+Screen::Screen(const std::string& screen, std::vector<Area> monitors,
+               std::vector<std::string> arguments)
+    : Xvfb(screen, std::move(arguments)), monitors_(std::move(monitors)) {
+  Prepare();
+  See();
+  UseDesktop("x11:" + display());
+}
+
+void Screen::Prepare() const {
+  for (size_t i = 0; i < monitors_.size(); ++i) {
+    SetMonitor((i == 0 ? "*" : "") + std::to_string(i), monitors_[i], i == 0 ? "screen" : "none");
+  }
+  FillRandom(Seed());
+}
+
+Image Screen::Part(const Area& part) const {
+  return Paint(part, [this](int x, int y) {
+    if (x < 0 || y < 0 || x >= seen_.width || y >= seen_.height) return 0U;
+    const uint8_t* rgb = seen_.pixels.data() + (static_cast<ptrdiff_t>(y) * seen_.width + x) * 3;
+    return static_cast<uint32_t>(rgb[0] << 16 | rgb[1] << 8 | rgb[2]);
+  });
+}
+
+// --- Every way to capture ---
+
+namespace {
+
+constexpr Area kLeft = {0, 0, 180, 200};
+constexpr Area kRight = {180, 0, 140, 200};
+constexpr Area kBoth = {-10, 20, 350, 150};
+
+template <int... kDisplay>
+Plugin::Picture FromRaw(Plugin& plugin) {
+  const RawPixels raw = plugin.Raw(kDisplay...);
+  return raw.bytes.empty() ? std::nullopt : plugin.FromRaw(raw);
+}
+
+std::vector<Capture> AllCaptures() {
+  std::vector<Capture> all = {
+      {"Scaled", kQuickDraw, [](Plugin& plugin) { return plugin.Scaled(kBoth, 350, 150); }, kBoth},
+      {"RawMain", kOpenGL, FromRaw<>, kLeft},
+      {"RawSecond", kOpenGL, FromRaw<1>, kRight}};
+  for (const char* system : kSystems) {
+    all.push_back({"AcrossBoth", system, [](Plugin& plugin) { return plugin.Rect(kBoth); }, kBoth});
+    all.push_back({"Main", system, [](Plugin& plugin) { return plugin.Main(); }, kLeft});
+    all.push_back({"Second", system, [](Plugin& plugin) { return plugin.Display(1); }, kRight});
+  }
+  return all;
+}
+
+}  // namespace
+
+const std::vector<Capture> kCaptures = AllCaptures();
+
+TwoMonitors::TwoMonitors(std::vector<std::string> arguments)
+    : Screen("320x200x24", {kLeft, kRight}, std::move(arguments)) {}
+
+void Capture::ExpectRight(Plugin& plugin, const Image& expected) const {
+  EXPECT_EQ(Difference(call(plugin.On(system)), expected), "") << name << " on " << system;
+}
+
+bool Capture::ExpectRightOrNil(Plugin& plugin, const Image& expected) const {
   UseSystem(system);
-  runtime::TakeStrategiesUsed();
-  std::string difference = Difference(Opaque(capture()), expected);
-  if ((runtime::TakeStrategiesUsed() & ~strategy) != 0) difference += " by another strategy";
-  return difference.empty() ? "" : std::string("on ") + system + " " + difference;
+  const auto start = std::chrono::steady_clock::now();
+  const Plugin::Picture picture = call(plugin);
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
+  const std::string problem = picture ? Difference(picture, expected) : "";
+  EXPECT_EQ(problem, "") << name << " on " << system;
+  return picture.has_value();
+}
+
+void ExpectAllRight(Plugin& plugin, const Screen& screen) {
+  for (const Capture& each : kCaptures) each.ExpectRight(plugin, screen.Part(each.part));
 }
 
 }  // namespace qrv::testing

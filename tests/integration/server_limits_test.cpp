@@ -5,8 +5,8 @@
 
 #include <cerrno>
 
-#include "tests/integration/footprint.h"
 #include "tests/integration/plugin.h"
+#include "tests/support/holdings.h"
 
 namespace qrv::testing {
 namespace {
@@ -15,42 +15,24 @@ namespace {
 
 class ChangingScreen : public ::testing::Test {
  protected:
-  ChangingScreen() {
-    server_.FillRandom(Seed());
-    UseDesktop(server_);
-  }
-
-  void Xrandr(std::vector<std::string> arguments) {
-    arguments.insert(arguments.begin(), "xrandr");
-    server_.Run(arguments);
-  }
-
   // The displays are these parts of the screen, the main one first, by every strategy. Rectangles
   // begin at the main one's corner.
   void ExpectDisplays(const std::vector<Area>& areas) {
-    const RgbImage screen = server_.ImportScreen();
+    server_.See();
     for (const char* system : kSystems) {
-      EXPECT_EQ(DifferenceOn(
-                    system, [&] { return plugin_.Main(); }, Crop(screen, areas[0])),
-                "");
+      EXPECT_EQ(Difference(plugin_.On(system).Main(), server_.Part(areas[0])), "") << system;
       for (size_t i = 0; i < areas.size(); ++i) {
-        const Area& area = areas[i];
-        const runtime::Image expected = Crop(screen, area);
-        const int x = area.left - areas[0].left, y = area.top - areas[0].top;
-        EXPECT_EQ(DifferenceOn(
-                      system, [&] { return plugin_.Display(static_cast<int>(i)); }, expected),
-                  "")
-            << i;
-        EXPECT_EQ(
-            DifferenceOn(
-                system, [&] { return plugin_.Rect(x, y, area.width, area.height); }, expected),
-            "")
-            << i;
+        const Image expected = server_.Part(areas[i]);
+        const Area area = {areas[i].left - areas[0].left, areas[i].top - areas[0].top,
+                           areas[i].width, areas[i].height};
+        const auto index = static_cast<int>(i);
+        EXPECT_EQ(Difference(plugin_.On(system).Display(index), expected), "") << system << i;
+        EXPECT_EQ(Difference(plugin_.On(system).Rect(area), expected), "") << system << i;
       }
     }
   }
 
-  const Xvfb server_{"640x480x24"};
+  Screen server_{"640x480x24"};
   Plugin plugin_;
 };
 
@@ -61,108 +43,94 @@ TEST_F(ChangingScreen, IsFollowedFromCaptureToCapture) {
   server_.SetMonitor("right", {300, 80, 340, 400});
   ExpectDisplays({{0, 0, 300, 480}, {300, 80, 340, 400}});
   server_.SetMonitor("*main", {500, 20, 100, 50});
-  Xrandr({"--delmonitor", "right"});
+  server_.Run({"xrandr", "--delmonitor", "right"});
   ExpectDisplays({{500, 20, 100, 50}, {0, 0, 300, 480}});
-  Xrandr({"--delmonitor", "main"});
-  Xrandr({"--delmonitor", "left"});
+  server_.Run({"xrandr", "--delmonitor", "main"});
+  server_.Run({"xrandr", "--delmonitor", "left"});
   ExpectDisplays({{0, 0, 640, 480}});
 }
 
 TEST_F(ChangingScreen, IsFollowedWhenTheRootWindowShrinksAndGrows) {
-  Xrandr({"--newmode", "small", "13", "320", "336", "384", "400", "240", "245", "249", "251"});
-  Xrandr({"--addmode", "screen", "small"});
+  server_.Run({"xrandr", "--newmode", "small", "13", "320", "336", "384", "400", "240", "245",
+               "249", "251"});
+  server_.Run({"xrandr", "--addmode", "screen", "small"});
   for (int i = 0; i < 3; ++i) {
-    Xrandr({"--output", "screen", "--mode", "small"});
+    server_.Run({"xrandr", "--output", "screen", "--mode", "small"});
     ExpectDisplays({{0, 0, 320, 240}});
-    Xrandr({"--output", "screen", "--mode", "640x480"});
+    server_.Run({"xrandr", "--output", "screen", "--mode", "640x480"});
     ExpectDisplays({{0, 0, 640, 480}});
   }
 }
 
 // --- Shared memory and descriptors that run out. Each capture needs more than the one before. ---
 
-class LimitedServer : public ::testing::Test {
- protected:
-  static constexpr int kWidth = 1600;
+struct LargeScreen : Screen {
   static constexpr int kHeight = 1200;  // 7.7 MB
 
-  void Start(bool (*prepare)() = nullptr) {
-    server_.emplace(std::to_string(kWidth) + "x" + std::to_string(kHeight) + "x24",
-                    std::vector<std::string>(), prepare);
-    server_->FillRandom(Seed());
-    UseDesktop(*server_);
-    screen_ = server_->ImportScreen();
-  }
+  LargeScreen() : Screen("1600x1200x24") {}
 
-  // A capture of the rows down to that one.
+  // Captures the rows down to that one.
   void ExpectRows(int rows) {
-    EXPECT_EQ(
-        Difference(Opaque(plugin_.Rect(0, 0, kWidth, rows)), Crop(screen_, {0, 0, kWidth, rows})),
-        "")
-        << rows;
+    const Area area = {0, 0, 1600, rows};
+    EXPECT_EQ(Difference(plugin.Rect(area), Part(area)), "") << rows;
   }
 
-  std::optional<Xvfb> server_;
-  RgbImage screen_;
-  Plugin plugin_;
+  Plugin plugin;
 };
 
-TEST_F(LimitedServer, WithoutDescriptorsForMoreMemoryIsStillCaptured) {
-  Start();
-  ExpectRows(10);
-  rlimit before = {};
-  ASSERT_EQ(prlimit(server_->pid(), RLIMIT_NOFILE, nullptr, &before), 0);
-  const rlimit none = {3, before.rlim_max};
-  ASSERT_EQ(prlimit(server_->pid(), RLIMIT_NOFILE, &none, nullptr), 0);
-  ExpectRows(kHeight);
-  ASSERT_EQ(prlimit(server_->pid(), RLIMIT_NOFILE, &before, nullptr), 0);
-  ExpectRows(kHeight);
-}
-
-// For a server: 4 MB of shared memory, in the folder where it is made as files, and no other.
-bool LimitSharedMemory() {
-  constexpr uint32_t kMemfdCreate = 319;  // the server is a 64-bit program, also for 32-bit tests
-  return MountSmallDisk("/dev/shm", "4m") && RefuseSystemCall(kMemfdCreate, ENOSYS);
-}
-
-TEST_F(LimitedServer, WithFullSharedMemoryIsStillCaptured) {
-  if (WaitForEnd(Fork([] { return LimitSharedMemory() ? 0 : 1; })) != 0) {
-    GTEST_SKIP() << "needs the right to mount a small memory file system for the server";
-  }
-  Start(LimitSharedMemory);
-  for (const int rows : {10, kHeight / 3, kHeight, 10, kHeight / 2, kHeight}) ExpectRows(rows);
-}
-
-// Lets this process have no more descriptors than it has.
-class NoMoreDescriptors {
+// Lets a process have no more descriptors than so many.
+class FewDescriptors {
  public:
-  NoMoreDescriptors() {
-    getrlimit(RLIMIT_NOFILE, &before_);
-    const int next = dup(STDIN_FILENO);
-    close(next);
-    const rlimit none = {static_cast<rlim_t>(next), before_.rlim_max};
-    setrlimit(RLIMIT_NOFILE, &none);
+  FewDescriptors(pid_t process, rlim_t count) : process_(process) {
+    EXPECT_EQ(prlimit(process_, RLIMIT_NOFILE, nullptr, &before_), 0);
+    const rlimit few = {count, before_.rlim_max};
+    EXPECT_EQ(prlimit(process_, RLIMIT_NOFILE, &few, nullptr), 0);
   }
-  ~NoMoreDescriptors() { setrlimit(RLIMIT_NOFILE, &before_); }
+  ~FewDescriptors() { prlimit(process_, RLIMIT_NOFILE, &before_, nullptr); }
 
  private:
+  pid_t process_;
   rlimit before_ = {};
 };
 
-TEST_F(LimitedServer, IsStillCapturedByAHostThatHasRunOutOfDescriptors) {
-  Start();
+TEST(LimitedServer, WithoutDescriptorsForMoreMemoryIsStillCaptured) {
+  LargeScreen server;
+  server.ExpectRows(10);
   {
-    const NoMoreDescriptors noMore;
-    EXPECT_FALSE(plugin_.Rect(0, 0, kWidth, 10).has_value()) << "without a connection";
+    const FewDescriptors few(server.pid(), 3);
+    server.ExpectRows(server.kHeight);
   }
-  ExpectRows(10);
-  const Footprint before = Footprint::Now();
+  server.ExpectRows(server.kHeight);
+}
+
+TEST(LimitedServer, IsStillCapturedByAHostThatHasRunOutOfDescriptors) {
+  LargeScreen server;
+  const int next = dup(STDIN_FILENO);
+  close(next);
   {
-    const NoMoreDescriptors noMore;
-    ExpectRows(kHeight);  // over the connection
+    const FewDescriptors none(0, static_cast<rlim_t>(next));
+    EXPECT_FALSE(server.plugin.Main().has_value()) << "without a connection";
   }
-  ExpectRows(kHeight);
-  EXPECT_EQ(Difference(Footprint::Now(), before), "");
+  server.ExpectRows(10);
+  const Holdings before;
+  {
+    const FewDescriptors none(0, static_cast<rlim_t>(next));
+    server.ExpectRows(server.kHeight);  // over the connection
+  }
+  server.ExpectRows(server.kHeight);
+  EXPECT_THAT(Holdings().files, ::testing::ContainerEq(before.files));
+}
+
+// 4 MB of shared memory, in the folder where it is made as files, and no other.
+TEST(LimitedServer, WithFullSharedMemoryIsStillCaptured) {
+  constexpr uint32_t kMemfdCreate = 319;  // the server is a 64-bit program, also for 32-bit tests
+  const int status = WaitForEnd(ForkTest([] {
+    if (!MountSmallDisk("/dev/shm", "4m") || !RefuseSystemCall(kMemfdCreate, ENOSYS)) _exit(2);
+    LargeScreen server;
+    for (const int rows : {10, 400, 1200, 10, 600, 1200}) server.ExpectRows(rows);
+  }));
+  if (WEXITSTATUS(status) == 2) GTEST_SKIP() << "needs the right to mount a small disk";
+  EXPECT_EQ(status, 0);
 }
 
 }  // namespace

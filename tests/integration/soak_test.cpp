@@ -5,11 +5,11 @@
 #include <malloc.h>
 #include <unistd.h>
 
-#include <fstream>
 #include <iostream>
 #include <random>
 
 #include "tests/integration/plugin.h"
+#include "tests/support/holdings.h"
 
 namespace qrv::testing {
 namespace {
@@ -28,112 +28,72 @@ constexpr int kTurnsBeforeFirstLook = 5;
 constexpr long kMoreResident = 1024;  // KiB
 constexpr long kMoreMappings = 4;
 
-int Rounds() {
-  const char* const given = std::getenv("QRV_TEST_CAPTURES");
-  const int captures = given != nullptr ? std::stoi(given) : 840;
-  return (captures + kTurnsOfRound * kTurn - 1) / (kTurnsOfRound * kTurn);
+// Memory that is free but kept by the allocator is not counted.
+Holdings HoldingsOf(pid_t process) {
+  malloc_trim(0);
+  return Holdings(std::to_string(process));
 }
-
-struct Holdings {
-  explicit Holdings(pid_t process) {
-    const std::string folder = "/proc/" + std::to_string(process);
-    std::ifstream status(folder + "/status");
-    for (std::string line; std::getline(status, line);) {
-      if (line.starts_with("VmRSS:")) resident = std::stol(line.substr(6));
-    }
-    const std::filesystem::directory_iterator fds(folder + "/fd");
-    files = std::distance(begin(fds), end(fds));
-    std::ifstream maps(folder + "/maps");
-    for (std::string line; std::getline(maps, line);) ++mappings;
-  }
-
-  long resident = 0;  // KiB
-  long files = 0;
-  long mappings = 0;
-};
 
 void ExpectNoMore(const char* whose, const Holdings& first, const Holdings& last) {
   std::cout << "  " << whose << ": " << first.resident << " -> " << last.resident
-            << " KiB resident, " << first.files << " -> " << last.files << " open files, "
-            << first.mappings << " -> " << last.mappings << " mappings\n";
+            << " KiB resident, " << first.files.size() << " -> " << last.files.size()
+            << " open files, " << first.mappings << " -> " << last.mappings << " mappings\n";
   EXPECT_LE(last.resident, first.resident + kMoreResident);
-  EXPECT_EQ(last.files, first.files);
+  EXPECT_EQ(last.files.size(), first.files.size());
   EXPECT_LE(last.mappings, first.mappings + kMoreMappings);
 }
 
-class Soaked {
- public:
-  explicit Soaked(ApplicationKind application) : plugin_(Options(application)) {}
-
-  void Run();
-
- private:
-  // Every method delivers every time, but that a system of QuickDraw alone has no raw pixels.
-  void CaptureByEveryMethod() {
-    const auto pick = [this](int least, int most) {
-      return std::uniform_int_distribution<int>(least, most)(random_);
-    };
-    for (const char* system : kSystems) {
-      UseSystem(system);
-      const bool isRaw = std::string(system) != kQuickDraw;
-      const int left = pick(-400, 700), top = pick(-100, 500);
-      const int width = pick(1, 900), height = pick(1, 700);
-      ASSERT_TRUE(plugin_.Main().has_value());
-      ASSERT_TRUE(plugin_.Display(0).has_value());
-      ASSERT_TRUE(plugin_.Rect(left, top, width, height).has_value());
-      ASSERT_TRUE(plugin_.Scaled(left, top, width, height, pick(1, 500), pick(1, 500)).has_value());
-      ASSERT_EQ(plugin_.Raw().bytes.empty(), !isRaw);
-      ASSERT_EQ(plugin_.RawDisplay(0).bytes.empty(), !isRaw);
-      const std::string bytes(static_cast<size_t>(width) * static_cast<size_t>(height) * 4, 'x');
-      ASSERT_TRUE(plugin_.FromRaw({bytes, 0, width, height, width * 4}).has_value());
+// Every method delivers every time, but that a system of QuickDraw alone has no raw pixels.
+void CaptureByEveryMethod(Plugin& plugin, std::mt19937& random) {
+  const auto pick = [&random](int least, int most) {
+    return std::uniform_int_distribution<int>(least, most)(random);
+  };
+  for (const char* system : kSystems) {
+    UseSystem(system);
+    const Area r = {pick(-400, 700), pick(-100, 500), pick(1, 900), pick(1, 700)};
+    const std::string bytes(static_cast<size_t>(r.width) * static_cast<size_t>(r.height) * 4, 'x');
+    for (const Plugin::Picture& each : {plugin.Main(), plugin.Display(0), plugin.Rect(r),
+                                        plugin.Scaled(r, pick(1, 500), pick(1, 500)),
+                                        plugin.FromRaw({bytes, r.width, r.height, r.width * 4})}) {
+      EXPECT_TRUE(each.has_value()) << system;
     }
+    const bool isRaw = system != kQuickDraw;
+    EXPECT_EQ(plugin.Raw().bytes.empty(), !isRaw);
+    EXPECT_EQ(plugin.Raw(0).bytes.empty(), !isRaw);
   }
+}
 
-  // Memory that is free but kept by the allocator is not counted.
-  static Holdings Own() {
-    malloc_trim(0);
-    return Holdings(getpid());
-  }
-
-  static runtime::HostOptions Options(ApplicationKind application) {
-    runtime::HostOptions options;
-    options.application = application;
-    return options;
-  }
-
-  const Xvfb server_{"800x600x24"};
-  Plugin plugin_;
-  std::mt19937 random_{1};
-};
-
-void Soaked::Run() {
-  const int turns = Rounds() * kTurnsOfRound;
-  std::optional<Holdings> own, server;
-  for (int turn = 0; turn < turns; ++turn) {
+void Soak(ApplicationKind application) {
+  const Xvfb server("800x600x24");
+  runtime::HostOptions options;
+  options.application = application;
+  Plugin plugin(options);
+  std::mt19937 random(1);
+  const int captures = Setting("QRV_TEST_CAPTURES", 840);
+  const int rounds = (captures + kTurnsOfRound * kTurn - 1) / (kTurnsOfRound * kTurn);
+  std::optional<Holdings> own, its;
+  for (int turn = 0; turn < rounds * kTurnsOfRound && !::testing::Test::HasFailure(); ++turn) {
     if (turn == kTurnsBeforeFirstLook) {
-      own = Own();
-      server = Holdings(server_.pid());
+      own = HoldingsOf(getpid());
+      its = HoldingsOf(server.pid());
     }
     if (turn % kTurnsOfRound == 0) UseDesktop("virtual:640x480+0+0,320x240-320+100");
-    if (turn % kTurnsOfRound == kVirtualTurns) UseDesktop(server_);
-    CaptureByEveryMethod();
-    if (::testing::Test::HasFatalFailure()) return;
+    if (turn % kTurnsOfRound == kVirtualTurns) UseDesktop("x11:" + server.display());
+    CaptureByEveryMethod(plugin, random);
   }
-  std::cout << turns * kTurn << " captures:\n";
-  ExpectNoMore("this process", *own, Own());
-  ExpectNoMore("the X server", *server, Holdings(server_.pid()));
+  std::cout << static_cast<int>(application) << ": " << rounds * kTurnsOfRound * kTurn
+            << " captures\n";
+  ExpectNoMore("this process", *own, HoldingsOf(getpid()));
+  ExpectNoMore("the X server", *its, HoldingsOf(server.pid()));
 }
 
 TEST(Soak, HoldsAsMuchAtTheEnd) {
 #if defined(__SANITIZE_ADDRESS__)
   GTEST_SKIP() << "the sanitizers keep memory for themselves";
 #endif
-  const std::pair<const char*, ApplicationKind> kinds[] = {{"desktop", ApplicationKind::kDesktop},
-                                                           {"console", ApplicationKind::kConsole},
-                                                           {"web", ApplicationKind::kWeb}};
-  for (const auto& [name, kind] : kinds) {
-    std::cout << name << ": ";
-    EXPECT_EQ(WaitForEnd(ForkTest([kind = kind] { Soaked(kind).Run(); })), 0);
+  for (const auto kind :
+       {ApplicationKind::kDesktop, ApplicationKind::kConsole, ApplicationKind::kWeb}) {
+    EXPECT_EQ(WaitForEnd(ForkTest([kind] { Soak(kind); })), 0);
   }
 }
 

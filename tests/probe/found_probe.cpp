@@ -1,5 +1,6 @@
 // What a host finds when it loads the plug-in: `found_probe PLUGIN` prints whether the process has
-// raised privileges, the desktop, the system's version and the files of the product, one a line.
+// raised privileges, the desktop, the system's version and the files of the product, sorted, one a
+// line.
 
 #include <CoreServices/CoreServices.h>
 #include <link.h>
@@ -7,7 +8,7 @@
 #include <unistd.h>
 
 #include <cstdio>
-#include <cstring>
+#include <set>
 #include <string>
 
 #include <QRV/Desktop.h>
@@ -15,9 +16,11 @@
 
 namespace {
 
-int PrintIfOurs(dl_phdr_info* library, size_t, void*) {
-  const char* const name = library->dlpi_name;
-  if (std::strstr(name, "Screenshot") || std::strstr(name, "ApplicationServices")) std::puts(name);
+int AddIfOurs(dl_phdr_info* library, size_t, void* files) {
+  const std::string name = library->dlpi_name;
+  if (name.find("Screenshot") != name.npos || name.find("ApplicationServices") != name.npos) {
+    static_cast<std::multiset<std::string>*>(files)->insert(name);
+  }
   return 0;
 }
 
@@ -37,7 +40,9 @@ int main(int, char** arguments) {
   Gestalt(gestaltSystemVersionMinor, &minor);
   std::printf("secure %lu\n%s\n10.%d\n", getauxval(AT_SECURE), qrv::desktop::DesktopName(),
               static_cast<int>(minor));
-  dl_iterate_phdr(PrintIfOurs, nullptr);
+  std::multiset<std::string> files;
+  dl_iterate_phdr(AddIfOurs, &files);
+  for (const std::string& each : files) std::puts(each.c_str());
   std::fflush(stdout);
   _exit(0);  // a leak check may not look into a process with raised privileges
 }

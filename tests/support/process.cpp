@@ -83,11 +83,6 @@ bool MountSmallDisk(const std::string& folder, const std::string& size) {
          mount("tmpfs", folder.c_str(), "tmpfs", 0, ("size=" + size).c_str()) == 0;
 }
 
-ptrdiff_t CountOpenFiles() {
-  const std::filesystem::directory_iterator files("/proc/self/fd");
-  return std::distance(begin(files), end(files));
-}
-
 ScratchFolder::ScratchFolder() {
   char name[] = "/tmp/qrv-test-XXXXXX";
   if (mkdtemp(name) == nullptr) throw std::runtime_error("no scratch folder");

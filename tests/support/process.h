@@ -39,9 +39,6 @@ Outcome RunProgram(
 bool RefuseSystemCall(uint32_t number, uint16_t error, uint32_t flags = 0);
 bool MountSmallDisk(const std::string& folder, const std::string& size);
 
-// How many descriptors this process has open.
-ptrdiff_t CountOpenFiles();
-
 // A folder for a test's files, removed at the end.
 class ScratchFolder {
  public:

@@ -8,6 +8,7 @@
 #include <sys/types.h>
 
 #include <cstdint>
+#include <cstdlib>
 #include <optional>
 #include <string>
 #include <vector>
@@ -28,10 +29,8 @@ struct Area {
 class Xvfb {
  public:
   // A server with one screen, WIDTHxHEIGHTxDEPTH, and further arguments such as
-  // {"-extension", "MIT-SHM"}. `prepare` runs in the process that becomes the server, which does
-  // not start when it returns false. Returns when the server answers.
-  explicit Xvfb(std::string screen = "800x600x24", std::vector<std::string> arguments = {},
-                bool (*prepare)() = nullptr);
+  // {"-extension", "MIT-SHM"}. Returns when the server answers.
+  explicit Xvfb(std::string screen = "800x600x24", std::vector<std::string> arguments = {});
   Xvfb(const Xvfb&) = delete;
   Xvfb& operator=(const Xvfb&) = delete;
   ~Xvfb();
@@ -54,11 +53,6 @@ class Xvfb {
   // takes the server's one output, "screen".
   void SetMonitor(const std::string& name, const Area& area, const char* output = "none") const;
 
-  // Gives a screen of at least 2720x1024 pixels the monitors "left", 1440x900+0+0, and "right",
-  // 1280x1024+1440+0. One of them is primary.
-  enum class Primary { kLeft, kRight };
-  void SetTwoMonitors(Primary primary = Primary::kLeft) const;
-
   // Covers the root window with random pixels, the same for the same seed. Gives a screen with a
   // colour map random colours first.
   void FillRandom(uint32_t seed) const;
@@ -69,28 +63,28 @@ class Xvfb {
  private:
   bool Start(const std::string& display);
   void End(int signal);
-  void RemoveLeftovers() const;
 
   std::string screen_;
   std::vector<std::string> arguments_;
-  bool (*prepare_)();
   std::string display_;
   pid_t pid_ = 0;
-  pid_t lastPid_ = 0;
 };
 
 // Sets an environment variable for the lifetime of the object; unsets it when `value` is null.
 class ScopedVariable {
  public:
-  ScopedVariable(const char* name, const char* value);
+  ScopedVariable(const char* name, const char* value) : name_(name) {
+    if (const char* const previous = getenv(name)) previous_ = previous;
+    Set(value);
+  }
   ScopedVariable(const ScopedVariable&) = delete;
   ScopedVariable& operator=(const ScopedVariable&) = delete;
-  ~ScopedVariable();
+  ~ScopedVariable() { Set(previous_ ? previous_->c_str() : nullptr); }
 
  private:
-  void Set(const char* value) const;
+  void Set(const char* value) const { value ? setenv(name_, value, 1) : unsetenv(name_); }
 
-  std::string name_;
+  const char* name_;
   std::optional<std::string> previous_;
 };
 

@@ -9,6 +9,7 @@
 #include <string>
 
 #include "platform/corefoundation/url.h"
+#include "tests/support/holdings.h"
 #include "tests/support/process.h"
 
 namespace {
@@ -78,7 +79,7 @@ TEST_F(Bundle, GivesTheFunctionsThatItsExecutableDefinesOnceItIsThereAndLoaded) 
 }
 
 TEST_F(Bundle, DoesNotLoadWhatIsNoWholeLibraryNorKeepsItOpen) {
-  const auto files = qrv::testing::CountOpenFiles();
+  const auto files = qrv::testing::Holdings().files;
   for (const char* content : {"", "#!/bin/sh\n"}) {
     scratch_.Write(kExecutable, content);
     EXPECT_FALSE(Loads()) << content;
@@ -92,7 +93,7 @@ TEST_F(Bundle, DoesNotLoadWhatIsNoWholeLibraryNorKeepsItOpen) {
   fs::remove(executable_);
   ASSERT_EQ(mkfifo(executable_.c_str(), 0600), 0);  // a pipe, for whose writer nobody waits
   EXPECT_FALSE(Loads());
-  EXPECT_EQ(qrv::testing::CountOpenFiles(), files);
+  EXPECT_EQ(qrv::testing::Holdings().files, files);
 }
 
 // The library is loaded by a relative path, which is a link into another folder.
@@ -102,7 +103,6 @@ TEST_F(Bundle, IsLookedForBesideTheLibrarysOwnFileWhereverThatWasLoadedFrom) {
   fs::create_symlink(folder_ / "platform.so", folder_ / "linked/platform.so");
   fs::current_path(folder_ / "linked");
   void* const library = dlopen("./platform.so", RTLD_NOW | RTLD_LOCAL);
-  fs::current_path("/");
   ASSERT_NE(library, nullptr);
   const auto findFolder =
       reinterpret_cast<decltype(&FSFindFolder)>(dlsym(library, "QRV_FSFindFolder"));
@@ -117,6 +117,7 @@ TEST_F(Bundle, IsLookedForBesideTheLibrarysOwnFileWhereverThatWasLoadedFrom) {
   EXPECT_EQ(url->path, folder_ / "Frameworks");
   CFRelease(url);
   dlclose(library);
+  fs::current_path("/");
 }
 
 }  // namespace

@@ -12,6 +12,7 @@
 
 #include "platform/desktop/signals.h"
 #include "platform/desktop/x11/screen.h"
+#include "tests/support/holdings.h"
 #include "tests/support/process.h"
 #include "tests/support/xvfb.h"
 
@@ -222,9 +223,9 @@ TEST(X11Desktop, LeavesTheConnectionToTheProcessThatOpenedIt) {
     return isInherited && screen.List() == 1 && screen.CaptureWhole() ? 0 : 1;
   });
   EXPECT_EQ(testing::WaitForEnd(child), 0);
-  const auto files = testing::CountOpenFiles();
+  const auto files = testing::Holdings().files;
   EXPECT_TRUE(screen.CaptureWhole()) << screen.desktop->Problem();
-  EXPECT_EQ(testing::CountOpenFiles(), files);  // no second connection
+  EXPECT_EQ(testing::Holdings().files, files);  // no second connection
 }
 
 TEST(X11Geometry, CutsMonitorsToTheRootWindow) {

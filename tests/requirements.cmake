@@ -2,7 +2,8 @@
 # than less tested.
 
 set(MISSING "")
-foreach(program Xvfb clang clang++ clang-format clang-tidy import llvm-nm nm valgrind xauth xrandr)
+foreach(program Xvfb clang clang++ clang-format clang-tidy grim import llvm-nm nm sway valgrind
+        wayland-scanner xauth xrandr)
   find_program(PROGRAM_${program} ${program})
   if(NOT PROGRAM_${program})
     list(APPEND MISSING ${program})
@@ -15,7 +16,7 @@ if(NOT GOOGLETEST_FOLDER)
 endif()
 
 if(QRV_NATIVE_PROGRAMS)
-  foreach(library benchmark gd spng)
+  foreach(library benchmark gd spng wayland-client wayland-server)
     string(TOUPPER ${library}_LIBRARY variable)
     find_library(${variable} ${library})
     if(NOT ${variable})

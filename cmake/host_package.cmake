@@ -15,6 +15,7 @@ write_basic_package_version_file(${CMAKE_BINARY_DIR}/ScreenshotQRVConfigVersion.
 # Found from its own place, wherever the installation lies.
 file(RELATIVE_PATH PKGCONFIG_TO_PREFIX ${CMAKE_INSTALL_PREFIX}/${INSTALLED_PKGCONFIG_FOLDER}
      ${CMAKE_INSTALL_PREFIX})
+string(REGEX REPLACE "/$" "" PKGCONFIG_TO_PREFIX ${PKGCONFIG_TO_PREFIX})
 configure_file(cmake/screenshotqrv.pc.in ${CMAKE_BINARY_DIR}/screenshotqrv.pc @ONLY)
 
 install(DIRECTORY ${CMAKE_SOURCE_DIR}/include/ TYPE INCLUDE)

@@ -337,29 +337,24 @@ typedef REALpictureStruct* (*ScreenshotFromStringQRVFunction)(int32_t width, int
 #define QRV_OFFSET(record, field, bytes32, bytes64) \
   QRV_ASSERT(offsetof(record, field) == (sizeof(void*) == 4 ? (bytes32) : (bytes64)))
 
-QRV_OFFSET(REALmethodDefinition, function, 0, 0);
 QRV_OFFSET(REALmethodDefinition, setterFunction, 4, 8);
 QRV_OFFSET(REALmethodDefinition, declaration, 8, 16);
 QRV_OFFSET(REALmethodDefinition, flags, 12, 24);
 QRV_OFFSET(REALmethodDefinition, attributeCount, 16, 28);
 QRV_OFFSET(REALmethodDefinition, attributes, 20, 32);
 QRV_SIZE(REALmethodDefinition, 24, 40);
-QRV_OFFSET(REALpictureDescription, pixelType, 0, 0);
 QRV_OFFSET(REALpictureDescription, container, 4, 8);
 QRV_OFFSET(REALpictureDescription, width, 8, 16);
 QRV_OFFSET(REALpictureDescription, height, 12, 20);
 QRV_OFFSET(REALpictureDescription, hostValue, 16, 24);
 QRV_OFFSET(REALpictureDescription, hostFlag, 20, 28);
 QRV_SIZE(REALpictureDescription, 24, 32);
-QRV_OFFSET(ConsoleImage, pixels, 0, 0);
 QRV_OFFSET(ConsoleImage, sx, 4, 8);
 QRV_OFFSET(ConsoleImage, sy, 8, 12);
 QRV_OFFSET(ConsoleImage, trueColor, 7224, 7248);
 QRV_OFFSET(ConsoleImage, tpixels, 7228, 7256);
-QRV_OFFSET(LegacyHostString, referenceCount, 0, 0);
 QRV_OFFSET(LegacyHostString, storage, 4, 8);
 QRV_OFFSET(LegacyHostString, length, 12, 20);
-QRV_OFFSET(REALstringData, data, 0, 0);
 QRV_OFFSET(REALstringData, length, 4, 8);
 QRV_OFFSET(REALstringData, encoding, 8, 12);
 QRV_SIZE(REALstringData, 12, 16);

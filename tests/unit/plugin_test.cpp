@@ -8,8 +8,6 @@
 #include "plugin/picture/picture_editor.h"
 #include "runtime/pictures.h"
 
-extern "C" void REALPluginMain(REALresolver resolver);
-
 namespace qrv::passthrough {
 namespace {
 

@@ -7,7 +7,7 @@
 #include <optional>
 #include <string>
 
-#include "plugin/host/host_types.h"
+#include <screenshotqrv/host.h>
 
 namespace qrv::cli {
 

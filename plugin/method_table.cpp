@@ -8,37 +8,27 @@ namespace {
 constexpr uint32_t kTableBits = 0x1C0000;
 constexpr uint32_t kTableBit18 = 0x40000;
 constexpr uint32_t kTableBit19 = 0x80000;
-constexpr uint32_t kHostBit2 = 0x4;
 constexpr uint32_t kHostBit3 = 0x8;
 
 }  // namespace
 
-#define QRV_METHOD(function, declaration) \
-  { reinterpret_cast<void*>(function), nullptr, declaration, kTableBit18, 0, nullptr }
+// A method, which must be of the type that hosts are told.
+#define QRV_METHOD(name)                                                                    \
+  {                                                                                         \
+    reinterpret_cast<void*>(static_cast<name##Function>(name)), nullptr, name##Declaration, \
+        kTableBit18, 0, nullptr                                                             \
+  }
 
 REALmethodDefinition globalMethods[7] = {
-    QRV_METHOD(ScreenshotDisplayQRV, "ScreenshotDisplayQRV(index as integer) as picture"),
-    QRV_METHOD(ScreenshotQRV, "ScreenshotQRV as picture"),
-    QRV_METHOD(ScreenshotRectQRV,
-               "ScreenshotRectQRV(left as integer, top as integer, width as integer, height as "
-               "integer) as picture"),
-    QRV_METHOD(ScreenshotRectDestQRV,
-               "ScreenshotRectQRV(left as integer, top as integer, width as integer, height as "
-               "integer, destwidth as integer, destheight as integer) as picture"),
-    QRV_METHOD(ScreenshotStringDisplayQRV,
-               "ScreenshotStringDisplayQRV(byref Width as integer, byref Height as integer, byref "
-               "RowBytes as integer, index as integer) as string"),
-    QRV_METHOD(ScreenshotStringQRV,
-               "ScreenshotStringQRV(byref Width as integer, byref Height as integer, byref "
-               "RowBytes as integer) as string"),
-    QRV_METHOD(ScreenshotFromStringQRV,
-               "ScreenshotFromStringQRV(Width as integer, Height as integer, RowBytes as integer, "
-               "data as string) as picture"),
+    QRV_METHOD(ScreenshotDisplayQRV),       QRV_METHOD(ScreenshotQRV),
+    QRV_METHOD(ScreenshotRectQRV),          QRV_METHOD(ScreenshotRectDestQRV),
+    QRV_METHOD(ScreenshotStringDisplayQRV), QRV_METHOD(ScreenshotStringQRV),
+    QRV_METHOD(ScreenshotFromStringQRV),
 };
 
 uint32_t AdaptMethodFlags(uint32_t flags, double hostVersion) {
   if (hostVersion >= 2010.029) {
-    if ((flags & kTableBit18) != 0) flags |= kHostBit2;
+    if ((flags & kTableBit18) != 0) flags |= kMethodFlagHostBit2;
     if ((flags & kTableBit19) != 0) flags |= kHostBit3;
   }
   return flags & ~kTableBits;

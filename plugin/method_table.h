@@ -2,7 +2,7 @@
 #ifndef PLUGIN_METHOD_TABLE_H_
 #define PLUGIN_METHOD_TABLE_H_
 
-#include "plugin/host/host_types.h"
+#include <screenshotqrv/host.h>
 
 // The records in the order in which the host gets them. The host keeps their addresses; the flag
 // words are adapted to it in place before it does.

@@ -11,11 +11,15 @@ int32_t InterfaceVersion(double hostVersion) {
     double hostVersion;
     int32_t code;
   };
-  static const Threshold kThresholds[] = {{2013.03, 12}, {2013.0, 11}, {2012.0, 10}};
+  static const Threshold kThresholds[] = {
+      {2013.03, kInterfaceVersion2013_03},
+      {2013.0, kInterfaceVersion2013},
+      {2012.0, kInterfaceVersion2012},
+  };
   for (const Threshold& threshold : kThresholds) {
     if (hostVersion >= threshold.hostVersion) return threshold.code;
   }
-  return 9;
+  return kInterfaceVersionOldest;
 }
 
 }  // namespace
@@ -24,8 +28,9 @@ extern "C" __attribute__((visibility("default"))) void REALPluginMain(REALresolv
   if (resolver == nullptr) return;
   gResolver = resolver;
   const auto registerVersion =
-      reinterpret_cast<void (*)(int32_t)>(resolver("RegisterPluginVersion"));
-  const auto hostVersion = reinterpret_cast<double (*)()>(gResolver("REALGetRBVersion"));
+      reinterpret_cast<REALRegisterPluginVersionFunction>(resolver(REALRegisterPluginVersionName));
+  const auto hostVersion =
+      reinterpret_cast<REALGetRBVersionFunction>(gResolver(REALGetRBVersionName));
   if (hostVersion != nullptr) rbversion = hostVersion();
   const int32_t interfaceVersion = InterfaceVersion(rbversion);
   if (registerVersion != nullptr) registerVersion(interfaceVersion);

@@ -16,18 +16,12 @@ struct ApplicationClass {
 };
 
 constexpr ApplicationClass kApplicationClasses[] = {
-    {"Application", ApplicationKind::kDesktop},
-    {"WebApplication", ApplicationKind::kWeb},
-    {"ConsoleApplication", ApplicationKind::kConsole},
+    {REALDesktopApplicationClass, ApplicationKind::kDesktop},
+    {REALWebApplicationClass, ApplicationKind::kWeb},
+    {REALConsoleApplicationClass, ApplicationKind::kConsole},
 };
 
-constexpr char kPictureClass[] = "Picture";
-
-constexpr char kPictureConstructor[] = "Constructor(width as integer, height as integer)";
-constexpr char kDrawPicture[] =
-    "DrawPicture(Image as Picture, x as Integer, y as Integer, w as Integer, h as Integer, "
-    "sx as Integer = 0, sy as Integer = 0, sw as Integer = -10000, sh as Integer = -10000)";
-constexpr char kLenB[] = "LenB( s as string ) as integer";
+constexpr char kPictureClass[] = REALPictureClass;
 
 // A class reference is the address of the class's name: opaque, and never null.
 void* ReferenceTo(const char* name) { return const_cast<char*>(name); }
@@ -66,17 +60,17 @@ REALobjectStruct* NewInstance(const char* className) noexcept {
 void* LoadObjectMethod(REALobjectStruct* object, const char* declaration) noexcept {
   if (HostOf(object) == nullptr) return nullptr;
   const bool isPicture = dynamic_cast<REALpictureStruct*>(object) != nullptr;
-  if (isPicture && strcmp(declaration, kPictureConstructor) == 0) {
+  if (isPicture && strcmp(declaration, REALPictureConstructorDeclaration) == 0) {
     return reinterpret_cast<void*>(ConstructPicture);
   }
-  if (!isPicture && strcmp(declaration, kDrawPicture) == 0) {
+  if (!isPicture && strcmp(declaration, REALDrawPictureDeclaration) == 0) {
     return reinterpret_cast<void*>(DrawPicture);
   }
   return nullptr;
 }
 
 void* LoadGlobalMethod(void* /*reserved*/, const char* declaration) noexcept {
-  const bool known = declaration != nullptr && strcmp(declaration, kLenB) == 0;
+  const bool known = declaration != nullptr && strcmp(declaration, REALLenBDeclaration) == 0;
   return known ? reinterpret_cast<void*>(LenB) : nullptr;
 }
 

@@ -1,6 +1,7 @@
 #include "runtime/entry_points.h"
 
 #include <string_view>
+#include <type_traits>
 
 #include "runtime/host_state.h"
 
@@ -14,38 +15,41 @@ struct EntryPoint {
   double since = 0.0;  // the first host version that has it
 };
 
+// The address of a function that is of the type by which plug-ins call it.
 template <typename Function>
-void* Address(Function* function) {
+void* Address(std::type_identity_t<Function> function) {
   return reinterpret_cast<void*>(function);
 }
 
+#define QRV_ENTRY_POINT(name, function) name##Name, Address<name##Function>(function)
+
 const EntryPoint* Find(std::string_view name) {
   static const EntryPoint kEntryPoints[] = {
-      {"RegisterPluginVersion", Address(RegisterPluginVersion)},
-      {"REALGetRBVersion", Address(GetRBVersion)},
-      {"PluginRegisterMethod", Address(RegisterMethod)},
-      {"REALBuildString", Address(BuildString)},
-      {"REALSetStringEncoding", Address(SetStringEncoding)},
-      {"REALGetStringEncoding", Address(GetStringEncoding)},
-      {"REALConvertString", Address(ConvertString)},
-      {"REALLockString", Address(LockString)},
-      {"REALUnlockString", Address(UnlockString)},
-      {"StringGetCString", Address(StringGetCString)},
-      {"PluginGetStringData", Address(GetStringData), 2013.0},
-      {"PluginDisposeStringData", Address(DisposeStringData), 2013.0},
-      {"REALLoadGlobalMethod", Address(LoadGlobalMethod)},
-      {"REALLockObject", Address(LockObject)},
-      {"REALUnlockObject", Address(UnlockObject)},
-      {"newPicture", Address(NewPicture)},
-      {"REALLockPictureDescription", Address(LockPictureDescription)},
-      {"unlockPictureDescription", Address(UnlockPictureDescription)},
-      {"REALPictureClearCache", Address(PictureClearCache)},
-      {"REALGetPictureMask", Address(GetPictureMask)},
-      {"pluginPictureGraphicsGetter", Address(GetPictureGraphics)},
-      {"REALGetPropValueBool", Address(GetPropValueBool)},
-      {"pluginObjectType", Address(GetClassRef)},
-      {"PluginNewInstance", Address(NewInstance)},
-      {"REALLoadObjectMethod", Address(LoadObjectMethod)},
+      {QRV_ENTRY_POINT(REALRegisterPluginVersion, RegisterPluginVersion)},
+      {QRV_ENTRY_POINT(REALGetRBVersion, GetRBVersion)},
+      {QRV_ENTRY_POINT(REALRegisterMethod, RegisterMethod)},
+      {QRV_ENTRY_POINT(REALBuildString, BuildString)},
+      {QRV_ENTRY_POINT(REALSetStringEncoding, SetStringEncoding)},
+      {QRV_ENTRY_POINT(REALGetStringEncoding, GetStringEncoding)},
+      {QRV_ENTRY_POINT(REALConvertString, ConvertString)},
+      {QRV_ENTRY_POINT(REALLockString, LockString)},
+      {QRV_ENTRY_POINT(REALUnlockString, UnlockString)},
+      {QRV_ENTRY_POINT(REALStringGetCString, StringGetCString)},
+      {QRV_ENTRY_POINT(REALGetStringData, GetStringData), 2013.0},
+      {QRV_ENTRY_POINT(REALDisposeStringData, DisposeStringData), 2013.0},
+      {QRV_ENTRY_POINT(REALLoadGlobalMethod, LoadGlobalMethod)},
+      {QRV_ENTRY_POINT(REALLockObject, LockObject)},
+      {QRV_ENTRY_POINT(REALUnlockObject, UnlockObject)},
+      {QRV_ENTRY_POINT(REALNewPicture, NewPicture)},
+      {QRV_ENTRY_POINT(REALLockPictureDescription, LockPictureDescription)},
+      {QRV_ENTRY_POINT(REALUnlockPictureDescription, UnlockPictureDescription)},
+      {QRV_ENTRY_POINT(REALPictureClearCache, PictureClearCache)},
+      {QRV_ENTRY_POINT(REALGetPictureMask, GetPictureMask)},
+      {QRV_ENTRY_POINT(REALGetPictureGraphics, GetPictureGraphics)},
+      {QRV_ENTRY_POINT(REALGetPropValueBool, GetPropValueBool)},
+      {QRV_ENTRY_POINT(REALGetClassRef, GetClassRef)},
+      {QRV_ENTRY_POINT(REALNewInstance, NewInstance)},
+      {QRV_ENTRY_POINT(REALLoadObjectMethod, LoadObjectMethod)},
   };
   for (const EntryPoint& entry : kEntryPoints) {
     if (entry.name == name) return &entry;
@@ -64,7 +68,7 @@ void* ResolveEntryPoint(const char* name) noexcept {
   const EntryPoint* entry = Find(name);
   if (entry == nullptr || (entry->since > 0.0 && IsOlderThan(*host, entry->since))) return nullptr;
   const bool statesVersion = host->options.version.has_value();
-  return entry->name == "REALGetRBVersion" && !statesVersion ? nullptr : entry->address;
+  return entry->name == REALGetRBVersionName && !statesVersion ? nullptr : entry->address;
 }
 
 double GetRBVersion() noexcept {

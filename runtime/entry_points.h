@@ -3,7 +3,7 @@
 #ifndef RUNTIME_ENTRY_POINTS_H_
 #define RUNTIME_ENTRY_POINTS_H_
 
-#include "plugin/host/host_types.h"
+#include <screenshotqrv/host.h>
 
 namespace qrv::runtime {
 

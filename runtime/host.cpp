@@ -21,7 +21,7 @@ HostState* CurrentHost() { return currentHost; }
 
 Host::Host(HostOptions options) : state_(std::make_unique<HostState>()) {
   state_->options = std::move(options);
-  if (state_->options.missing.contains("REALGetRBVersion")) state_->options.version.reset();
+  if (state_->options.missing.contains(REALGetRBVersionName)) state_->options.version.reset();
   currentHost = state_.get();
 }
 
@@ -32,7 +32,7 @@ Host::~Host() {
   for (char* data : state_->stringData) free(data);
 }
 
-void Host::StartPlugin(PluginMain pluginMain) { pluginMain(ResolveEntryPoint); }
+void Host::StartPlugin(REALPluginMainFunction pluginMain) { pluginMain(ResolveEntryPoint); }
 
 int Host::InterfaceVersion() const { return state_->interfaceVersion; }
 

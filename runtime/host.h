@@ -15,12 +15,13 @@
 #include <utility>
 #include <vector>
 
-#include "plugin/host/host_types.h"
+#include <screenshotqrv/host.h>
+
 #include "runtime/methods.h"
 
 namespace qrv::runtime {
 
-constexpr int32_t kMaximumPictureSide = 32767;  // pixels
+constexpr int32_t kMaximumPictureSide = kMaxPictureSide;  // pixels
 
 // Which program the host pretends to run. Desktop programs keep pictures as bitmap contexts,
 // console and web programs as console images.
@@ -74,8 +75,6 @@ struct HostState;
 
 class Host {
  public:
-  using PluginMain = void (*)(REALresolver);
-
   explicit Host(HostOptions options);
   ~Host();
   Host(const Host&) = delete;
@@ -86,7 +85,7 @@ class Host {
   // the loader reports.
   bool LoadPlugin(const std::string& path, std::string& error);
   // Starts a plug-in that is linked into this program.
-  void StartPlugin(PluginMain pluginMain);
+  void StartPlugin(REALPluginMainFunction pluginMain);
 
   // The interface version code that the plug-in reported; 0 when it reported none.
   int InterfaceVersion() const;

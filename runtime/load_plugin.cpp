@@ -41,13 +41,13 @@ bool Host::LoadPlugin(const std::string& path, std::string& error) {
     error = path + ": can't be loaded: " + (report == nullptr ? "unknown reason" : report);
     return false;
   }
-  void* entry = dlsym(library, "REALPluginMain");
+  void* entry = dlsym(library, REALPluginMainName);
   if (entry == nullptr) {
     error = path + ": not a plug-in: it has no REALPluginMain";
     dlclose(library);
     return false;
   }
-  StartPlugin(reinterpret_cast<PluginMain>(entry));
+  StartPlugin(reinterpret_cast<REALPluginMainFunction>(entry));
   return true;
 }
 

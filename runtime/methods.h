@@ -2,9 +2,9 @@
 #ifndef RUNTIME_METHODS_H_
 #define RUNTIME_METHODS_H_
 
-#include <cstdint>
+#include <screenshotqrv/host.h>
 
-#include "plugin/host/host_types.h"
+#include <type_traits>
 
 namespace qrv::runtime {
 
@@ -17,39 +17,22 @@ struct Method {
 
 namespace methods {
 
-using Picture = REALpictureStruct*;
-using String = REALstringStruct*;
+template <typename Pointer>
+using MethodOf = Method<std::remove_pointer_t<Pointer>>;
 
-inline constexpr Method<Picture()> kScreenshot = {"ScreenshotQRV as picture"};
-
-inline constexpr Method<Picture(int32_t index)> kScreenshotDisplay = {
-    "ScreenshotDisplayQRV(index as integer) as picture"};
-
-inline constexpr Method<Picture(int32_t left, int32_t top, int32_t width, int32_t height)>
-    kScreenshotRect = {
-        "ScreenshotRectQRV(left as integer, top as integer, width as integer, height as integer) "
-        "as picture"};
-
-inline constexpr Method<Picture(int32_t left, int32_t top, int32_t width, int32_t height,
-                                int32_t destinationWidth, int32_t destinationHeight)>
-    kScreenshotRectScaled = {
-        "ScreenshotRectQRV(left as integer, top as integer, width as integer, height as integer, "
-        "destwidth as integer, destheight as integer) as picture"};
-
-inline constexpr Method<String(int32_t& width, int32_t& height, int32_t& rowBytes)>
-    kScreenshotString = {
-        "ScreenshotStringQRV(byref Width as integer, byref Height as integer, byref RowBytes as "
-        "integer) as string"};
-
-inline constexpr Method<String(int32_t& width, int32_t& height, int32_t& rowBytes, int32_t index)>
-    kScreenshotStringDisplay = {
-        "ScreenshotStringDisplayQRV(byref Width as integer, byref Height as integer, byref "
-        "RowBytes as integer, index as integer) as string"};
-
-inline constexpr Method<Picture(int32_t width, int32_t height, int32_t rowBytes, String data)>
-    kScreenshotFromString = {
-        "ScreenshotFromStringQRV(Width as integer, Height as integer, RowBytes as integer, data as "
-        "string) as picture"};
+inline constexpr MethodOf<ScreenshotQRVFunction> kScreenshot = {ScreenshotQRVDeclaration};
+inline constexpr MethodOf<ScreenshotDisplayQRVFunction> kScreenshotDisplay = {
+    ScreenshotDisplayQRVDeclaration};
+inline constexpr MethodOf<ScreenshotRectQRVFunction> kScreenshotRect = {
+    ScreenshotRectQRVDeclaration};
+inline constexpr MethodOf<ScreenshotRectDestQRVFunction> kScreenshotRectScaled = {
+    ScreenshotRectDestQRVDeclaration};
+inline constexpr MethodOf<ScreenshotStringQRVFunction> kScreenshotString = {
+    ScreenshotStringQRVDeclaration};
+inline constexpr MethodOf<ScreenshotStringDisplayQRVFunction> kScreenshotStringDisplay = {
+    ScreenshotStringDisplayQRVDeclaration};
+inline constexpr MethodOf<ScreenshotFromStringQRVFunction> kScreenshotFromString = {
+    ScreenshotFromStringQRVDeclaration};
 
 }  // namespace methods
 

@@ -54,7 +54,7 @@ void LetGo(HostState& host, REALobjectStruct* object) {
 
 void LockObject(REALobjectStruct* object) noexcept {
   HostState* host = CurrentHost();
-  if (host != nullptr && TakesBackBy("REALUnlockObject")) AddReference(*host, object);
+  if (host != nullptr && TakesBackBy(REALUnlockObjectName)) AddReference(*host, object);
 }
 
 void UnlockObject(REALobjectStruct* object) noexcept {

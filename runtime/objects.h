@@ -4,7 +4,8 @@
 
 #include <memory>
 
-#include "plugin/host/host_types.h"
+#include <screenshotqrv/host.h>
+
 #include "runtime/host_state.h"
 
 // An object lives while somebody outside the host holds a reference or another object of the host

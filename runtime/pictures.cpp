@@ -142,7 +142,7 @@ void ReadPictureRow(const REALpictureStruct& picture, int32_t y, uint8_t* rgba) 
 
 REALpictureStruct* NewPicture(long width, long height, long depth) noexcept {
   HostState* host = CurrentHost();
-  if (host == nullptr || depth != 32) return nullptr;
+  if (host == nullptr || depth != kPictureDepth) return nullptr;
   return Guarded([=] { return MakePicture(*host, width, height); });
 }
 
@@ -153,7 +153,7 @@ bool LockPictureDescription(REALpictureStruct* picture, REALpictureDescription* 
   const long ownType = picture->image ? kPixelTypeConsoleImage : kPixelTypeBitmapContext;
   picture->lockRefused = !picture->HasPixels() || picture->locked || pixelType != ownType;
   if (picture->lockRefused) return false;
-  if (TakesBackBy("unlockPictureDescription")) {
+  if (TakesBackBy(REALUnlockPictureDescriptionName)) {
     picture->locked = true;
     ++host->ledger.pictureLocks;
   }
@@ -168,7 +168,7 @@ void UnlockPictureDescription(REALpictureStruct* picture) noexcept {
   HostState* host = HostOf(picture);
   if (host == nullptr) return;
   const bool refused =
-      picture->lockRefused || ResolveEntryPoint("REALLockPictureDescription") == nullptr;
+      picture->lockRefused || ResolveEntryPoint(REALLockPictureDescriptionName) == nullptr;
   picture->lockRefused = false;
   if (refused && IsOlderThan(*host, 2012.0)) return;
   if (!picture->locked) {
@@ -203,7 +203,7 @@ REALpictureStruct* GetPictureMask(REALpictureStruct* picture, unsigned char crea
 bool GetPropValueBool(REALobjectStruct* object, const char* name, unsigned char* out) noexcept {
   if (HostOf(object) == nullptr) return false;
   const auto* picture = dynamic_cast<const REALpictureStruct*>(object);
-  if (picture == nullptr || strcmp(name, "HasAlphaChannel") != 0) return false;
+  if (picture == nullptr || strcmp(name, REALHasAlphaChannelProperty) != 0) return false;
   *out = picture->hasAlpha ? 1 : 0;
   return true;
 }

@@ -112,7 +112,7 @@ REALstringStruct* ConvertString(REALstringStruct* string, unsigned long encoding
 
 void LockString(REALstringStruct* string) noexcept {
   HostState* host = HostOf(string);
-  if (host != nullptr && TakesBackBy("REALUnlockString")) {
+  if (host != nullptr && TakesBackBy(REALUnlockStringName)) {
     AddReference(*host, string);
     ++string->locks;
     ++host->ledger.stringLocks;
@@ -146,7 +146,7 @@ bool GetStringData(REALstringStruct* string, unsigned long encoding, REALstringD
   const auto length = static_cast<size_t>(string->length);
   char* copy = static_cast<char*>(malloc(length == 0 ? 1 : length));
   if (copy == nullptr) return false;
-  if (TakesBackBy("PluginDisposeStringData") && !Record(*host, copy)) {
+  if (TakesBackBy(REALDisposeStringDataName) && !Record(*host, copy)) {
     free(copy);
     return false;
   }

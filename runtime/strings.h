@@ -4,7 +4,8 @@
 
 #include <string_view>
 
-#include "plugin/host/host_types.h"
+#include <screenshotqrv/host.h>
+
 #include "runtime/host_state.h"
 
 struct REALstringStruct {

@@ -1,15 +1,15 @@
-# The target `lint`: clang-format over every C++ file, and clang-tidy over every source of a target,
-# compiled as the target compiles it. What passed has a stamp in lint/, and is looked at again when
-# the file, a header that it includes, its flags or the configuration has changed.
+# The target `lint`: clang-format over every C and C++ file, and clang-tidy over every C++ source of a
+# target, compiled as the target compiles it. What passed has a stamp in lint/, and is looked at
+# again when the file, a header that it includes, its flags or the configuration has changed.
 
-# The C++ files and the linters' configurations of the tree, other than in build folders.
+# The C and C++ files and the linters' configurations of the tree, other than in build folders.
 file(GLOB FOLDERS LIST_DIRECTORIES true ${CMAKE_SOURCE_DIR}/*)
 list(FILTER FOLDERS EXCLUDE REGEX "/build[^/]*$")
 set(FORMATTED "")
 set(LINT_CONFIGURATIONS ${CMAKE_SOURCE_DIR}/.clang-tidy)
 foreach(folder IN LISTS FOLDERS)
   if(IS_DIRECTORY ${folder})
-    file(GLOB_RECURSE files CONFIGURE_DEPENDS ${folder}/*.h ${folder}/*.cpp)
+    file(GLOB_RECURSE files CONFIGURE_DEPENDS ${folder}/*.h ${folder}/*.cpp ${folder}/*.c)
     list(APPEND FORMATTED ${files})
     file(GLOB_RECURSE files CONFIGURE_DEPENDS ${folder}/.clang-tidy)
     list(APPEND LINT_CONFIGURATIONS ${files})

@@ -4,10 +4,10 @@
 
 #include <ApplicationServices/ApplicationServices.h>
 #include <OpenGL/OpenGL.h>
+#include <screenshotqrv/host.h>
 #include <stdint.h>
 #include <stdlib.h>
 
-#include "plugin/host/host_types.h"
 #include "plugin/picture/owned.h"
 #include "plugin/picture/pixel_pass.h"
 

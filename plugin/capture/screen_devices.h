@@ -2,7 +2,8 @@
 #ifndef PLUGIN_CAPTURE_SCREEN_DEVICES_H_
 #define PLUGIN_CAPTURE_SCREEN_DEVICES_H_
 
-#include "plugin/host/host_types.h"
+#include <screenshotqrv/host.h>
+
 #include "plugin/quickdraw/quickdraw.h"
 
 namespace capture {

@@ -7,8 +7,8 @@ double rbversion;
 
 namespace {
 
-void (*pUnlockString)(REALstringStruct*);
-void (*pUnlockObject)(REALobjectStruct*);
+REALUnlockStringFunction pUnlockString;
+REALUnlockObjectFunction pUnlockObject;
 
 // Takes one more reference. False when the host can't be told to, but would take the reference back
 // that was not taken; where it can do neither, both calls are left out.
@@ -22,51 +22,53 @@ bool TakeReference(void (*&lock)(Record*), const char* lockName, void (*&unlock)
 }  // namespace
 
 void REALRegisterMethod(REALmethodDefinition* method) {
-  static void (*pRuntimeRegisterMethod)(REALmethodDefinition*);
-  host::Call(pRuntimeRegisterMethod, "PluginRegisterMethod", method);
+  static REALRegisterMethodFunction pRuntimeRegisterMethod;
+  host::Call(pRuntimeRegisterMethod, REALRegisterMethodName, method);
 }
 
 REALstringStruct* originalREALBuildString(const char* bytes, int length) {
-  static REALstringStruct* (*pBuildString)(const char*, int);
-  return host::Call(pBuildString, "REALBuildString", bytes, length);
+  static REALBuildStringFunction pBuildString;
+  return host::Call(pBuildString, REALBuildStringName, bytes, length);
 }
 
 void REALSetStringEncoding(REALstringStruct* string, unsigned long encoding) {
-  static void (*pSetStringEncoding)(REALstringStruct*, unsigned long);
-  host::Call(pSetStringEncoding, "REALSetStringEncoding", string, encoding);
+  static REALSetStringEncodingFunction pSetStringEncoding;
+  host::Call(pSetStringEncoding, REALSetStringEncodingName, string, encoding);
 }
 
 unsigned long REALGetStringEncoding(REALstringStruct* string) {
-  static unsigned long (*pGetStringEncoding)(REALstringStruct*);
-  return host::Call(pGetStringEncoding, "REALGetStringEncoding", string);
+  static REALGetStringEncodingFunction pGetStringEncoding;
+  return host::Call(pGetStringEncoding, REALGetStringEncodingName, string);
 }
 
 REALstringStruct* REALConvertString(REALstringStruct* string, unsigned long encoding) {
-  static REALstringStruct* (*pConvertString)(REALstringStruct*, unsigned long);
-  return host::Call(pConvertString, "REALConvertString", string, encoding);
+  static REALConvertStringFunction pConvertString;
+  return host::Call(pConvertString, REALConvertStringName, string, encoding);
 }
 
 bool REALLockString(REALstringStruct* string) {
-  static void (*pLockString)(REALstringStruct*);
-  return TakeReference(pLockString, "REALLockString", pUnlockString, "REALUnlockString", string);
+  static REALLockStringFunction pLockString;
+  return TakeReference(pLockString, REALLockStringName, pUnlockString, REALUnlockStringName,
+                       string);
 }
 
 void REALUnlockString(REALstringStruct* string) {
-  host::Call(pUnlockString, "REALUnlockString", string);
+  host::Call(pUnlockString, REALUnlockStringName, string);
 }
 
 void* REALLoadFrameworkMethod(const char* declaration) {
-  static void* (*pLoadGlobalMethod)(void*, const char*);
-  return host::Call(pLoadGlobalMethod, "REALLoadGlobalMethod", nullptr, declaration);
+  static REALLoadGlobalMethodFunction pLoadGlobalMethod;
+  return host::Call(pLoadGlobalMethod, REALLoadGlobalMethodName, nullptr, declaration);
 }
 
 bool REALLockObject(REALobjectStruct* object) {
-  static void (*pLockObject)(REALobjectStruct*);
-  return TakeReference(pLockObject, "REALLockObject", pUnlockObject, "REALUnlockObject", object);
+  static REALLockObjectFunction pLockObject;
+  return TakeReference(pLockObject, REALLockObjectName, pUnlockObject, REALUnlockObjectName,
+                       object);
 }
 
 void REALUnlockObject(REALobjectStruct* object) {
-  host::Call(pUnlockObject, "REALUnlockObject", object);
+  host::Call(pUnlockObject, REALUnlockObjectName, object);
 }
 
 bool REALLockObject(REALpictureStruct* picture) { return REALLockObject(AsObject(picture)); }
@@ -74,52 +76,53 @@ bool REALLockObject(REALpictureStruct* picture) { return REALLockObject(AsObject
 void REALUnlockObject(REALpictureStruct* picture) { REALUnlockObject(AsObject(picture)); }
 
 void* REALGetClassRef(const char* className) {
-  static void* (*pGetClassRef)(const char*);
-  return host::Call(pGetClassRef, "pluginObjectType", className);
+  static REALGetClassRefFunction pGetClassRef;
+  return host::Call(pGetClassRef, REALGetClassRefName, className);
 }
 
 REALobjectStruct* REALnewInstance(const char* className) {
-  static REALobjectStruct* (*pNewInstance)(const char*);
-  return host::Call(pNewInstance, "PluginNewInstance", className);
+  static REALNewInstanceFunction pNewInstance;
+  return host::Call(pNewInstance, REALNewInstanceName, className);
 }
 
 void* REALLoadObjectMethod(REALobjectStruct* object, const char* declaration) {
-  static void* (*pLoadObjectMethod)(REALobjectStruct*, const char*);
-  return host::Call(pLoadObjectMethod, "REALLoadObjectMethod", object, declaration);
+  static REALLoadObjectMethodFunction pLoadObjectMethod;
+  return host::Call(pLoadObjectMethod, REALLoadObjectMethodName, object, declaration);
 }
 
 bool REALGetPropValueUInt8(REALobjectStruct* object, const char* propertyName, unsigned char* out) {
-  static bool (*pGetPropValue)(REALobjectStruct*, const char*, unsigned char*);
-  return host::Call(pGetPropValue, "REALGetPropValueBool", object, propertyName, out);
+  static REALGetPropValueBoolFunction pGetPropValue;
+  return host::Call(pGetPropValue, REALGetPropValueBoolName, object, propertyName, out);
 }
 
 REALpictureStruct* REALNewPicture(long width, long height, long depth) {
-  static REALpictureStruct* (*pNewPicture)(long, long, long);
-  return host::Call(pNewPicture, "newPicture", width, height, depth);
+  static REALNewPictureFunction pNewPicture;
+  return host::Call(pNewPicture, REALNewPictureName, width, height, depth);
 }
 
 bool REALLockPictureDescription(REALpictureStruct* picture, REALpictureDescription* out,
                                 long pixelType) {
-  static bool (*pLockPictureDescription)(REALpictureStruct*, REALpictureDescription*, long);
-  return host::Call(pLockPictureDescription, "REALLockPictureDescription", picture, out, pixelType);
+  static REALLockPictureDescriptionFunction pLockPictureDescription;
+  return host::Call(pLockPictureDescription, REALLockPictureDescriptionName, picture, out,
+                    pixelType);
 }
 
 void REALUnlockPictureDescription(REALpictureStruct* picture) {
-  static void (*pUnlockPictureDescription)(REALpictureStruct*);
-  host::Call(pUnlockPictureDescription, "unlockPictureDescription", picture);
+  static REALUnlockPictureDescriptionFunction pUnlockPictureDescription;
+  host::Call(pUnlockPictureDescription, REALUnlockPictureDescriptionName, picture);
 }
 
 void REALPictureClearCache(REALpictureStruct* picture) {
-  static void (*pPictureClearCache)(REALpictureStruct*);
-  host::Call(pPictureClearCache, "REALPictureClearCache", picture);
+  static REALPictureClearCacheFunction pPictureClearCache;
+  host::Call(pPictureClearCache, REALPictureClearCacheName, picture);
 }
 
 REALpictureStruct* REALGetPictureMask(REALpictureStruct* picture, unsigned char flag) {
-  static REALpictureStruct* (*pGetPictureMask)(REALpictureStruct*, unsigned char);
-  return host::Call(pGetPictureMask, "REALGetPictureMask", picture, flag);
+  static REALGetPictureMaskFunction pGetPictureMask;
+  return host::Call(pGetPictureMask, REALGetPictureMaskName, picture, flag);
 }
 
 REALobjectStruct* REALGetPictureGraphics(REALpictureStruct* picture) {
-  static REALobjectStruct* (*pGetPictureGraphics)(REALpictureStruct*);
-  return host::Call(pGetPictureGraphics, "pluginPictureGraphicsGetter", picture);
+  static REALGetPictureGraphicsFunction pGetPictureGraphics;
+  return host::Call(pGetPictureGraphics, REALGetPictureGraphicsName, picture);
 }

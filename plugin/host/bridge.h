@@ -12,7 +12,7 @@
 #ifndef PLUGIN_HOST_BRIDGE_H_
 #define PLUGIN_HOST_BRIDGE_H_
 
-#include "plugin/host/host_types.h"
+#include <screenshotqrv/host.h>
 
 // The host's resolver; null until the host has started the plug-in.
 extern REALresolver gResolver;

@@ -8,22 +8,21 @@
 
 namespace {
 
-bool (*pGetStringData)(REALstringStruct*, unsigned long, REALstringData*);
+REALGetStringDataFunction pGetStringData;
 
 // The services of older hosts.
 struct StringServices {
-  const char* (*bytes)(REALstringStruct*);
-  int (*length)(REALstringStruct*);  // in bytes
+  REALStringGetCStringFunction bytes;
+  REALLenBFunction length;
 };
 
 // False when the host lacks either service.
 bool BindStringServices(StringServices& services) {
-  static const char* (*pCString)(REALstringStruct*);
-  static int (*pLenB)(REALstringStruct*);
-  host::Bind(pCString, "StringGetCString");
+  static REALStringGetCStringFunction pCString;
+  static REALLenBFunction pLenB;
+  host::Bind(pCString, REALStringGetCStringName);
   if (pLenB == nullptr) {
-    pLenB = reinterpret_cast<int (*)(REALstringStruct*)>(
-        REALLoadFrameworkMethod("LenB( s as string ) as integer"));
+    pLenB = reinterpret_cast<REALLenBFunction>(REALLoadFrameworkMethod(REALLenBDeclaration));
   }
   services = {pCString, pLenB};
   return pCString != nullptr && pLenB != nullptr;
@@ -48,7 +47,7 @@ bool CopyBytes(const StringServices& services, REALstringStruct* string, unsigne
 }  // namespace
 
 bool REALGetStringData(REALstringStruct* string, unsigned long encoding, REALstringData* out) {
-  if (host::Bind(pGetStringData, "PluginGetStringData") != nullptr) {
+  if (host::Bind(pGetStringData, REALGetStringDataName) != nullptr) {
     return pGetStringData(string, encoding, out);
   }
   StringServices services;
@@ -64,8 +63,8 @@ bool REALGetStringData(REALstringStruct* string, unsigned long encoding, REALstr
 }
 
 void REALDisposeStringData(REALstringData* data) {
-  static void (*pDisposeStringData)(REALstringData*);
-  host::Bind(pDisposeStringData, "PluginDisposeStringData");
+  static REALDisposeStringDataFunction pDisposeStringData;
+  host::Bind(pDisposeStringData, REALDisposeStringDataName);
   // A host may dispose of string data without ever having made any: what the plug-in has allocated
   // itself never goes there.
   if (pDisposeStringData != nullptr && pGetStringData != nullptr) {

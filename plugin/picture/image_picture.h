@@ -3,8 +3,7 @@
 #define PLUGIN_PICTURE_IMAGE_PICTURE_H_
 
 #include <ApplicationServices/ApplicationServices.h>
-
-#include "plugin/host/host_types.h"
+#include <screenshotqrv/host.h>
 
 // A new host picture of the image's pixels, at one host reference that is the caller's, or nil when
 // the image is nil or larger than a picture can be, or the platform or the host refuses. An image

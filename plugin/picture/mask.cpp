@@ -16,10 +16,10 @@ using OwnedObject = Owned<REALobjectStruct*, REALUnlockObject>;
 // that have none.
 REALpictureStruct* ConstructPicture(int32_t width, int32_t height) {
   if (!(rbversion >= 2011.04)) return nullptr;
-  OwnedObject instance(REALnewInstance("Picture"));
+  OwnedObject instance(REALnewInstance(REALPictureClass));
   if (instance.get() == nullptr) return nullptr;
-  const auto constructor = reinterpret_cast<void (*)(REALobjectStruct*, int, int)>(
-      REALLoadObjectMethod(instance.get(), "Constructor(width as integer, height as integer)"));
+  const auto constructor = reinterpret_cast<REALPictureConstructorFunction>(
+      REALLoadObjectMethod(instance.get(), REALPictureConstructorDeclaration));
   if (constructor == nullptr) return nullptr;
   constructor(instance.get(), width, height);
   return reinterpret_cast<REALpictureStruct*>(instance.Take());
@@ -28,12 +28,8 @@ REALpictureStruct* ConstructPicture(int32_t width, int32_t height) {
 // Draws the mask over the whole target through the target's graphics object; false when the object
 // has no method for it.
 bool DrawMask(REALobjectStruct* graphics, REALpictureStruct* mask, int width, int height) {
-  using DrawPicture =
-      void (*)(REALobjectStruct*, REALpictureStruct*, int, int, int, int, int, int, int, int);
-  const auto draw = reinterpret_cast<DrawPicture>(REALLoadObjectMethod(
-      graphics,
-      "DrawPicture(Image as Picture, x as Integer, y as Integer, w as Integer, h as Integer, "
-      "sx as Integer = 0, sy as Integer = 0, sw as Integer = -10000, sh as Integer = -10000)"));
+  const auto draw = reinterpret_cast<REALDrawPictureFunction>(
+      REALLoadObjectMethod(graphics, REALDrawPictureDeclaration));
   if (draw == nullptr) return false;
   draw(graphics, mask, 0, 0, width, height, 0, 0, width, height);
   return true;

@@ -13,9 +13,9 @@ namespace {
 // Learns the kind of host application from the classes that it has. The host is always asked for
 // all three.
 void ProbeApplicationKind() {
-  const bool desktop = REALGetClassRef("Application") != nullptr;
-  const bool web = REALGetClassRef("WebApplication") != nullptr;
-  const bool console = REALGetClassRef("ConsoleApplication") != nullptr;
+  const bool desktop = REALGetClassRef(REALDesktopApplicationClass) != nullptr;
+  const bool web = REALGetClassRef(REALWebApplicationClass) != nullptr;
+  const bool console = REALGetClassRef(REALConsoleApplicationClass) != nullptr;
   if (desktop) {
     IsDesktop = true;
   } else if (web || console) {
@@ -25,7 +25,8 @@ void ProbeApplicationKind() {
 
 bool ReadHasAlpha(REALpictureStruct* picture) {
   unsigned char value = 0;
-  return REALGetPropValueUInt8(AsObject(picture), "HasAlphaChannel", &value) && value != 0;
+  return REALGetPropValueUInt8(AsObject(picture), REALHasAlphaChannelProperty, &value) &&
+         value != 0;
 }
 
 }  // namespace
@@ -146,6 +147,6 @@ bool BindOwnPicture(PictureWriter& writer, REALpictureStruct* picture) {
 
 bool BindNewPicture(PictureWriter& writer, int64_t width, int64_t height) {
   if (width < 1 || height < 1 || width > kMaxPictureSide || height > kMaxPictureSide) return false;
-  return BindOwnPicture(writer,
-                        REALNewPicture(static_cast<long>(width), static_cast<long>(height), 32));
+  return BindOwnPicture(
+      writer, REALNewPicture(static_cast<long>(width), static_cast<long>(height), kPictureDepth));
 }

@@ -7,18 +7,14 @@
 #define PLUGIN_PICTURE_PICTURE_EDITOR_H_
 
 #include <ApplicationServices/CoreGraphics.h>
+#include <screenshotqrv/host.h>
 #include <stddef.h>
 #include <stdint.h>
 #include <string.h>
 
-#include "plugin/host/host_types.h"
-
 // The layout of the console image in `pixelFormat`; smaller ones are bitmap contexts by their alpha
 // info.
 constexpr int32_t kConsolePixelFormat = 8;
-
-// A picture's width and height each lie in 1 .. kMaxPictureSide pixels.
-constexpr int32_t kMaxPictureSide = 32767;
 
 // Which kind of host application this process is, once it is known. Never cleared.
 extern bool IsDesktop;
@@ -114,7 +110,7 @@ class PictureWriter : public PictureEditor {};
 // only the writer keeps the picture alive. False for nil or when it can't be bound.
 bool BindOwnPicture(PictureWriter& writer, REALpictureStruct* picture);
 
-// Binds the writer to a new picture of that size and depth 32. False when the size is out of
+// Binds the writer to a new picture of that size and kPictureDepth. False when the size is out of
 // range, the host makes no picture, or it can't be bound; nothing is held then.
 bool BindNewPicture(PictureWriter& writer, int64_t width, int64_t height);
 

@@ -13,8 +13,6 @@
 #include "plugin/picture/picture_editor.h"
 #include "runtime/host.h"
 
-extern "C" void REALPluginMain(REALresolver resolver);
-
 namespace qrv::fuzz {
 
 // What the target tries, for a person who looks at a finding.

@@ -9,8 +9,6 @@
 #include "plugin/picture/picture_editor.h"
 #include "runtime/pictures.h"
 
-extern "C" void REALPluginMain(REALresolver resolver);
-
 namespace qrv::passthrough {
 PluginTest::PluginTest() {
   UseDesktop({{0, 0, 13, 9}, {13, -3, 9, 14}});

@@ -4,8 +4,6 @@
 #include "plugin/method_table.h"
 #include "tests/unit/plugin_test.h"
 
-extern "C" void REALPluginMain(REALresolver resolver);
-
 namespace qrv::passthrough {
 namespace {
 

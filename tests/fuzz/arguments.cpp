@@ -30,13 +30,14 @@ std::vector<std::string> SplitLines(const uint8_t* data, size_t size) {
 }
 
 void Check(const Arguments& arguments) {
-  Require(!(arguments.rect && arguments.display), "a display or a rectangle");
-  Require(!arguments.size || arguments.rect, "a size with a rectangle");
-  Require(!arguments.output.empty(), "an output");
+  Require(!arguments.rect || arguments.display.empty(), "a display or a rectangle");
+  Require(!arguments.size || !arguments.percent, "a size or a scale");
+  Require(!arguments.size || arguments.size->width > 0 || arguments.size->height > 0, "a side");
+  Require(!arguments.series || arguments.output != "-", "a series in files");
   Require(arguments.systemVersion.empty() || cli::IsSystemVersion(arguments.systemVersion),
           "a system's version");
-  Require(arguments.compression.value_or(0) >= 0 && arguments.compression.value_or(0) <= 9,
-          "the compression");
+  const int compression = arguments.encoding.compression.value_or(0);
+  Require(compression >= 0 && compression <= 9, "the compression");
   Require(arguments.command != cli::ConvertRaw || !arguments.input.empty(), "an input");
 }
 
@@ -62,7 +63,8 @@ void RunRectangle(FuzzedDataProvider input) {
   std::string text = "--rect=";
   int32_t numbers[4];
   for (int32_t& each : numbers) {
-    each = input.ConsumeIntegral<int32_t>();
+    each = &each < numbers + 2 ? input.ConsumeIntegral<int32_t>()
+                               : input.ConsumeIntegralInRange(1, runtime::kMaximumPictureSide);
     text += (&each == numbers ? "" : ",") + std::to_string(each);
   }
   const auto arguments = Parse({"qrvshot", "capture", text});

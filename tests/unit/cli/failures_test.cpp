@@ -13,66 +13,86 @@ struct Case {
   const char* message;  // what it has in it, separated by |
 };
 
-constexpr Case kCases[] = {
-    {1, "capture --strategy opengl --desktop virtual:80x60+0+0@8",
-     "opengl can't capture|quickdraw"},
-    {1, "capture --strategy opengl --rect 0,0,9,9 --size 9x9", "opengl can't capture|quickdraw"},
-    {1, "capture --strategy quickdraw --desktop virtual:80x60+0+0@16",
-     "main display|16 bits per pixel"},
-    {1, "capture --rect 0,0,0,5", "rectangle 0,0,0,5|1 to 32767|--rect"},
-    {1, "capture --rect -2147483648,2147483647,0,-1", "-2147483648,2147483647,0,-1"},
-    {1, "capture --rect 0,0,32767,32767", "2^31 bytes|--rect"},
-    {1, "capture --rect 0,0,9,9 --size 0x4", "0x4|--size"},
-    {1, "capture --display 7", "display 7|2 displays|0 to 1"},
-    {1, "raw --display -1", "display -1|2 displays"},
-    {1, "raw --system-version 10.4", "10.5"},
-    {1, "capture --desktop x11", "DISPLAY is not set|virtual"},
-    {1, "displays --desktop x11::9999", "X server :9999 can't be reached"},
-    {1, "displays --desktop x11:moon", "'moon' is not the name"},
-    {1, "displays --desktop x11:", "names no DISPLAY|x11::0"},
-    {1, "displays --desktop virtual:9x9+0+0,12", "layout entry 2 '12'|virtual:1440x900"},
-    {1, "displays --desktop moon", "\"moon\"|x11"},
-    {2, "", "No command|capture, displays"},
-    {2, "captur", "no command captur;|capture, displays"},
-    {2, "--json", "no option --json before"},
-    {2, "from-raw --width 5 --height 5 --row-bytes 20 pixels",
+// A picture, a file or a desktop that can't be had.
+constexpr Case kRefusals[] = {
+    {1, "--strategy opengl --desktop virtual:80x60+0+0@8", "opengl can't capture|quickdraw"},
+    {1, "--strategy opengl --rect 0,0,9,9 --size 8x8", "opengl can't capture|quickdraw"},
+    {1, "--strategy quickdraw --display 0 --desktop virtual:80x60+0+0@16", "16 bits per pixel"},
+    {1, "--rect 0,0,32767,32767", "2^31 bytes"},
+    {1, "--rect -2147483648,2147483647,1,1", "-2147483648,2147483647,1,1|no display|2720,1024"},
+    {1, "--rect 2720,0,9,9", "The rectangle 2720,0,9,9|no display|0,0,2720,1024"},
+    {1, "--scale 2000%", "54400x20480|1 to 32767"},
+    {1, "--desktop virtual:20000x9+0+0,20000x9+20000+0", "40000x9|1 to 32767"},
+    {1, "--rect 10000,0,32767,9 --scale 50% --desktop virtual:20000x9+0+0,20000x9+20000+0",
+     "farther than 32767"},
+    {1, "--strategy quickdraw --rect 32760,0,9,9 --desktop virtual:20000x9+0+0,20000x9+20000+0",
+     "farther than"},
+    {1, "--desktop virtual:20000x9+0+0 -o a.webp", "16383 pixels a side|20000x9|another format"},
+    {1, "--display 7", "display 7|2 displays|0 to 1"},
+    {1, "--desktop x11", "DISPLAY is not set|virtual"},
+    {1, "--desktop x11::9999", "X server :9999 can't be reached"},
+    {2, "--desktop x11:moon", "'moon' is not the name"},
+    {2, "--desktop x11:", "names no DISPLAY|x11::0"},
+    {2, "--desktop virtual:9x9+0+0,12", "layout entry 2 '12'|virtual:1440x900"},
+    {2, "--desktop moon", "\"moon\"|x11"},
+    {3, "--plugin none.so", "none.so: plug-in not found"},
+    {3, "--copy", "neither WAYLAND_DISPLAY nor DISPLAY"},
+    {3, "-o /dev/full", "/dev/full could not be written: No space left on device. Free"},
+    {3, "none/a.png", "none/a.png could not be written: No such file|Make the folder"},
+    {3, "-o none/", "none/screenshot-|No such file"},
+    {3, "-o /proc/sys/kernel/ostype", "Permission denied. Choose a folder"},
+};
+
+// Words that mean nothing. Where the page that helps is another one, the message has it.
+constexpr std::pair<const char*, const char*> kMistakes[] = {
+    {"", "No command|capture, displays|`qrvshot --help`"},
+    {"captur", "no command captur; did you mean capture?"},
+    {"shoot", "no command shoot; there are capture, displays"},
+    {"--json", "no option --json before"},
+    {"raw --dispaly 1", "no option --dispaly; did you mean --display? Try `qrvshot raw --help`"},
+    {"raw --system-version 10", "--system-version 10 is not|`qrvshot raw --help`"},
+    {"capture a.png b.png", "b.png is one argument too many"},
+    {"capture --display", "--display lacks its value"},
+    {"capture --display 0 --rect 0,0,2,2", "--display and --rect can't|`qrvshot capture --help`"},
+    {"capture --rect 0,0,2,2 --display 0", "--rect and --display can't"},
+    {"capture --strategy opengl --system-version 10.6", "can't be used together"},
+    {"capture --scale 50% --size 5x5", "--scale and --size can't"},
+    {"capture --interval 5", "--interval says nothing without --count"},
+    {"capture --count 2 -o -", "-o can't be standard output"},
+    {"capture -o shot.GIF", "-o shot.GIF: qrvshot writes png, jpg, webp and ppm, not gif"},
+    {"capture shot.bmp", ": shot.bmp: qrvshot writes"},
+    {"capture --quality 50", "--quality says nothing of png"},
+    {"capture --compression 5 a.jpg", "--compression says nothing of jpg"},
+    {"capture --strategy opengll", "did you mean opengl?"},
+    {"from-raw --width 5 --height 5 --row-bytes 20 pixels",
      "only 80 bytes|--height 5|4 rows of 20 bytes"},
-    {2, "from-raw --width 25 --height 1 --row-bytes 101 pixels",
-     "--row-bytes 101|not even one row"},
-    {2, "from-raw --width 5 --height 4 --row-bytes 19 pixels", "--row-bytes 19|at least 20 bytes"},
-    {2, "from-raw --width 32768 --height 1 --row-bytes 131072 pixels", "--width 32768|1 to 32767"},
-    {2, "from-raw --width 1 --height 32768 --row-bytes 4 pixels", "--height 32768|1 to 32767"},
-    {2, "from-raw --width 0 --height 1 --row-bytes 4 pixels", "--width 0"},
-    {2, "from-raw --width 1 --height -1 --row-bytes 4 pixels", "--height -1"},
-    {2, "from-raw --width 32767 --height 32767 --row-bytes 2147483647 pixels",
+    {"from-raw --width 25 --height 1 --row-bytes 101 pixels", "--row-bytes 101|not even one row"},
+    {"from-raw --width 5 --height 4 --row-bytes 19 pixels", "--row-bytes 19|at least 20 bytes"},
+    {"from-raw --width 32767 --height 32767 --row-bytes 2147483647 pixels",
      "--height 32767|1 row of"},
-    {2, "capture --size 2x2", "Try `qrvshot capture --help`"},
-    {2, "capture --display 0 --rect 0,0,2,2", "Try `qrvshot capture --help`"},
-    {2, "capture --strategy opengl --system-version 10.6", "Try `qrvshot capture --help`"},
-    {2, "capture -o shot.JPG", "Try `qrvshot capture --help`"},
-    {3, "displays --plugin none.so", "none.so: plug-in not found"},
-    {3, "capture -o /dev/full", "/dev/full could not be written: No space left on device. Free"},
-    {3, "capture -o none/a.png", "none/a.png could not be written: No such file|Make the folder"},
-    {3, "capture -o /proc", "Is a directory. Name a file in it"},
-    {3, "capture -o /proc/sys/kernel/ostype", "Permission denied. Choose a folder"},
-    {3, "from-raw --width 1 --height 1 --row-bytes 4 /dev/null", "/dev/null is empty"},
-    {3, "from-raw --width 1 --height 1 --row-bytes 4 none", "none could not be read: No such file"},
-    {3, "from-raw --width 1 --height 1 --row-bytes 4 /", "/ could not be read: Is a directory"},
+    {"from-raw --width 1 --height 1 --row-bytes 4", "required"},
 };
 
 // An option and the values, separated by spaces, that it can't have.
 constexpr std::pair<const char*, const char*> kWrongValues[] = {
-    {"--rect",
+    {"capture --rect",
      "1,2,3 1,2,3,4,5 1,2,3, ,1,2,3 1,~2,3,4 a,b,c,d 1,2,3,4~ 1,2,3,2147483648 1.5,2,3,4 +1,2,3,4 "
-     "0x1,2,3,4"},
-    {"--rect=0,0,2,2 --size", "640 640x x480 640x480x1 640,480 640~x~480"},
-    {"--host-version", "new inf nan -1 2013.03x 1e999"},
-    {"--system-version", "7 10. .7 10.7.5 ten.seven -10.7"},
-    {"--display", "one"},
-    {"--format", "gif"},
-    {"--strategy", "magic"},
-    {"--compression", "10"},
-    {"--app", "phone"},
+     "0x1,2,3,4 0,0,0,5 0,0,5,-1 0,0,32768,1 5x5-1+1 5x5+1 5x5~+1+1 1,1~5,5"},
+    {"capture --size", "640 x 640x480x1 640,480 640~x~480 0x0 0x4 -1x5 70000x300 x32768"},
+    {"capture --scale", "25 0% -5% x% % inf% 1e999%"},
+    {"capture --host-version", "new inf nan -1 2013.03x 1e999"},
+    {"capture --system-version", "7 10. .7 10.7.5 ten.seven -10.7"},
+    {"capture --display", "one -1 1e3 1.5 00x"},
+    {"capture --format", "gif"},
+    {"capture --strategy", "magic"},
+    {"capture --compression", "10 -1 x"},
+    {"capture a.jpg --quality", "0 101 x"},
+    {"capture --count", "0 -1 x 100001"},
+    {"capture --delay", "-1 x 86401"},
+    {"capture --app", "phone"},
+    {"raw --display", "-1"},
+    {"from-raw pixels --height 1 --row-bytes 4 --width", "0 -1 32768 x"},
+    {"from-raw pixels --width 1 --row-bytes 4 --height", "0 32768"},
 };
 
 void ExpectFailure(int exitCode, const std::string& line, std::string message) {
@@ -90,20 +110,27 @@ void ExpectFailure(int exitCode, const std::string& line, std::string message) {
 }
 
 TEST(Failure, SaysWhatIsWrongAndLeavesNoFile) {
-  for (const Case& each : kCases) ExpectFailure(each.exitCode, each.line, each.message);
+  for (const auto& [code, line, message] : kRefusals) {
+    ExpectFailure(code, std::string("capture ") + line, message);
+  }
+  for (const auto& [line, message] : kMistakes) ExpectFailure(2, line, message);
   for (const auto& [option, values] : kWrongValues) {
-    for (std::istringstream input(values); input;) {
-      std::string value;
-      if (!(input >> value)) break;
-      std::string shown = value;
-      std::replace(shown.begin(), shown.end(), '~', ' ');
-      ExpectFailure(2, std::string("capture ") + option + "=" + value, shown);
+    for (const std::string& value : Split(values)) {
+      std::string typed = value;
+      std::replace(typed.begin(), typed.end(), ' ', '~');
+      ExpectFailure(2, std::string(option) + "=" + typed, value);
     }
   }
-  // A script whose variable is unset must not get the main display instead of its rectangle.
-  for (const std::string option : {"--rect", "--display", "--output", "--plugin", "--desktop"}) {
-    ExpectFailure(2, "capture " + option + " ''", option + " has an empty value");
+  // A script whose variable is unset must not get the whole desktop instead of its rectangle.
+  for (const char* option : {"--rect", "--display", "--plugin", "--desktop", "-o"}) {
+    ExpectFailure(2, std::string("capture ") + option + " ''",
+                  std::string(option) + " has an empty value");
   }
+  const std::string raw = "from-raw --width 1 --height 1 --row-bytes 4 ";
+  ExpectFailure(3, raw + "/dev/null", "/dev/null is empty");
+  ExpectFailure(3, raw + "none", "none could not be read: No such file");
+  ExpectFailure(3, raw + "/", "/ could not be read: Is a directory");
+  ExpectFailure(1, "raw --system-version 10.4", "10.5");
 }
 
 }  // namespace

@@ -23,14 +23,14 @@ Bytes Pixels(int32_t width, int32_t height, bool isTransparent) {
 }
 
 std::string Write(const Bytes& pixels, int32_t width, int32_t height, bool isTransparent,
-                  ImageFormat format, std::optional<int> level) {
+                  const Encoding& encoding) {
   const testing::ScratchFolder folder;
   const size_t rowLength = static_cast<size_t>(width) * 4;
   WriteImage({width, height, isTransparent,
               [&](int32_t y, uint8_t* rgba) {
                 memcpy(rgba, pixels.data() + static_cast<size_t>(y) * rowLength, rowLength);
               }},
-             folder.File("a"), format, level);
+             encoding, folder.File("a"), Existing::kReplace);
   return folder.Read("a");
 }
 
@@ -40,7 +40,7 @@ TEST(PngFile, HoldsEveryPixelInOneStripAndInManyAtEveryCompression) {
       const Bytes pixels = Pixels(width, height, isTransparent);
       for (const std::optional<int> level : {std::optional<int>(), {0}, {6}, {9}}) {
         const std::string file =
-            Write(pixels, width, height, isTransparent, ImageFormat::kPng, level);
+            Write(pixels, width, height, isTransparent, {&kImageFormats[0], level, {}});
         const std::unique_ptr<spng_ctx, decltype(&spng_ctx_free)> png(spng_ctx_new(0),
                                                                       spng_ctx_free);
         spng_set_png_buffer(png.get(), file.data(), file.size());
@@ -57,7 +57,7 @@ TEST(PngFile, HoldsEveryPixelInOneStripAndInManyAtEveryCompression) {
 }
 
 TEST(PpmFile, HoldsTheColoursAfterItsHeader) {
-  EXPECT_EQ(Write({'a', 'b', 'c', 255, 'd', 'e', 'f', 0}, 1, 2, true, ImageFormat::kPpm, {}),
+  EXPECT_EQ(Write({'a', 'b', 'c', 255, 'd', 'e', 'f', 0}, 1, 2, true, {&kImageFormats[4], {}, {}}),
             "P6\n1 2\n255\nabcdef");
 }
 

@@ -21,6 +21,7 @@ inline Words Split(const std::string& line) {
   std::istringstream input(line);
   Words words;
   for (std::string word; std::getline(input, word, ' ');) {
+    if (word.empty()) continue;
     std::replace(word.begin(), word.end(), '~', ' ');
     words.push_back(word == "''" ? "" : word);
   }

@@ -10,31 +10,113 @@
 namespace qrv::cli {
 namespace {
 
-TEST(Capture, WritesTheMainDisplayAndSaysSoApartFromThePicture) {
+// The folder's files, sorted, with digits as 0.
+std::string Files(const ScratchFolder& folder) {
+  std::set<std::string> names;
+  for (const auto& each : std::filesystem::directory_iterator(folder.path())) {
+    std::string name = each.path().filename();
+    for (char& letter : name) letter = letter >= '0' && letter <= '9' ? '0' : letter;
+    names.insert(name);
+  }
+  std::string list;
+  for (const std::string& name : names) list += name + " ";
+  return list;
+}
+
+TEST(Capture, NamesFilesByTheTimeUnlessItIsToldTo) {
+  const std::string dated = "screenshot-00000000-000000";
+  const std::pair<const char*, std::string> cases[] = {
+      {"capture", dated + ".png "},
+      {"capture --format jpeg", dated + ".jpeg "},
+      {"capture a.webp", "a.webp "},
+      {"capture -o b.png a.ppm", "a.ppm "},
+      {"capture a.ppm -o b.jpg", "b.jpg "},
+      {"capture --count 2 --interval 1", dated + "-0.png "},
+      {"capture --count 10 --interval 0 a.ppm", "a-00.ppm "},
+  };
+  for (const auto& [line, files] : cases) {
+    const ScratchFolder folder;
+    const Outcome outcome = Qrvshot(folder, std::string(line) + " --desktop virtual:20x10+0+0");
+    EXPECT_EQ(Files(folder), files) << outcome.errors;
+  }
   const ScratchFolder folder;
-  EXPECT_EQ(Qrvshot(folder, "capture").output,
-            "screenshot.png: 1440x900 pixels of the virtual desktop\n");
-  EXPECT_TRUE(folder.Read("screenshot.png").starts_with("\x89PNG"));
-  EXPECT_EQ(folder.Count(), 1U);
+  std::filesystem::create_directory(folder.File("shots"));
+  for (int i = 0; i < 3; ++i) Qrvshot(folder, "capture -o shots --desktop virtual:20x10+0+0");
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.File("shots")), {}), 3);
+}
+
+TEST(Capture, TellsOfItApartFromThePicture) {
+  const ScratchFolder folder;
+  EXPECT_EQ(Qrvshot(folder, "capture a.png").output,
+            "a.png: 2720x1024 pixels of the virtual desktop\n");
   const Outcome outcome = Qrvshot(folder, "capture -o - --format ppm");
-  EXPECT_EQ(outcome.output, Capture("", "SHOT.PPM"));
-  EXPECT_EQ(outcome.errors, "standard output: 1440x900 pixels of the virtual desktop\n");
+  EXPECT_TRUE(outcome.output == Capture("", "SHOT.PPM"));
+  EXPECT_EQ(outcome.errors, "standard output: 2720x1024 pixels of the virtual desktop\n");
+  const std::string json =
+      Qrvshot(folder, "capture --json --display 1 --strategy opengl -o \"\\.png").output;
+  EXPECT_TRUE(json.starts_with(
+      R"({"file": "\"\\.png", "width": 1280, "height": 1024, "desktop": "the virtual desktop", )"
+      R"("method": "ScreenshotDisplayQRV", "strategy": "opengl", "milliseconds": )"))
+      << json;
+  const Outcome quiet = Qrvshot(folder, "capture -q b.png --desktop any");
+  EXPECT_EQ(quiet.output + quiet.errors, "");
 }
 
 TEST(Capture, ShowsWhatWasAskedFor) {
   const std::string desktop = "--desktop=virtual:100x80+0+0,60x40-60+0 ";
+  const std::string dense = "--desktop=virtual:100x80+0+0*2 ";
   const std::string rect = "--rect=1400,100,100,50";
   const std::pair<std::string, std::string> same[] = {
-      {"--display 0", ""},
+      {"--display 0", "--display main"},
+      {"", "--rect 0,0,2720,1024"},
+      {desktop, desktop + "--rect -60,0,160,80"},
       {desktop + "--rect -60,0,60,40", desktop + "--display 1"},
-      {desktop + "--rect=-60,0,60,40", desktop + "--display=1"},
-      {desktop + "--rect 0,0,100,80 --size 100x80", desktop},
+      {desktop + "--rect=60x40+-60+0", desktop + "--display=1"},
+      {desktop + "--rect -60,0~60x40", desktop + "--display=1"},
+      {desktop + "--scale 100%", desktop},
+      {desktop + "--size 80x", desktop + "--size 80x40"},
+      {desktop + "--scale 50%", desktop + "--size x40"},
+      {dense, dense + "--rect 0,0,100,80"},
+      {dense + "--units", dense + "--scale 50%"},
       {rect + " --strategy display-image", rect},
       {rect + " --strategy opengl", rect},
       {rect + " --strategy quickdraw", rect}};
   for (const auto& [one, other] : same) EXPECT_TRUE(Capture(one) == Capture(other)) << one;
-  EXPECT_TRUE(Capture("--display 1").starts_with("P6\n1280 1024\n"));
-  EXPECT_TRUE(Capture("--rect=0,0,9,9 --size 30x70").starts_with("P6\n30 70\n"));
+  const std::pair<std::string, const char*> sizes[] = {{"", "2720 1024"},
+                                                       {"--display 1", "1280 1024"},
+                                                       {"--display 0 --scale 33.3%", "480 300"},
+                                                       {"--rect=0,0,9,9 --size 30x70", "30 70"},
+                                                       {dense, "200 160"},
+                                                       {dense + "--units", "100 80"}};
+  for (const auto& [options, size] : sizes) {
+    EXPECT_TRUE(Capture(options).starts_with(std::string("P6\n") + size + "\n")) << options;
+  }
+}
+
+// A desktop whose main display does not have the corner.
+TEST(Capture, TakesTheCoordinatesOfTheXServer) {
+  const testing::Xvfb server("2720x1024x24");
+  server.SetTwoMonitors(testing::Xvfb::Primary::kRight);
+  server.FillRandom(3);
+  const std::string desktop = " --desktop x11:" + server.display();
+  const testing::RgbImage screen = server.ImportScreen();
+  const auto expected = [&](int left, int top, int width, int height) {
+    std::string file = "P6\n" + std::to_string(width) + " " + std::to_string(height) + "\n255\n";
+    for (int y = top; y < top + height; ++y) {
+      const uint8_t* row = screen.pixels.data() + (y * screen.width + left) * 3;
+      file.append(reinterpret_cast<const char*>(row), static_cast<size_t>(width) * 3);
+    }
+    return file;
+  };
+  EXPECT_TRUE(Capture("--rect 1400,100,100,50" + desktop) == expected(1400, 100, 100, 50));
+  EXPECT_TRUE(Capture("--display main" + desktop) == expected(1440, 0, 1280, 1024));
+  EXPECT_TRUE(Capture(desktop).starts_with("P6\n2720 1024\n"));
+  const ScratchFolder folder;
+  EXPECT_NE(Qrvshot(folder, "displays" + desktop).output.find("1440x900  at 0,0"),
+            std::string::npos);
+  EXPECT_NE(Qrvshot(folder, "displays --json" + desktop)
+                .output.find(R"("x": 0, "y": 0, "fromMainX": -1440, "fromMainY": 0)"),
+            std::string::npos);
 }
 
 // QuickDraw leaves alpha 0, which shows in a desktop program's pictures with an alpha channel.
@@ -43,7 +125,8 @@ TEST(Capture, IsATransparentPngWhereThePictureIs) {
                                            {"opengl", 2},
                                            {"quickdraw --app console", 2},
                                            {"quickdraw --app web", 2}}) {
-    EXPECT_EQ(Capture(std::string("--alpha --strategy ") + options, "a.png")[25], colorType);
+    EXPECT_EQ(Capture(std::string("--display 0 --alpha --strategy ") + options, "a.png")[25],
+              colorType);
   }
 }
 
@@ -56,7 +139,8 @@ TEST(Lists, AreForPeopleAndForScripts) {
             "0  id 1  80x60  at 0,0  32 bits per pixel  160x120 pixels, 2 a unit  main\n"
             "1  id 2  9x9  at -9,5  16 bits per pixel\n");
   EXPECT_EQ(Qrvshot(folder, "displays --json --desktop virtual:80x60+0+0").output,
-            "[\n  {\"index\": 0, \"id\": 1, \"x\": 0, \"y\": 0, \"width\": 80, \"height\": 60, "
+            "[\n  {\"index\": 0, \"id\": 1, \"x\": 0, \"y\": 0, "
+            "\"fromMainX\": 0, \"fromMainY\": 0, \"width\": 80, \"height\": 60, "
             "\"pixelWidth\": 80, \"pixelHeight\": 60, \"density\": 1, "
             "\"bitsPerPixel\": 32, \"main\": true}\n]\n");
 }
@@ -91,9 +175,8 @@ TEST(Installation, HasItsPluginAndFrameworkWhereverItIsMovedTo) {
   EXPECT_TRUE(folder.Read("shot.ppm") == Capture(""));
 }
 
-TEST(Monitors, BeyondThe32ndAreNotSeen) {
+TEST(Monitors, BeyondThe32ndAreListedAndRefused) {
   const testing::Xvfb server("640x480x24");
-  server.FillRandom(3);
   for (int i = 0; i < 40; ++i) {
     server.SetMonitor("m" + std::to_string(i), {i % 8 * 80, i / 8 * 96, 80, 96},
                       i == 0 ? "screen" : "none");
@@ -101,16 +184,14 @@ TEST(Monitors, BeyondThe32ndAreNotSeen) {
   const std::string desktop = " --desktop=x11:" + server.display();
   const ScratchFolder folder;
   const std::string list = Qrvshot(folder, "displays" + desktop).output;
-  EXPECT_EQ(std::count(list.begin(), list.end(), '\n'), 32) << list;
-  const testing::RgbImage screen = server.ImportScreen();
-  std::string last = "P6\n80 96\n255\n";
-  for (int y = 288; y < 384; ++y) {
-    last.append(reinterpret_cast<const char*>(screen.pixels.data()) + (y * 640 + 560) * 3, 240);
+  EXPECT_EQ(std::count(list.begin(), list.end(), '\n'), 40) << list;
+  EXPECT_TRUE(Capture("--display=31" + desktop) == Capture("--rect=560,288,80,96" + desktop));
+  for (const auto& [options, message] :
+       {std::pair("--display=39", "Display 39 of 40"),
+        {"--display=40", "has 40 displays"},
+        {"--rect=0,0,640,400", "display 32 of it is beyond the first 32"}}) {
+    EXPECT_NE(Capture(options + desktop).find(message), std::string::npos) << options;
   }
-  for (const char* strategy : {"display-image", "opengl", "quickdraw"}) {
-    EXPECT_TRUE(Capture("--display=31 --strategy " + (strategy + desktop)) == last) << strategy;
-  }
-  EXPECT_NE(Capture("--display=32" + desktop).find("32 displays"), std::string::npos);
 }
 
 // Whether the process has a file open whose name begins so.

@@ -34,7 +34,7 @@ void AddOption(CLI::App& app, const OptionText& text, OptionWords& words) {
 }
 
 void AddCommand(CLI::App& app, const CommandText& text, OptionWords& words) {
-  CLI::App* const command = app.add_subcommand(text.name, text.summary)->group("Commands");
+  CLI::App* const command = app.add_subcommand(text.name, text.summary);
   command->get_help_ptr()->group("");
   for (const OptionText& each : text.options) AddOption(*command, each, words);
 }

@@ -93,8 +93,13 @@ std::string HelpFormatter::make_option(const CLI::Option* option, bool isPositio
   return Entry(name, option->get_description());
 }
 
-std::string HelpFormatter::make_subcommand(const CLI::App* command) const {
-  return Entry(command->get_name(), command->get_description());
+std::string HelpFormatter::make_subcommands(const CLI::App* app,
+                                            CLI::AppFormatMode /*mode*/) const {
+  std::string text;
+  for (const CLI::App* each : app->get_subcommands({})) {
+    text += Entry(each->get_name(), each->get_description());
+  }
+  return text.empty() ? text : "\n" + Heading("Commands:") + "\n" + text;
 }
 
 }  // namespace qrv::cli

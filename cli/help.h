@@ -15,7 +15,7 @@ class HelpFormatter : public CLI::Formatter {
   std::string make_group(std::string group, bool isPositional,
                          std::vector<const CLI::Option*> options) const override;
   std::string make_option(const CLI::Option* option, bool isPositional) const override;
-  std::string make_subcommand(const CLI::App* command) const override;
+  std::string make_subcommands(const CLI::App* app, CLI::AppFormatMode mode) const override;
 };
 
 }  // namespace qrv::cli

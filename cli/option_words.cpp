@@ -131,19 +131,19 @@ const std::vector<CommandText>& Commands() {
            Options{{kHost, "--strategy", "HOW",
                     "Capture in this way or not at all: display-image, opengl or quickdraw",
                     &OptionWords::strategy}},
-       "  qrvshot capture                          the whole desktop, all displays\n"
-       "  qrvshot capture shot.png                 to this file\n"
-       "  qrvshot capture -o pictures              to a dated file in the folder pictures\n"
-       "  qrvshot capture --display main           the main display alone\n"
-       "  qrvshot capture --rect 100,50,640,480    left, top, width and height\n"
-       "  qrvshot capture --rect \"$(slop)\"         what you mark with the mouse\n"
-       "  qrvshot capture --size 800x small.webp   scaled to a width of 800\n"
-       "  qrvshot capture --delay 3 --copy         in three seconds, to the clipboard\n"
-       "  qrvshot capture --count 5 --interval 200 five captures, 200 ms apart\n",
+       "  qrvshot capture                           the whole desktop, all displays\n"
+       "  qrvshot capture shot.png                  to this file\n"
+       "  qrvshot capture -o pictures               to a dated file in the folder pictures\n"
+       "  qrvshot capture --display main            the main display alone\n"
+       "  qrvshot capture --rect 100,50,640,480     left, top, width and height\n"
+       "  qrvshot capture --rect \"$(slop)\"          what you mark with the mouse\n"
+       "  qrvshot capture --size 800x small.webp    scaled to a width of 800\n"
+       "  qrvshot capture --delay 3 --copy          in three seconds, to the clipboard\n"
+       "  qrvshot capture --count 5 --interval 200  five captures, 200 ms apart\n",
        "Coordinates are the desktop's own, in its units: what slop, slurp, xdotool and xwininfo "
        "print and `qrvshot displays` lists. On X11 0,0 is the top-left corner of the screen that "
        "holds all displays, on the virtual desktop that of its main display. Negative ones work "
-       "(--rect -50,0,100,100, 100x100+-50+0). What lies on no display is black.\n"
+       "(--rect -50,0,100,100, 100x100+-50+0). What lies on no display is black.\n\n"
        "The desktop `virtual` is a built-in test card on two displays; --desktop virtual:LAYOUT "
        "gives it others, the main one first: size and position of each, such as "
        "1440x900+0+0,1280x1024-1280+0, with @8, @16 or @32 bits per pixel and *2 or *1.5 pixels a "

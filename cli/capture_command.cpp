@@ -164,7 +164,7 @@ void RequireAll(const Arguments& arguments) {
 void Capture(const Arguments& arguments) {
   RequireNoTerminal(arguments.output);
   const auto host = StartHost(arguments);
-  RequireAll(arguments);
+  if (arguments.delay > 0) RequireAll(arguments);
   Wait(arguments.delay);
   const Series series = arguments.series.value_or(Series{});
   Clock::time_point next = Clock::now();

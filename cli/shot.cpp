@@ -1,6 +1,7 @@
 #include "cli/shot.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cmath>
 
 #include "cli/desktop_choice.h"

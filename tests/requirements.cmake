@@ -2,7 +2,7 @@
 # than less tested.
 
 set(MISSING "")
-foreach(program Xvfb clang clang++ clang-format clang-tidy import llvm-nm nm valgrind xauth xrandr)
+foreach(program Xvfb bash clang clang++ clang-format clang-tidy convert import llvm-nm nm valgrind xauth xrandr)
   find_program(PROGRAM_${program} ${program})
   if(NOT PROGRAM_${program})
     list(APPEND MISSING ${program})

@@ -22,7 +22,7 @@ _qrvshot() {
   esac
   if [[ $cur == -* ]]; then
     COMPREPLY=($(compgen -W "$("$1" $command --help 2>/dev/null |
-      sed -n 's/^  \(-[^ ]*\)\(, \(--[^ ]*\)\)\{0,1\}.*/\1 \3/p' | tr -d ,)" -- "$cur"))
+      sed -n 's/^  \(-[^ ,]*\)\(, \(--[^ ]*\)\)\{0,1\}.*/\1 \3/p')" -- "$cur"))
   elif [[ -z $command ]]; then
     COMPREPLY=($(compgen -W "capture displays raw from-raw methods" -- "$cur"))
   else

@@ -11,7 +11,7 @@ end
 
 function __qrvshot_options
     qrvshot (__qrvshot_command) --help 2>/dev/null |
-        sed -n 's/^  \(-[^ ]*\)\(, \(--[^ ]*\)\)\{0,1\}.*/\1 \3/p' | tr -d , | tr ' ' '\n' |
+        sed -n 's/^  \(-[^ ,]*\)\(, \(--[^ ]*\)\)\{0,1\}.*/\1 \3/p' | tr ' ' '\n' |
         string match -r '.+'
 end
 

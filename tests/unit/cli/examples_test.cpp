@@ -102,5 +102,26 @@ TEST(Examples, AreInTheManualPageWithEveryOption) {
   }
 }
 
+TEST(Completion, InBashKnowsTheOptionsOfHelp) {
+  const ScratchFolder folder;
+  const std::pair<const char*, const char*> cases[] = {{"cap", "capture"},
+                                                       {"capture --o", "--output"},
+                                                       {"capture --display m", "main"},
+                                                       {"capture --display ''", "main 0 1"},
+                                                       {"raw --format j", "jpg"},
+                                                       {"displays --j", "--json"}};
+  for (const auto& [line, completed] : cases) {
+    const std::string script =
+        std::string(". " QRV_SOURCE_DIR
+                    "/packaging/completions/qrvshot.bash; COMP_WORDS=(" QRV_BUILD_DIR "/qrvshot ") +
+        line +
+        "); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _qrvshot "
+        "${COMP_WORDS[0]}; echo ${COMPREPLY[*]}";
+    const Outcome outcome =
+        testing::RunProgram({"bash", "-c", script}, [&] { return Prepare(folder); });
+    EXPECT_EQ(outcome.output, std::string(completed) + "\n") << line << outcome.errors;
+  }
+}
+
 }  // namespace
 }  // namespace qrv::cli

@@ -66,6 +66,21 @@ TEST_P(OutputFileOf, AppearsOnlyWhenCommitted) {
   EXPECT_EQ(folder_.Count(), 2U);
 }
 
+TEST_P(OutputFileOf, TakesTheNextFreeNameWhereItReplacesNothing) {
+  EXPECT_EQ(StatusOf([&] {
+              for (const char* name : {"a-2.png", "a-3.png"}) {
+                OutputFile file(file_, Existing::kKeep);
+                file.Write("new", 3);
+                file.Commit();
+                if (file.Name() != folder_.File(name)) return 2;
+              }
+              return 0;
+            }),
+            0);
+  EXPECT_EQ(folder_.Read("a.png") + folder_.Read("a-3.png"), "oldnew");
+  EXPECT_EQ(folder_.Count(), 3U);
+}
+
 TEST_P(OutputFileOf, LeavesNothingWhenASignalEndsTheProcess) {
   for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGKILL}) {
     if (signal == SIGKILL && GetParam()) continue;

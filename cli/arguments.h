@@ -17,7 +17,7 @@ namespace qrv::cli {
 struct Arguments;
 
 // The commands. Each throws Failure.
-void Capture(const Arguments& arguments);  // a display or a rectangle, into an image file
+void Capture(const Arguments& arguments);  // the desktop or a part of it, into image files
 void ShowDisplays(const Arguments& arguments);
 void ShowMethods(const Arguments& arguments);  // that the plug-in offers
 void WriteRaw(const Arguments& arguments);     // a display's raw pixels, into a file
@@ -39,6 +39,12 @@ inline constexpr Strategy kStrategies[] = {
     {"quickdraw", "10.4", runtime::kQuickDraw},
 };
 
+// Several captures, one after the other.
+struct Series {
+  int32_t count = 1;
+  int32_t interval = 1000;  // milliseconds from the start of one to that of the next
+};
+
 struct Arguments {
   Command command = Capture;
 
@@ -48,15 +54,20 @@ struct Arguments {
   std::string desktop;        // empty: as the environment says
   std::string systemVersion;  // empty: as the environment says
 
-  // For those that have them.
-  std::optional<int32_t> display;
-  std::optional<Rect> rect;
-  bool inUnits = false;  // one pixel a unit, whatever the displays' density
-  std::optional<Size> size;
+  // What is captured. Neither display nor rectangle: the whole desktop.
+  std::string display;       // as the user calls it; empty: none is chosen
+  std::optional<Rect> rect;  // in the desktop's own coordinates
+  bool inUnits = false;      // one pixel a unit, whatever the displays' density
+  std::optional<Size> size;  // a side of 0 follows the other one
+  std::optional<double> percent;
   const Strategy* strategy = nullptr;
-  std::string output;
-  ImageFormat format = ImageFormat::kPng;
-  std::optional<int> compression;
+  double delay = 0;  // seconds
+  std::optional<Series> series;
+
+  // Where it goes.
+  std::string output;  // empty, or a folder: a name by date and time
+  Encoding encoding;
+  bool copies = false;  // to the clipboard; without an output nowhere else
   bool json = false;
 
   // Of from-raw.

@@ -1,81 +1,40 @@
+#include <chrono>
+#include <memory>
 #include <string>
+#include <thread>
 
 #include "cli/arguments.h"
+#include "cli/clipboard.h"
 #include "cli/dense_rect.h"
 #include "cli/desktop_choice.h"
 #include "cli/failure.h"
+#include "cli/file_names.h"
 #include "cli/image_file.h"
+#include "cli/report.h"
+#include "cli/shot.h"
 #include "cli/start_host.h"
+#include "cli/terminal.h"
 #include "runtime/desktop_view.h"
 
 namespace qrv::cli {
 
 namespace {
 
+using Clock = std::chrono::steady_clock;
 using runtime::DisplayInfo;
 using runtime::Host;
+using Displays = std::vector<DisplayInfo>;
 namespace methods = runtime::methods;
 
-Owned<REALpictureStruct> TakePicture(Host& host, const Arguments& arguments) {
-  if (arguments.rect) {
-    const Rect& rect = *arguments.rect;
-    if (arguments.size) {
-      return CallMethod(host, methods::kScreenshotRectScaled, rect.left, rect.top, rect.width,
-                        rect.height, arguments.size->width, arguments.size->height);
-    }
-    return CallMethod(host, methods::kScreenshotRect, rect.left, rect.top, rect.width, rect.height);
-  }
-  if (arguments.display) return CallMethod(host, methods::kScreenshotDisplay, *arguments.display);
-  return CallMethod(host, methods::kScreenshot);
-}
-
-std::string Subject(const Arguments& arguments) {
-  std::string subject = "the main display";
-  if (arguments.rect) {
-    const Rect& rect = *arguments.rect;
-    subject = "the rectangle " + std::to_string(rect.left) + "," + std::to_string(rect.top) + "," +
-              std::to_string(rect.width) + "," + std::to_string(rect.height);
-    if (arguments.size) {
-      subject += " (scaled to " + std::to_string(arguments.size->width) + "x" +
-                 std::to_string(arguments.size->height) + ")";
-    }
-  } else if (arguments.display) {
-    subject = "display " + std::to_string(*arguments.display);
-  }
-  return subject + " of " + DesktopName();
-}
-
-bool IsUsableSize(int32_t width, int32_t height) {
-  constexpr int64_t kTooManyPixels = (int64_t{1} << 31) / 4;
-  return width >= 1 && height >= 1 && width <= runtime::kMaximumPictureSide &&
-         height <= runtime::kMaximumPictureSide && int64_t{width} * height < kTooManyPixels;
-}
-
-// The strategy whose functions are a library of its own.
-bool NeedsQuickDraw(const Arguments& arguments) {
-  return arguments.size ||
-         (arguments.strategy != nullptr && arguments.strategy->bit == runtime::kQuickDraw);
-}
-
 // The first display whose pixels only a display image can deliver, or null.
-const DisplayInfo* DisplayOfOddDepth(const std::vector<DisplayInfo>& displays) {
+const DisplayInfo* DisplayOfOddDepth(const Displays& displays) {
   for (const DisplayInfo& display : displays) {
     if (display.bitsPerPixel < 24) return &display;
   }
   return nullptr;
 }
 
-std::string WhyNothing(const Arguments& arguments, const std::vector<DisplayInfo>& displays) {
-  const std::string limits =
-      "width and height must lie in 1 to 32767, and 4 bytes a pixel be less than 2^31 bytes; "
-      "correct ";
-  if (arguments.size && !IsUsableSize(arguments.size->width, arguments.size->height)) {
-    return "The new " + limits + "--size.";
-  }
-  if (arguments.rect && !arguments.size &&
-      !IsUsableSize(arguments.rect->width, arguments.rect->height)) {
-    return "Its " + limits + "--rect.";
-  }
+std::string WhyNothing(const Shot& shot, const Displays& displays) {
   const std::string problem = runtime::DesktopProblem();
   if (!problem.empty()) return "The reason: " + problem + ". Try again.";
   const DisplayInfo* odd = DisplayOfOddDepth(displays);
@@ -84,7 +43,7 @@ std::string WhyNothing(const Arguments& arguments, const std::vector<DisplayInfo
            " bits per pixel, which OpenGL does not read, and QuickDraw only at 8, 24 and 32; try "
            "--strategy display-image.";
   }
-  if (NeedsQuickDraw(arguments)) {
+  if (shot.isScaled || IsSystemVersionChosen()) {
     return "QuickDraw may be missing, the file "
            "Frameworks/ApplicationServices.framework/ApplicationServices beside "
            "libScreenshotPlatform.so, or there is too little memory; install it again, or try a "
@@ -93,50 +52,127 @@ std::string WhyNothing(const Arguments& arguments, const std::vector<DisplayInfo
   return "There may be too little memory; try a smaller part of the desktop.";
 }
 
-// Throws when another strategy than the wanted one has delivered pixels. None has when the
-// rectangle meets no display.
-void RequireStrategy(const Arguments& arguments) {
-  const unsigned used = runtime::TakeStrategiesUsed();
-  const Strategy* wanted = arguments.strategy;
-  if (wanted == nullptr || (used & ~wanted->bit) == 0) return;
-  std::string others;
-  for (const Strategy& strategy : kStrategies) {
-    if (&strategy != wanted && (used & strategy.bit) != 0) {
-      others += (others.empty() ? "" : ", ") + std::string(strategy.name);
-    }
+// The names of the strategies in a mask, but for one.
+std::string StrategyNames(unsigned used, const Strategy* other = nullptr) {
+  std::string names;
+  for (const Strategy& each : kStrategies) {
+    if (&each == other || (used & each.bit) == 0) continue;
+    names += (names.empty() ? "" : ", ") + std::string(each.name);
   }
+  return names;
+}
+
+// Throws when another strategy than the wanted one has delivered pixels.
+void RequireStrategy(const Strategy* wanted, unsigned used, const Shot& shot) {
+  if (wanted == nullptr || (used & ~wanted->bit) == 0) return;
   throw Failure(kNothingCaptured, "The strategy " + std::string(wanted->name) + " can't capture " +
-                                      Subject(arguments) + "; " + others +
+                                      shot.subject + "; " + StrategyNames(used, wanted) +
                                       " can. Try that, or leave --strategy out.");
 }
 
-void Write(const Rows& rows, const Arguments& arguments) {
-  WriteImage(rows, arguments.output, arguments.format, arguments.compression);
-  ReportImage(arguments.output, rows, DesktopName());
+// A picture as it was captured, with what it is read from.
+struct Captured {
+  std::shared_ptr<const Owned<REALpictureStruct>> picture;
+  Rows rows;
+  std::string method;
+};
+
+class Capturer {
+ public:
+  Capturer(Host& host, const Arguments& arguments) : host_(host), arguments_(arguments) {}
+
+  void CaptureInto(const FileName& name);
+
+ private:
+  Captured Take(const Shot& shot, const Displays& displays);
+  template <typename Method, typename... Values>
+  Captured Call(const Shot& shot, const Displays& displays, const Method& method, Values... values);
+  void Deliver(const Captured& captured, const FileName& name, double milliseconds, unsigned used);
+
+  Host& host_;
+  const Arguments& arguments_;
+};
+
+template <typename Method, typename... Values>
+Captured Capturer::Call(const Shot& shot, const Displays& displays, const Method& method,
+                        Values... values) {
+  const std::shared_ptr<const Owned<REALpictureStruct>> picture(
+      new Owned<REALpictureStruct>(CallMethod(host_, method, values...)));
+  if (picture->Get() == nullptr) {
+    throw Failure(kNothingCaptured, "The capture of " + shot.subject + " yielded nothing. " +
+                                        WhyNothing(shot, displays));
+  }
+  RequirePixels(shot.subject);
+  const std::string declaration = method.declaration;
+  return {picture, RowsOf(picture->Get()), declaration.substr(0, declaration.find_first_of("( "))};
+}
+
+Captured Capturer::Take(const Shot& shot, const Displays& displays) {
+  const Rect& area = shot.area;
+  if (shot.isScaled) {
+    return Call(shot, displays, methods::kScreenshotRectScaled, area.left, area.top, area.width,
+                area.height, shot.pixels.width, shot.pixels.height);
+  }
+  if (shot.display) {
+    Captured captured = Call(shot, displays, methods::kScreenshotDisplay, *shot.display);
+    captured.rows.density = shot.density;
+    return captured;
+  }
+  if (shot.density != 1) {
+    return {nullptr, CaptureDenseRect(host_, displays, area, shot.subject), "ScreenshotDisplayQRV"};
+  }
+  return Call(shot, displays, methods::kScreenshotRect, area.left, area.top, area.width,
+              area.height);
+}
+
+void Capturer::Deliver(const Captured& captured, const FileName& name, double milliseconds,
+                       unsigned used) {
+  const Rows& rows = captured.rows;
+  CaptureReport report{"", DesktopName(), captured.method, StrategyNames(used), milliseconds};
+  FILE* const stream = ReportStream(name.path);
+  if (arguments_.copies) {
+    CopyImage(rows, FindClipboardProgram());
+    if (!arguments_.json) ReportImage("the clipboard", rows, report.desktop, stream);
+  }
+  if (!arguments_.copies || !arguments_.output.empty()) {
+    report.file = WriteImage(rows, arguments_.encoding, name.path, name.existing);
+    if (!arguments_.json) ReportImage(report.file, rows, report.desktop, stream);
+  }
+  if (arguments_.json) ReportCapture(report, rows, stream);
+}
+
+void Capturer::CaptureInto(const FileName& name) {
+  const Clock::time_point start = Clock::now();
+  const Displays displays = RequireDisplays();
+  const Shot shot = ChooseShot(arguments_, displays);
+  runtime::TakeStrategiesUsed();
+  const Captured captured = Take(shot, displays);
+  const std::chrono::duration<double, std::milli> duration = Clock::now() - start;
+  const unsigned used = runtime::TakeStrategiesUsed();
+  RequireStrategy(arguments_.strategy, used, shot);
+  Deliver(captured, name, duration.count(), used);
+}
+
+// What can be known to be wrong is told of before anybody waits.
+void RequireAll(const Arguments& arguments) {
+  ChooseShot(arguments, RequireDisplays());
+  if (arguments.copies) FindClipboardProgram();
 }
 
 }  // namespace
 
 void Capture(const Arguments& arguments) {
+  RequireNoTerminal(arguments.output);
   const auto host = StartHost(arguments);
-  const std::vector<DisplayInfo> displays = RequireDisplays();
-  if (!arguments.rect) RequireDisplay(displays, arguments.display);
-  runtime::TakeStrategiesUsed();
-  if (arguments.rect && !arguments.size && !arguments.inUnits &&
-      MeetsDenseDisplay(displays, *arguments.rect)) {
-    const Rows rows = CaptureDenseRect(*host, displays, *arguments.rect, Subject(arguments));
-    RequireStrategy(arguments);
-    Write(rows, arguments);
-    return;
+  if (arguments.delay > 0) RequireAll(arguments);
+  Wait(arguments.delay);
+  const Series series = arguments.series.value_or(Series{});
+  Clock::time_point next = Clock::now();
+  for (int32_t number = 1; number <= series.count; ++number) {
+    std::this_thread::sleep_until(next);
+    next = std::max(next + std::chrono::milliseconds(series.interval), Clock::now());
+    Capturer(*host, arguments).CaptureInto(ChooseFileName(arguments, number));
   }
-  const Owned picture = TakePicture(*host, arguments);
-  if (picture.Get() == nullptr) {
-    throw Failure(kNothingCaptured, "The capture of " + Subject(arguments) + " yielded nothing. " +
-                                        WhyNothing(arguments, displays));
-  }
-  RequirePixels(Subject(arguments));
-  RequireStrategy(arguments);
-  Write(RowsOf(picture.Get()), arguments);
 }
 
 }  // namespace qrv::cli

@@ -47,6 +47,8 @@ class DenseRect {
   int32_t Width() const { return static_cast<int32_t>(std::lround(rect_.width * density_)); }
   int32_t Height() const { return static_cast<int32_t>(std::lround(rect_.height * density_)); }
 
+  double Density() const { return density_; }
+
   // Rows are read by several threads.
   void ReadRow(int32_t y, uint8_t* rgba) const {
     static constexpr uint8_t kBlack[4] = {0, 0, 0, 255};
@@ -79,12 +81,6 @@ class DenseRect {
 
 }  // namespace
 
-bool MeetsDenseDisplay(const std::vector<DisplayInfo>& displays, const Rect& rect) {
-  return std::any_of(displays.begin(), displays.end(), [&](const DisplayInfo& each) {
-    return Meets(each, rect) && (each.pixelWidth != each.width || each.pixelHeight != each.height);
-  });
-}
-
 Rows CaptureDenseRect(Host& host, const std::vector<DisplayInfo>& displays, const Rect& rect,
                       const std::string& subject) {
   std::vector<Share> shares;
@@ -105,14 +101,8 @@ Rows CaptureDenseRect(Host& host, const std::vector<DisplayInfo>& displays, cons
     shares.push_back({display, picture, density});
   }
   const auto dense = std::make_shared<const DenseRect>(std::move(shares), rect);
-  if (std::max(dense->Width(), dense->Height()) > runtime::kMaximumPictureSide) {
-    throw Failure(kNothingCaptured, "The picture of " + subject + " would be " +
-                                        std::to_string(dense->Width()) + "x" +
-                                        std::to_string(dense->Height()) +
-                                        " pixels; 32767 a side is the most. Try --units.");
-  }
   return {dense->Width(), dense->Height(), hasTransparency,
-          [dense](int32_t y, uint8_t* rgba) { dense->ReadRow(y, rgba); }};
+          [dense](int32_t y, uint8_t* rgba) { dense->ReadRow(y, rgba); }, dense->Density()};
 }
 
 }  // namespace qrv::cli

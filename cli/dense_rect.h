@@ -12,12 +12,9 @@
 
 namespace qrv::cli {
 
-// Whether the rectangle, in units, meets a display with other than one pixel a unit.
-bool MeetsDenseDisplay(const std::vector<runtime::DisplayInfo>& displays, const Rect& rect);
-
-// The rectangle at the density of the densest display that it meets, cut and composed of whole
-// displays; those that are less dense are enlarged to the nearest pixel. What lies on no display is
-// black. Throws Failure, naming `subject`.
+// The rectangle, in units from the main display's corner, at the density of the densest display
+// that it meets, cut and composed of whole displays; those that are less dense are enlarged to the
+// nearest pixel. What lies on no display is black. Throws Failure, naming `subject`.
 Rows CaptureDenseRect(runtime::Host& host, const std::vector<runtime::DisplayInfo>& displays,
                       const Rect& rect, const std::string& subject);
 

@@ -3,8 +3,11 @@
 #include <stdio.h>
 #include <stdlib.h>
 
+#include <algorithm>
+
 #include "cli/failure.h"
 #include "cli/parse_values.h"
+#include "cli/terminal.h"
 
 namespace qrv::cli {
 
@@ -39,8 +42,9 @@ bool IsSystemVersionChosen() { return !Environment(kSystemVersionVariable).empty
 std::vector<runtime::DisplayInfo> RequireDisplays() {
   const auto displays = runtime::ListDisplays();
   if (!displays) {
-    throw Failure(kNothingCaptured, "There is no desktop to capture: " + runtime::DesktopProblem() +
-                                        ". " + runtime::DesktopAdvice());
+    throw Failure(runtime::DesktopChoiceIsWrong() ? kWrongUsage : kNothingCaptured,
+                  "There is no desktop to capture: " + runtime::DesktopProblem() + ". " +
+                      runtime::DesktopAdvice());
   }
   if (displays->empty()) {
     throw Failure(kNothingCaptured, "There is no display on " + runtime::DesktopName() + ".");
@@ -48,25 +52,31 @@ std::vector<runtime::DisplayInfo> RequireDisplays() {
   return *displays;
 }
 
-void RequireDisplay(const std::vector<runtime::DisplayInfo>& displays,
-                    std::optional<int32_t> index) {
-  const int32_t wanted = index.value_or(0);
-  const size_t count = displays.size();
-  if (wanted < 0 || static_cast<size_t>(wanted) >= count) {
-    const std::string valid = count == 1 ? "only index 0" : "0 to " + std::to_string(count - 1);
-    throw Failure(kNothingCaptured, "There is no display " + std::to_string(wanted) + " on " +
-                                        runtime::DesktopName() + ", which has " +
-                                        std::to_string(count) +
-                                        (count == 1 ? " display" : " displays") + ": try " + valid +
-                                        " (see `qrvshot displays`).");
+int32_t ResolveDisplay(const std::vector<runtime::DisplayInfo>& displays, const std::string& name) {
+  if (name == "main") return 0;
+  const std::optional<int32_t> index = ParseInteger(name);
+  if (!index || *index < 0) {
+    throw Failure(kWrongUsage, "--display " + name +
+                                   " is neither an index, from 0, nor main. `qrvshot displays` "
+                                   "lists the displays.");
   }
+  const size_t usable = std::min(displays.size(), runtime::kMaximumDisplays);
+  const auto wanted = static_cast<size_t>(*index);
+  if (wanted < usable) return *index;
+  const std::string count = std::to_string(displays.size());
+  const std::string valid = usable == 1 ? "only 0" : "0 to " + std::to_string(usable - 1);
+  throw Failure(kNothingCaptured,
+                (wanted < displays.size()
+                     ? "Display " + name + " of " + count + " on " + runtime::DesktopName() +
+                           " is beyond the first 32, which are all that can be captured"
+                     : "There is no display " + name + " on " + runtime::DesktopName() +
+                           ", which has " + count + (usable == 1 ? " display" : " displays")) +
+                    ": try " + valid + " (see `qrvshot displays`).");
 }
 
 void RequirePixels(const std::string& subject) {
   const std::string note = runtime::DesktopNote();
-  if (!note.empty()) {
-    fprintf(stderr, "qrvshot: %s\n", note.c_str());
-  }
+  if (!note.empty() && !IsQuiet()) fprintf(stderr, "qrvshot: %s\n", note.c_str());
   const std::string problem = runtime::DesktopProblem();
   if (!problem.empty()) {
     throw Failure(kNothingCaptured,

@@ -21,9 +21,8 @@ using runtime::DesktopName;
 // The displays of the desktop. Throws Failure when there are none, saying why.
 std::vector<runtime::DisplayInfo> RequireDisplays();
 
-// Throws Failure unless there is a display of that index, or no index.
-void RequireDisplay(const std::vector<runtime::DisplayInfo>& displays,
-                    std::optional<int32_t> index);
+// The index of the display that the user calls so. Throws Failure when there is none.
+int32_t ResolveDisplay(const std::vector<runtime::DisplayInfo>& displays, const std::string& name);
 
 // Throws Failure when the desktop failed in the capture that has just been made: its result lacks a
 // display then, which is black in it.

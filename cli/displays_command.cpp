@@ -18,7 +18,8 @@ double Density(const DisplayInfo& display) {
 
 void PrintLine(size_t index, const DisplayInfo& display) {
   printf("%zu  id %u  %dx%d  at %d,%d  %d bits per pixel", index, display.id, display.width,
-         display.height, display.x, display.y, display.bitsPerPixel);
+         display.height, display.x + display.offsetX, display.y + display.offsetY,
+         display.bitsPerPixel);
   if (display.pixelWidth != display.width || display.pixelHeight != display.height) {
     printf("  %dx%d pixels, %g a unit", display.pixelWidth, display.pixelHeight, Density(display));
   }
@@ -27,10 +28,12 @@ void PrintLine(size_t index, const DisplayInfo& display) {
 
 void PrintJson(size_t index, const DisplayInfo& display) {
   printf(
-      "%s\n  {\"index\": %zu, \"id\": %u, \"x\": %d, \"y\": %d, \"width\": %d, \"height\": %d, "
+      "%s\n  {\"index\": %zu, \"id\": %u, \"x\": %d, \"y\": %d, \"fromMainX\": %d, \"fromMainY\": "
+      "%d, \"width\": %d, \"height\": %d, "
       "\"pixelWidth\": %d, \"pixelHeight\": %d, \"density\": %g, \"bitsPerPixel\": %d, \"main\": "
       "%s}",
-      index == 0 ? "" : ",", index, display.id, display.x, display.y, display.width, display.height,
+      index == 0 ? "" : ",", index, display.id, display.x + display.offsetX,
+      display.y + display.offsetY, display.x, display.y, display.width, display.height,
       display.pixelWidth, display.pixelHeight, Density(display), display.bitsPerPixel,
       display.isMain ? "true" : "false");
 }

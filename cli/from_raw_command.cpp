@@ -9,7 +9,9 @@
 
 #include "cli/arguments.h"
 #include "cli/failure.h"
+#include "cli/file_names.h"
 #include "cli/image_file.h"
+#include "cli/report.h"
 #include "cli/start_host.h"
 
 namespace qrv::cli {
@@ -26,13 +28,6 @@ struct FileCloser {
 
 [[noreturn]] void FailNumber(const std::string& message) { throw Failure(kWrongUsage, message); }
 
-void RequireSide(const char* option, int32_t side) {
-  if (side < 1 || side > runtime::kMaximumPictureSide) {
-    FailNumber(std::string(option) + " " + std::to_string(side) +
-               " is wrong: a picture has 1 to 32767 pixels a side.");
-  }
-}
-
 // The whole rows in that many bytes, in words.
 std::string CountRows(int64_t bytes, int32_t rowBytes) {
   const int64_t rows = bytes / rowBytes;
@@ -42,8 +37,6 @@ std::string CountRows(int64_t bytes, int32_t rowBytes) {
 
 // The bytes that the three numbers ask for.
 int64_t RequireNumbers(const Arguments& arguments) {
-  RequireSide("--width", arguments.width);
-  RequireSide("--height", arguments.height);
   if (arguments.rowBytes < arguments.width * 4) {
     FailNumber("--row-bytes " + std::to_string(arguments.rowBytes) + " is too small: a row of " +
                std::to_string(arguments.width) + " pixels takes at least " +
@@ -96,6 +89,7 @@ std::string ReadBytes(const std::string& path, const std::string& name, size_t w
 }  // namespace
 
 void ConvertRaw(const Arguments& arguments) {
+  RequireNoTerminal(arguments.output);
   const int64_t needed = RequireNumbers(arguments);
   const std::string name = arguments.input == "-" ? "standard input" : arguments.input;
   const std::string bytes = ReadBytes(arguments.input, name, static_cast<size_t>(needed));
@@ -111,8 +105,9 @@ void ConvertRaw(const Arguments& arguments) {
                                         "try fewer rows.");
   }
   const Rows rows = RowsOf(picture.Get());
-  WriteImage(rows, arguments.output, arguments.format, arguments.compression);
-  ReportImage(arguments.output, rows, name);
+  const FileName file = ChooseFileName(arguments, 1);
+  ReportImage(WriteImage(rows, arguments.encoding, file.path, file.existing), rows, name,
+              ReportStream(file.path));
 }
 
 }  // namespace qrv::cli

@@ -1,9 +1,12 @@
 #include "cli/image_file.h"
 
+#include <algorithm>
 #include <vector>
 
-#include "cli/output_file.h"
+#include "cli/failure.h"
+#include "cli/write_jpeg.h"
 #include "cli/write_png.h"
+#include "cli/write_webp.h"
 #include "runtime/host.h"
 
 namespace qrv::cli {
@@ -26,7 +29,7 @@ bool HasTransparency(const Rows& rows) {
 }
 
 // Uncompressed, without transparency.
-void WritePpm(const Rows& rows, OutputFile& file) {
+void WritePpm(const Rows& rows, const Encoding& /*encoding*/, OutputFile& file) {
   const std::string header =
       "P6\n" + std::to_string(rows.width) + " " + std::to_string(rows.height) + "\n255\n";
   file.Write(header.data(), header.size());
@@ -59,21 +62,28 @@ void PackRgb(uint8_t* row, int32_t width) {
   }
 }
 
-void WriteImage(const Rows& rows, const std::string& path, ImageFormat format,
-                std::optional<int> compression) {
-  OutputFile file(path);
-  if (format == ImageFormat::kPng) {
-    WritePng(rows, compression, file);
-  } else {
-    WritePpm(rows, file);
-  }
-  file.Commit();
-}
+const ImageFormat kImageFormats[] = {
+    {"png", true, false, runtime::kMaximumPictureSide, WritePng},
+    {"jpg", false, true, runtime::kMaximumPictureSide, WriteJpeg},
+    {"jpeg", false, true, runtime::kMaximumPictureSide, WriteJpeg},
+    {"webp", true, true, kMaximumWebpSide, WriteWebp},
+    {"ppm", false, false, runtime::kMaximumPictureSide, WritePpm},
+};
 
-void ReportImage(const std::string& path, const Rows& rows, const std::string& source) {
-  const std::string name = path == "-" ? "standard output" : path;
-  fprintf(ReportStream(path), "%s: %dx%d pixels of %s\n", name.c_str(), rows.width, rows.height,
-          source.c_str());
+std::string WriteImage(const Rows& rows, const Encoding& encoding, const std::string& path,
+                       Existing existing) {
+  const ImageFormat& format = *encoding.format;
+  if (std::max(rows.width, rows.height) > format.maximumSide) {
+    throw Failure(kNothingCaptured, "A " + std::string(format.name) + " file has " +
+                                        std::to_string(format.maximumSide) +
+                                        " pixels a side at most, and these are " +
+                                        std::to_string(rows.width) + "x" +
+                                        std::to_string(rows.height) + ". Choose another format.");
+  }
+  OutputFile file(path, existing);
+  format.write(rows, encoding, file);
+  file.Commit();
+  return file.Name();
 }
 
 }  // namespace qrv::cli

@@ -9,6 +9,8 @@
 
 #include <screenshotqrv/host.h>
 
+#include "cli/output_file.h"
+
 namespace qrv::cli {
 
 // A picture as its rows, which is how image files are written.
@@ -18,6 +20,7 @@ struct Rows {
   bool hasTransparency = false;
   // Stores row `y` as width x 4 bytes: red, green, blue, alpha (255 opaque).
   std::function<void(int32_t y, uint8_t* rgba)> read;
+  double density = 1;  // pixels a unit
 };
 
 // The rows of a host picture, which must outlive them.
@@ -26,15 +29,30 @@ Rows RowsOf(const REALpictureStruct* picture);
 // Drops the alpha of a row, in place: 3 bytes a pixel from its start.
 void PackRgb(uint8_t* row, int32_t width);
 
-enum class ImageFormat { kPng, kPpm };
+struct Encoding;
 
-// Writes the whole file or leaves what was there; "-" is standard output. `compression` is for PNG.
-// Throws Failure.
-void WriteImage(const Rows& rows, const std::string& path, ImageFormat format,
-                std::optional<int> compression);
+struct ImageFormat {
+  const char* name;  // of --format and of the files
+  bool hasCompression;
+  bool hasQuality;
+  int32_t maximumSide;  // pixels
+  void (*write)(const Rows& rows, const Encoding& encoding, OutputFile& file);
+};
 
-// Prints one line: the file, its size and what it shows.
-void ReportImage(const std::string& path, const Rows& rows, const std::string& source);
+inline constexpr int kImageFormatCount = 5;
+extern const ImageFormat kImageFormats[kImageFormatCount];  // the first one is the default
+
+// How a picture is stored. Without numbers: what suits screenshots.
+struct Encoding {
+  const ImageFormat* format = kImageFormats;
+  std::optional<int32_t> compression;  // 0 (fastest) to 9 (smallest file)
+  std::optional<int32_t> quality;      // 1 to 100
+};
+
+// Writes the whole file or leaves what was there; "-" is standard output. The name that the file
+// has. Throws Failure.
+std::string WriteImage(const Rows& rows, const Encoding& encoding, const std::string& path,
+                       Existing existing);
 
 }  // namespace qrv::cli
 

@@ -10,12 +10,14 @@
 #include "cli/arguments.h"
 #include "cli/desktop_choice.h"
 #include "cli/failure.h"
+#include "cli/terminal.h"
 
 namespace {
 
 int Fail(qrv::cli::ExitCode code, const char* message) {
   fflush(stdout);
-  fprintf(stderr, "qrvshot: %s\n", message);
+  const std::string name = qrv::cli::Emphasised(stderr, qrv::cli::Emphasis::kAlarm, "qrvshot:");
+  fprintf(stderr, "%s %s\n", name.c_str(), message);
   return code;
 }
 

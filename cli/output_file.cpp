@@ -11,7 +11,9 @@
 #include <utility>
 
 #include "cli/failure.h"
+#include "cli/file_names.h"
 #include "cli/pending_file.h"
+#include "cli/terminal.h"
 
 namespace qrv::cli {
 
@@ -63,7 +65,7 @@ const char* Advice(int error) {
 
 Progress::Progress(std::string what)
     : what_(std::move(what)),
-      wanted_(isatty(STDERR_FILENO) != 0),
+      wanted_(IsTerminal(stderr) && !IsQuiet()),
       next_(Clock::now() + kFirstProgress) {}
 
 Progress::~Progress() {
@@ -78,9 +80,19 @@ void Progress::Show(int64_t done, int64_t total) {
           static_cast<int>(done * 100 / total));
 }
 
-OutputFile::OutputFile(const std::string& path)
-    : shownPath_(path == "-" ? "standard output" : path), path_(path), progress_(path) {
-  const int descriptor = Open();
+OutputFile::OutputFile(const std::string& path, Existing existing)
+    : name_(path == "-" ? "standard output" : path),
+      path_(path),
+      existing_(existing),
+      progress_(path) {
+  UseDescriptor(Open());
+}
+
+OutputFile::OutputFile(int descriptor, const std::string& name) : name_(name), progress_(name) {
+  UseDescriptor(descriptor);
+}
+
+void OutputFile::UseDescriptor(int descriptor) {
   file_ = descriptor < 0 ? nullptr : fdopen(descriptor, "wb");
   if (file_ == nullptr) {
     const int error = errno;
@@ -96,6 +108,7 @@ OutputFile::~OutputFile() {
 }
 
 int OutputFile::Open() {
+  if (existing_ == Existing::kKeep) return OpenPending();
   if (path_ == "-") return dup(STDOUT_FILENO);
   path_ = FollowLinks(path_).string();
   struct stat status = {};
@@ -105,7 +118,8 @@ int OutputFile::Open() {
 
 int OutputFile::OpenPending() {
   // A file that may not be written to is not replaced either.
-  if (access(path_.c_str(), F_OK) == 0 && access(path_.c_str(), W_OK) != 0) return -1;
+  const bool replaces = existing_ == Existing::kReplace && access(path_.c_str(), F_OK) == 0;
+  if (replaces && access(path_.c_str(), W_OK) != 0) return -1;
   const int descriptor = CreatePendingFile(path_);
   isPending_ = descriptor >= 0;
   return descriptor;
@@ -119,13 +133,24 @@ void OutputFile::Commit() {
   const int error = Close();
   if (error != 0) Fail(error);
   if (!isPending_) return;
+  if (existing_ == Existing::kKeep ? !TakeFreeName() : !SettlePendingFile(path_.c_str())) {
+    Fail(errno);
+  }
   isPending_ = false;
-  if (!SettlePendingFile(path_.c_str())) Fail(errno);
+}
+
+bool OutputFile::TakeFreeName() {
+  const std::string wanted = name_;
+  for (int number = 2; !NamePendingFile(name_.c_str()); ++number) {
+    if (errno != EEXIST) return false;
+    name_ = WithSuffix(wanted, std::to_string(number));
+  }
+  return true;
 }
 
 void OutputFile::Fail(int error) const {
   throw Failure(kCouldNotReadOrWrite,
-                shownPath_ + " could not be written: " + strerror(error) + ". " + Advice(error));
+                name_ + " could not be written: " + strerror(error) + ". " + Advice(error));
 }
 
 // 0, or the errno of what could not be stored.
@@ -134,6 +159,11 @@ int OutputFile::Close() noexcept {
   return file != nullptr && fclose(file) != 0 ? errno : 0;
 }
 
-FILE* ReportStream(const std::string& output) { return output == "-" ? stderr : stdout; }
+void RequireNoTerminal(const std::string& output) {
+  if (output != "-" || !IsTerminal(stdout)) return;
+  throw Failure(kWrongUsage,
+                "Standard output is a terminal. Send it to a file or another program, or name a "
+                "file with -o.");
+}
 
 }  // namespace qrv::cli

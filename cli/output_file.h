@@ -30,6 +30,10 @@ class Progress {
   Clock::time_point next_;  // when to show it
 };
 
+// What becomes of a file that has the name already: it is replaced, or the new one takes the next
+// free name, as name-2.png.
+enum class Existing { kReplace, kKeep };
+
 // Bytes go to a file in the target's folder that takes the target's name in Commit. Until then the
 // old file stays as it is; without Commit nothing is left of the new one, also when a signal ends
 // the process. A symbolic link stays, and its target is replaced.
@@ -37,7 +41,9 @@ class Progress {
 class OutputFile {
  public:
   // Throws Failure when it can't be made.
-  explicit OutputFile(const std::string& path);
+  explicit OutputFile(const std::string& path, Existing existing = Existing::kReplace);
+  // Writes to a descriptor, which it closes.
+  OutputFile(int descriptor, const std::string& name);
   ~OutputFile();
   OutputFile(const OutputFile&) = delete;
   OutputFile& operator=(const OutputFile&) = delete;
@@ -48,6 +54,9 @@ class OutputFile {
   // Throws Failure when anything written could not be stored.
   void Commit();
 
+  // The file's name, as the user wrote it or as it became.
+  const std::string& Name() const { return name_; }
+
   // How much of all that is to be written has been, for a person who waits.
   void ShowProgress(int64_t done, int64_t total) { progress_.Show(done, total); }
 
@@ -55,17 +64,21 @@ class OutputFile {
   [[noreturn]] void Fail(int error) const;
   int Open();
   int OpenPending();
+  void UseDescriptor(int descriptor);
+  bool TakeFreeName();
   int Close() noexcept;
 
-  std::string shownPath_;   // as the user wrote it
-  std::string path_;        // with links resolved
+  std::string name_;
+  std::string path_;  // with links resolved
+  Existing existing_ = Existing::kReplace;
   bool isPending_ = false;  // else written directly
   FILE* file_ = nullptr;
   Progress progress_;
 };
 
-// Where to report on a file: standard output, or standard error when the file itself goes there.
-FILE* ReportStream(const std::string& output);
+// Throws Failure when the output is standard output and that is a terminal, to which bytes say
+// nothing.
+void RequireNoTerminal(const std::string& output);
 
 }  // namespace qrv::cli
 

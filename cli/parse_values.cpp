@@ -16,40 +16,55 @@ std::optional<Number> ParseNumber(std::string_view text) {
   return error == std::errc() && stop == end ? std::optional(number) : std::nullopt;
 }
 
-// Fills exactly `count` numbers from text that has one separator between each two.
-bool ParseList(std::string_view text, char separator, int32_t* numbers, size_t count) {
-  for (size_t index = 0; index < count; ++index) {
-    const bool last = index + 1 == count;
-    const size_t length = last ? text.size() : text.find(separator);
+// Fills numbers from text that has these separators between each two.
+bool ParseList(std::string_view text, std::string_view separators, int32_t* numbers) {
+  for (const char separator : separators) {
+    const size_t length = text.find(separator);
     if (length == std::string_view::npos) return false;
     const std::optional<int32_t> number = ParseInteger(text.substr(0, length));
     if (!number) return false;
-    numbers[index] = *number;
-    text.remove_prefix(last ? length : length + 1);
+    *numbers++ = *number;
+    text.remove_prefix(length + 1);
   }
-  return true;
+  const std::optional<int32_t> last = ParseInteger(text);
+  *numbers = last.value_or(0);
+  return last.has_value();
 }
 
 }  // namespace
 
 std::optional<int32_t> ParseInteger(std::string_view text) { return ParseNumber<int32_t>(text); }
 
+std::optional<double> ParseDecimal(std::string_view text) {
+  const std::optional<double> number = ParseNumber<double>(text);
+  return number && std::isfinite(*number) && !std::signbit(*number) ? number : std::nullopt;
+}
+
+std::optional<double> ParsePercent(std::string_view text) {
+  if (!text.ends_with('%')) return std::nullopt;
+  const std::optional<double> percent = ParseDecimal(text.substr(0, text.size() - 1));
+  return percent && *percent > 0 ? percent : std::nullopt;
+}
+
 std::optional<Rect> ParseRect(std::string_view text) {
-  int32_t numbers[4];
-  return ParseList(text, ',', numbers, 4)
-             ? std::optional(Rect{numbers[0], numbers[1], numbers[2], numbers[3]})
-             : std::nullopt;
+  int32_t n[4];
+  if (ParseList(text, ",,,", n) || ParseList(text, ", x", n)) return Rect{n[0], n[1], n[2], n[3]};
+  if (ParseList(text, "x++", n)) return Rect{n[2], n[3], n[0], n[1]};
+  return std::nullopt;
 }
 
 std::optional<Size> ParseSize(std::string_view text) {
-  int32_t numbers[2];
-  return ParseList(text, 'x', numbers, 2) ? std::optional(Size{numbers[0], numbers[1]})
-                                          : std::nullopt;
-}
-
-std::optional<double> ParseHostVersion(std::string_view text) {
-  const std::optional<double> version = ParseNumber<double>(text);
-  return version && std::isfinite(*version) && *version >= 0 ? version : std::nullopt;
+  const size_t middle = text.find('x');
+  if (middle == std::string_view::npos || text.size() == 1) return std::nullopt;
+  Size size;
+  for (auto [side, digits] : {std::pair(&size.width, text.substr(0, middle)),
+                              std::pair(&size.height, text.substr(middle + 1))}) {
+    if (digits.empty()) continue;
+    const std::optional<int32_t> number = ParseInteger(digits);
+    if (!number || *number < 1) return std::nullopt;
+    *side = *number;
+  }
+  return size;
 }
 
 bool IsSystemVersion(std::string_view text) {

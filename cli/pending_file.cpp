@@ -134,6 +134,16 @@ bool Place(const char* target) {
   return pendingPath[0] == '\0' || rename(pendingPath, target) == 0;
 }
 
+bool PlaceUnlessTaken(const char* target) {
+  if (namelessFile >= 0) {
+    const DescriptorPath self(namelessFile);
+    return linkat(AT_FDCWD, self.path, AT_FDCWD, target, AT_SYMLINK_FOLLOW) == 0;
+  }
+  if (renameat2(AT_FDCWD, pendingPath, AT_FDCWD, target, RENAME_NOREPLACE) == 0) return true;
+  // Where the file system knows no such renaming, it knows links.
+  return errno == EINVAL && link(pendingPath, target) == 0 && unlink(pendingPath) == 0;
+}
+
 // What is left of a pending file that found no place.
 void Discard() {
   const int error = errno;
@@ -156,6 +166,14 @@ bool SettlePendingFile(const char* target) noexcept {
   pendingPath[0] = '\0';
   CloseNameless();
   return isPlaced || target == nullptr;
+}
+
+bool NamePendingFile(const char* target) noexcept {
+  const SignalsBlocked blocked;
+  if (!PlaceUnlessTaken(target)) return false;
+  pendingPath[0] = '\0';
+  CloseNameless();
+  return true;
 }
 
 }  // namespace qrv::cli

@@ -19,6 +19,10 @@ int CreatePendingFile(const std::string& target);
 // name; it is removed then.
 bool SettlePendingFile(const char* target) noexcept;
 
+// Gives the pending file its name if no file has it. False and errno when it can't have the name;
+// it stays pending then.
+bool NamePendingFile(const char* target) noexcept;
+
 }  // namespace qrv::cli
 
 #endif  // CLI_PENDING_FILE_H_

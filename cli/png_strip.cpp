@@ -19,7 +19,7 @@ enum Filter : uint8_t { kNone = 0, kAverage = 3 };
 // How a strip is stored. Measured at 3840 x 2160: of photographs the average filter leaves noise in
 // which the only matches worth having are runs, and looking for others takes twice as long for a
 // larger file; of windows and text unfiltered bytes repeat themselves most.
-struct Encoding {
+struct Deflation {
   Filter filter;
   int level;
   int strategy;
@@ -72,7 +72,7 @@ bool IsFlat(const Pixels& pixels) {
   return alike * 2 >= seen;
 }
 
-Encoding ChooseEncoding(const Pixels& pixels, std::optional<int> compression) {
+Deflation ChooseDeflation(const Pixels& pixels, std::optional<int> compression) {
   const int level = compression.value_or(kDefaultLevel);
   if (level == 0 || IsFlat(pixels)) return {kNone, level, Z_DEFAULT_STRATEGY};
   return {kAverage, level, Z_RLE};
@@ -103,13 +103,13 @@ Bytes FilterRows(const Pixels& pixels, Filter filter) {
   return filtered;
 }
 
-Bytes Deflate(Bytes& filtered, const Encoding& encoding, bool isLast) {
+Bytes Deflate(Bytes& filtered, const Deflation& deflation, bool isLast) {
   constexpr int kRawDeflate = -15;  // no header, a window of 32 KiB
   constexpr int kMostMemory = 9;
   constexpr size_t kFlushBytes = 16;  // of an empty block and the bits before it
   z_stream stream = {};
-  if (deflateInit2(&stream, encoding.level, Z_DEFLATED, kRawDeflate, kMostMemory,
-                   encoding.strategy) != Z_OK) {
+  if (deflateInit2(&stream, deflation.level, Z_DEFLATED, kRawDeflate, kMostMemory,
+                   deflation.strategy) != Z_OK) {
     throw std::bad_alloc();
   }
   const std::unique_ptr<z_stream, decltype(&deflateEnd)> end(&stream, deflateEnd);
@@ -128,10 +128,10 @@ Bytes Deflate(Bytes& filtered, const Encoding& encoding, bool isLast) {
 PngStrip MakePngStrip(const Rows& rows, int32_t first, int32_t end,
                       std::optional<int> compression) {
   const Pixels pixels(rows, first, end);
-  const Encoding encoding = ChooseEncoding(pixels, compression);
-  Bytes filtered = FilterRows(pixels, encoding.filter);
+  const Deflation deflation = ChooseDeflation(pixels, compression);
+  Bytes filtered = FilterRows(pixels, deflation.filter);
   const uLong sum = adler32(1, filtered.data(), static_cast<uInt>(filtered.size()));
-  return {Deflate(filtered, encoding, end == rows.height), static_cast<uint32_t>(sum),
+  return {Deflate(filtered, deflation, end == rows.height), static_cast<uint32_t>(sum),
           filtered.size()};
 }
 

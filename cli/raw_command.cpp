@@ -5,7 +5,9 @@
 #include "cli/desktop_choice.h"
 #include "cli/failure.h"
 #include "cli/output_file.h"
+#include "cli/report.h"
 #include "cli/start_host.h"
+#include "cli/terminal.h"
 #include "runtime/desktop_view.h"
 
 namespace qrv::cli {
@@ -13,6 +15,7 @@ namespace qrv::cli {
 namespace {
 
 using runtime::Host;
+using Displays = std::vector<runtime::DisplayInfo>;
 namespace methods = runtime::methods;
 
 constexpr size_t kBlockSize = 1 << 20;  // bytes between two looks at the progress
@@ -54,17 +57,21 @@ void WriteBytes(std::string_view bytes, const std::string& path) {
 }  // namespace
 
 void WriteRaw(const Arguments& arguments) {
+  RequireNoTerminal(arguments.output);
   const auto host = StartHost(arguments);
-  RequireDisplay(RequireDisplays(), arguments.display);
+  const Displays displays = RequireDisplays();
+  std::optional<int32_t> display;
+  if (!arguments.display.empty()) display = ResolveDisplay(displays, arguments.display);
   Geometry geometry;
-  const Owned pixels = TakePixels(*host, arguments.display, geometry);
+  const Owned pixels = TakePixels(*host, display, geometry);
   if (pixels.Get() == nullptr) {
     throw Failure(kNothingCaptured, "The raw pixels of display " +
-                                        std::to_string(arguments.display.value_or(0)) + " of " +
+                                        std::to_string(display.value_or(0)) + " of " +
                                         DesktopName() + " could not be had. " + WhyNoPixels());
   }
   RequirePixels("the raw pixels of " + DesktopName());
   WriteBytes(Host::Bytes(pixels.Get()), arguments.output);
+  if (IsQuiet()) return;
   fprintf(ReportStream(arguments.output),
           arguments.json ? "{\"width\": %d, \"height\": %d, \"rowBytes\": %d}\n" : "%d %d %d\n",
           geometry.width, geometry.height, geometry.rowBytes);

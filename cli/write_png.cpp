@@ -1,9 +1,11 @@
 #include "cli/write_png.h"
 
+#include <time.h>
 #include <zlib.h>
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstring>
 #include <deque>
 #include <future>
@@ -38,20 +40,49 @@ void WriteChunk(OutputFile& file, const char* type, const std::vector<uint8_t>& 
   file.Write(BigEndian(static_cast<uint32_t>(sum)).data(), sizeof(Word));
 }
 
+void Append(std::vector<uint8_t>& data, uint32_t value) {
+  const Word bytes = BigEndian(value);
+  data.insert(data.end(), bytes.begin(), bytes.end());
+}
+
 void WriteHeader(OutputFile& file, const Rows& rows) {
   constexpr char kSignature[] = "\x89PNG\r\n\x1a\n";
   constexpr uint8_t kBitsPerSample = 8;
   constexpr uint8_t kRgb = 2;
   constexpr uint8_t kRgba = 6;
   file.Write(kSignature, sizeof kSignature - 1);
-  const Word width = BigEndian(static_cast<uint32_t>(rows.width));
-  const Word height = BigEndian(static_cast<uint32_t>(rows.height));
-  std::vector<uint8_t> header(width.begin(), width.end());
-  header.insert(header.end(), height.begin(), height.end());
+  std::vector<uint8_t> header;
+  Append(header, static_cast<uint32_t>(rows.width));
+  Append(header, static_cast<uint32_t>(rows.height));
   // The zeros: deflate, the usual filters, not interlaced.
   const uint8_t colorType = rows.hasTransparency ? kRgba : kRgb;
   header.insert(header.end(), {kBitsPerSample, colorType, 0, 0, 0});
   WriteChunk(file, "IHDR", header);
+}
+
+void WriteTime(OutputFile& file) {
+  const time_t now = time(nullptr);
+  tm parts = {};
+  gmtime_r(&now, &parts);
+  std::vector<uint8_t> data = {static_cast<uint8_t>((parts.tm_year + 1900) >> 8),
+                               static_cast<uint8_t>(parts.tm_year + 1900)};
+  for (const int part :
+       {parts.tm_mon + 1, parts.tm_mday, parts.tm_hour, parts.tm_min, parts.tm_sec}) {
+    data.push_back(static_cast<uint8_t>(part));
+  }
+  WriteChunk(file, "tIME", data);
+}
+
+// A unit is a 96th of an inch.
+void WriteDensity(OutputFile& file, double density) {
+  constexpr double kUnitsPerMetre = 96 / 0.0254;
+  constexpr uint8_t kMetre = 1;
+  const auto pixels = static_cast<uint32_t>(std::lround(density * kUnitsPerMetre));
+  std::vector<uint8_t> data;
+  Append(data, pixels);  // along rows, and down
+  Append(data, pixels);
+  data.push_back(kMetre);
+  WriteChunk(file, "pHYs", data);
 }
 
 // The strips of a picture in order, made ahead on every processor.
@@ -104,8 +135,7 @@ void WriteStrips(OutputFile& file, const Rows& rows, std::optional<int> compress
     sum = adler32_combine(sum, strip.adler32, static_cast<z_off_t>(strip.length));
     if (isFirst) data.insert(data.begin(), std::begin(kZlibHeader), std::end(kZlibHeader));
     if (strips.IsDone()) {
-      const Word ending = BigEndian(static_cast<uint32_t>(sum));
-      data.insert(data.end(), ending.begin(), ending.end());
+      Append(data, static_cast<uint32_t>(sum));
     }
     WriteChunk(file, "IDAT", data);
     done += static_cast<int64_t>(strip.length);
@@ -115,9 +145,11 @@ void WriteStrips(OutputFile& file, const Rows& rows, std::optional<int> compress
 
 }  // namespace
 
-void WritePng(const Rows& rows, std::optional<int> compression, OutputFile& file) {
+void WritePng(const Rows& rows, const Encoding& encoding, OutputFile& file) {
   WriteHeader(file, rows);
-  WriteStrips(file, rows, compression);
+  WriteTime(file);
+  if (rows.density != 1) WriteDensity(file, rows.density);
+  WriteStrips(file, rows, encoding.compression);
   WriteChunk(file, "IEND", {});
 }
 

@@ -1,7 +1,5 @@
 #include "runtime/desktop_view.h"
 
-#include <ApplicationServices/ApplicationServices.h>
-
 #include <QRV/Desktop.h>
 
 namespace qrv::runtime {
@@ -12,34 +10,29 @@ static_assert(kDisplayImage == static_cast<unsigned>(desktop::Strategy::kDisplay
 static_assert(kOpenGL == static_cast<unsigned>(desktop::Strategy::kOpenGL));
 static_assert(kQuickDraw == static_cast<unsigned>(desktop::Strategy::kQuickDraw));
 
-constexpr uint32_t kMaximumDisplays = 32;  // that a capture by index can name
-
-DisplayInfo Describe(CGDirectDisplayID id) {
-  DisplayInfo info;
-  info.id = id;
-  const CGRect bounds = CGDisplayBounds(id);
-  info.x = static_cast<int32_t>(bounds.origin.x);
-  info.y = static_cast<int32_t>(bounds.origin.y);
-  info.width = static_cast<int32_t>(bounds.size.width);
-  info.height = static_cast<int32_t>(bounds.size.height);
-  if (const auto display = desktop::FindDisplay(id)) {
-    info.pixelWidth = display->pixelWidth;
-    info.pixelHeight = display->pixelHeight;
-    info.bitsPerPixel = display->bitsPerPixel;
-  }
-  return info;
+DisplayInfo Describe(const desktop::Display& display, bool isMain) {
+  const desktop::PixelRect& bounds = display.bounds;
+  return {display.id,
+          bounds.x,
+          bounds.y,
+          bounds.width,
+          bounds.height,
+          display.offsetX,
+          display.offsetY,
+          display.pixelWidth,
+          display.pixelHeight,
+          display.bitsPerPixel,
+          isMain};
 }
 
 }  // namespace
 
 std::optional<std::vector<DisplayInfo>> ListDisplays() {
-  CGDirectDisplayID ids[kMaximumDisplays] = {};
-  CGDisplayCount count = 0;
-  if (CGGetActiveDisplayList(kMaximumDisplays, ids, &count) != kCGErrorSuccess) return std::nullopt;
+  const std::vector<desktop::Display>* const listed = desktop::RefreshDisplays();
+  if (listed == nullptr) return std::nullopt;
   std::vector<DisplayInfo> displays;
-  for (CGDisplayCount index = 0; index < count; ++index) {
-    displays.push_back(Describe(ids[index]));
-    displays.back().isMain = index == 0;
+  for (const desktop::Display& each : *listed) {
+    displays.push_back(Describe(each, displays.empty()));
   }
   return displays;
 }
@@ -49,6 +42,8 @@ std::string DesktopName() { return desktop::DesktopName(); }
 std::string DesktopProblem() { return desktop::DesktopProblem(); }
 
 std::string DesktopAdvice() { return desktop::DesktopAdvice(); }
+
+bool DesktopChoiceIsWrong() { return desktop::DesktopChoiceIsWrong(); }
 
 std::string DesktopNote() { return desktop::DesktopNote(); }
 

@@ -3,6 +3,7 @@
 #ifndef RUNTIME_DESKTOP_VIEW_H_
 #define RUNTIME_DESKTOP_VIEW_H_
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -16,14 +17,19 @@ struct DisplayInfo {
   int32_t y = 0;
   int32_t width = 0;
   int32_t height = 0;
+  int32_t offsetX = 0;  // to add to that place for the coordinates that the desktop itself uses
+  int32_t offsetY = 0;
   int32_t pixelWidth = 0;
   int32_t pixelHeight = 0;
   int32_t bitsPerPixel = 0;
   bool isMain = false;
 };
 
-// The active displays as they are now, in the order of their indexes; nothing when there is no
-// desktop or it can't be reached.
+// Of them a capture by index can name the first.
+constexpr size_t kMaximumDisplays = 32;
+
+// The displays as they are now, in the order of their indexes; nothing when there is no desktop or
+// it can't be reached.
 std::optional<std::vector<DisplayInfo>> ListDisplays();
 
 // The desktop of the last call as a person names it: "X11 :0", "the virtual desktop".
@@ -34,6 +40,9 @@ std::string DesktopName();
 // there.
 std::string DesktopProblem();
 std::string DesktopAdvice();
+
+// Whether the last call found no desktop because what was asked for can be none.
+bool DesktopChoiceIsWrong();
 
 // One line on what is worth knowing of a capture that succeeded; empty when nothing is.
 std::string DesktopNote();

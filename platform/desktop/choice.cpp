@@ -10,6 +10,7 @@
 #include "platform/desktop/virtual/layout.h"
 #include "platform/desktop/wayland/desktop.h"
 #include "platform/desktop/x11/desktop.h"
+#include "platform/desktop/x11/reach.h"
 
 namespace qrv::desktop {
 
@@ -38,6 +39,13 @@ constexpr char kWaylandAdvice[] =
     "XDG_RUNTIME_DIR). One without a capture protocol needs xdg-desktop-portal with a backend for "
     "this desktop, and an answer to its question.";
 
+std::unique_ptr<Desktop> OpenX11(const std::string& display, std::string& problem) {
+  ServerName name;
+  if (ParseServerName(display, name)) return OpenX11Desktop(display);
+  problem = "'" + display + "' is not the name of an X display";
+  return nullptr;
+}
+
 constexpr DesktopKind kKinds[] = {
     {"wayland", "SOCKET", [] { return Variable("WAYLAND_DISPLAY"); }, kNoSocket, true,
      [](const std::string& socket, std::string&) { return OpenWaylandDesktop(socket, false); },
@@ -45,8 +53,8 @@ constexpr DesktopKind kKinds[] = {
     {"portal", "SOCKET", [] { return Variable("WAYLAND_DISPLAY"); }, kNoSocket, false,
      [](const std::string& socket, std::string&) { return OpenWaylandDesktop(socket, true); },
      "portal:wayland-1", kWaylandAdvice},
-    {"x11", "DISPLAY", [] { return Variable("DISPLAY"); }, "DISPLAY is not set", true,
-     [](const std::string& display, std::string&) { return OpenX11Desktop(display); }, "x11::0",
+    {"x11", "DISPLAY", [] { return Variable("DISPLAY"); }, "DISPLAY is not set", true, OpenX11,
+     "x11::0",
      "Check that the X server runs and that you may connect to it, or name another one like x11::1 "
      "(--desktop or QRV_DESKTOP)."},
     {"virtual", "LAYOUT", [] { return std::string(kDefaultLayout); }, "", false,
@@ -68,8 +76,10 @@ std::string Quoted(std::string_view words) {
   return '"' + std::string(words.substr(0, kMostWords)) + '"';
 }
 
-Choice None(std::string problem, std::string advice) {
-  return {nullptr, {}, std::move(problem), {}, std::move(advice)};
+Choice Lacking(std::string problem) { return {nullptr, {}, std::move(problem), {}, kSetIt}; }
+
+Choice Wrong(std::string problem, std::string advice) {
+  return {nullptr, {}, std::move(problem), {}, std::move(advice), true};
 }
 
 Choice TakeDefault(std::string_view wanted) {
@@ -80,7 +90,7 @@ Choice TakeDefault(std::string_view wanted) {
     if (!argument.empty()) return {&kind, std::move(argument), {}, {}, kind.advice};
     lacks += (lacks.empty() ? "" : ", ") + std::string(kind.lack);
   }
-  if (wanted != kAny) return None(lacks, kSetIt);
+  if (wanted != kAny) return Lacking(lacks);
   return {&kSubstitute,
           kSubstitute.defaultArgument(),
           {},
@@ -92,11 +102,11 @@ Choice TakeKind(const DesktopKind& kind, std::string_view wanted) {
   if (wanted.size() > kind.name.size()) {
     const std::string_view argument = wanted.substr(kind.name.size() + 1);
     if (!argument.empty()) return {&kind, std::string(argument), {}, {}, kind.advice};
-    return None("the desktop " + Quoted(wanted) + " names no " + std::string(kind.argument),
-                "Write it like " + std::string(kind.example) + ".");
+    return Wrong("the desktop " + Quoted(wanted) + " names no " + std::string(kind.argument),
+                 "Write it like " + std::string(kind.example) + ".");
   }
   std::string argument = kind.defaultArgument();
-  if (argument.empty()) return None(kind.lack, kSetIt);
+  if (argument.empty()) return Lacking(kind.lack);
   return {&kind, std::move(argument), {}, {}, kind.advice};
 }
 
@@ -114,7 +124,7 @@ std::string Choices() {
 
 Choice ReadChoice() {
   if (!SystemVersion()) {
-    return None("QRV_SYSTEM_VERSION is not a version like 10.7", "Unset it, or correct it.");
+    return Wrong("QRV_SYSTEM_VERSION is not a version like 10.7", "Unset it, or correct it.");
   }
   const std::string wanted = Variable("QRV_DESKTOP");
   if (wanted.empty() || wanted == kAny) return TakeDefault(wanted);
@@ -122,7 +132,7 @@ Choice ReadChoice() {
     return wanted == kind.name || wanted.starts_with(std::string(kind.name) + ":");
   });
   if (found != std::end(kKinds)) return TakeKind(*found, wanted);
-  return None("there is no desktop " + Quoted(wanted), "Use " + Choices() + ".");
+  return Wrong("there is no desktop " + Quoted(wanted), "Use " + Choices() + ".");
 }
 
 std::unique_ptr<Desktop> Open(const Choice& choice, std::string& problem) {

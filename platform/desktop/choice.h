@@ -18,6 +18,7 @@ struct Choice {
   std::string problem;
   std::string note;  // what is worth knowing of the choice
   std::string advice;
+  bool isWrong = false;  // it can be no desktop, here or elsewhere
 
   bool operator==(const Choice&) const = default;
 };

@@ -31,6 +31,7 @@ class Session {
   bool hasLostPixels() const { return hasLostPixels_; }
   unsigned TakeStrategies() { return std::exchange(strategies_, 0U); }
   const char* problem() const { return problem_; }
+  bool isChoiceWrong() const { return !desktop_ && (choice_.isWrong || choice_.kind != nullptr); }
   const char* advice() const { return choice_.advice.c_str(); }
   const char* note() const {
     return desktop_ && choice_.note.empty() ? desktop_->Note() : choice_.note.c_str();
@@ -211,6 +212,8 @@ const char* DesktopWay() noexcept { return TheSession()->way(); }
 const char* DesktopProblem() noexcept { return TheSession()->problem(); }
 
 const char* DesktopAdvice() noexcept { return TheSession()->advice(); }
+
+bool DesktopChoiceIsWrong() noexcept { return TheSession()->isChoiceWrong(); }
 
 const char* DesktopNote() noexcept { return TheSession()->note(); }
 

@@ -25,13 +25,14 @@ std::optional<Arguments> Parse(const std::vector<std::string>& lines) {
 }
 
 void Check(const Arguments& arguments) {
-  Require(!(arguments.rect && arguments.display), "a display or a rectangle");
-  Require(!arguments.size || arguments.rect, "a size with a rectangle");
-  Require(!arguments.output.empty(), "an output");
+  Require(!arguments.rect || arguments.display.empty(), "a display or a rectangle");
+  Require(!arguments.size || !arguments.percent, "a size or a scale");
+  Require(!arguments.size || arguments.size->width > 0 || arguments.size->height > 0, "a side");
+  Require(!arguments.series || arguments.output != "-", "a series in files");
   Require(arguments.systemVersion.empty() || cli::IsSystemVersion(arguments.systemVersion),
           "a system's version");
-  Require(arguments.compression.value_or(0) >= 0 && arguments.compression.value_or(0) <= 9,
-          "the compression");
+  const int compression = arguments.encoding.compression.value_or(0);
+  Require(compression >= 0 && compression <= 9, "the compression");
   Require(arguments.command != cli::ConvertRaw || !arguments.input.empty(), "an input");
 }
 
@@ -55,7 +56,9 @@ void RunRectangle(FuzzedDataProvider input) {
   cli::Rect r = {};
   std::string text;
   for (int32_t* number : {&r.left, &r.top, &r.width, &r.height}) {
-    *number = input.ConsumeIntegral<int32_t>();
+    const bool isSide = number == &r.width || number == &r.height;
+    *number = isSide ? input.ConsumeIntegralInRange(1, runtime::kMaximumPictureSide)
+                     : input.ConsumeIntegral<int32_t>();
     text += (text.empty() ? "--rect=" : ",") + std::to_string(*number);
   }
   const auto arguments = Parse({"capture", text});

@@ -81,6 +81,8 @@ std::vector<PlacedDisplay> PlaceDisplays(const std::vector<Monitor>& monitors, i
     Display display;
     display.id = monitor.name;
     display.bounds = {area.x - main.x, area.y - main.y, area.width, area.height};
+    display.offsetX = main.x;
+    display.offsetY = main.y;
     display.pixelWidth = area.width;
     display.pixelHeight = area.height;
     SetDepth(BitsPerPixel(format), display);

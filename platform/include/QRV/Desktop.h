@@ -41,6 +41,8 @@ struct PixelRect {
 struct Display {
   uint32_t id = 0;  // non-zero, stable while the display exists
   PixelRect bounds;
+  int32_t offsetX = 0;  // to add to `bounds` for the coordinates that the desktop itself uses
+  int32_t offsetY = 0;
   int32_t pixelWidth = 0;
   int32_t pixelHeight = 0;
   int32_t bitsPerPixel = 0;        // of the screen: 32, 30, 16 or 8
@@ -115,6 +117,9 @@ const char* DesktopWay() noexcept;
 // captured; and what a person may do about it, as a sentence.
 const char* DesktopProblem() noexcept;
 const char* DesktopAdvice() noexcept;
+
+// Whether the last refresh found no desktop because what was asked for can be none.
+bool DesktopChoiceIsWrong() noexcept;
 
 // What is worth knowing of a capture that succeeded: that it was slower than it need be, or of a
 // desktop that was only taken for want of another.

@@ -8,103 +8,129 @@ namespace qrv::cli {
 namespace {
 
 struct Case {
-  Words arguments;
-  Words message;
+  int exitCode;
+  const char* line;
+  const char* message;  // what it has in it, separated by |
 };
 
-void ExpectFailures(int exitCode, const std::vector<Case>& cases) {
-  for (const auto& [arguments, message] : cases) {
-    const ScratchFolder folder;
-    folder.Write("pixels", std::string(80, 'x'));
-    const Outcome outcome = Qrvshot(folder, arguments);
-    std::string line;
-    for (const std::string& each : arguments) line += each + " ";
-    EXPECT_EQ(outcome.exitCode, exitCode) << line << outcome.errors;
-    EXPECT_TRUE(outcome.errors.starts_with("qrvshot: ")) << outcome.errors;
-    for (const std::string& words : message) {
-      EXPECT_NE(outcome.errors.find(words), std::string::npos) << line << words << outcome.errors;
+// A picture, a file or a desktop that can't be had.
+constexpr Case kRefusals[] = {
+    {1, "--strategy opengl --desktop virtual:80x60+0+0@8", "opengl can't capture|quickdraw"},
+    {1, "--strategy opengl --rect 0,0,9,9 --size 8x8", "opengl can't capture|quickdraw"},
+    {1, "--strategy quickdraw --display 0 --desktop virtual:80x60+0+0@16", "16 bits per pixel"},
+    {1, "--rect 0,0,32767,32767", "2^31 bytes"},
+    {1, "--rect -2147483648,2147483647,1,1", "-2147483648,2147483647,1,1|no display|2720,1024"},
+    {1, "--rect 2720,0,9,9", "The rectangle 2720,0,9,9|no display|0,0,2720,1024"},
+    {1, "--scale 2000%", "54400x20480|1 to 32767"},
+    {1, "--desktop virtual:20000x9+0+0,20000x9+20000+0", "40000x9|1 to 32767"},
+    {1, "--rect 10000,0,32767,9 --scale 50% --desktop virtual:20000x9+0+0,20000x9+20000+0",
+     "farther than 32767"},
+    {1, "--strategy quickdraw --rect 32760,0,9,9 --desktop virtual:20000x9+0+0,20000x9+20000+0",
+     "farther than"},
+    {1, "--desktop virtual:20000x9+0+0 -o a.webp", "16383 pixels a side|20000x9|another format"},
+    {1, "--display 7", "display 7|2 displays|0 to 1"},
+    {1, "--desktop x11", "DISPLAY is not set|virtual"},
+    {1, "--desktop x11::9999", "X server :9999 can't be reached"},
+    {2, "--desktop x11:moon", "'moon' is not the name"},
+    {2, "--desktop x11:", "names no DISPLAY|x11::0"},
+    {2, "--desktop virtual:9x9+0+0,12", "layout entry 2 '12'|virtual:1440x900"},
+    {2, "--desktop moon", "\"moon\"|x11"},
+    {3, "--plugin none.so", "none.so: plug-in not found"},
+    {3, "--copy", "neither WAYLAND_DISPLAY nor DISPLAY"},
+    {3, "-o /dev/full", "/dev/full could not be written: No space left on device. Free"},
+    {3, "none/a.png", "none/a.png could not be written: No such file|Make the folder"},
+    {3, "-o none/", "none/screenshot-|No such file"},
+    {3, "-o /proc/sys/kernel/ostype", "Permission denied. Choose a folder"},
+};
+
+// Words that mean nothing. Where the page that helps is another one, the message has it.
+constexpr std::pair<const char*, const char*> kMistakes[] = {
+    {"", "No command|capture, displays|`qrvshot --help`"},
+    {"captur", "no command captur; did you mean capture?"},
+    {"shoot", "no command shoot; there are capture, displays"},
+    {"--json", "no option --json before"},
+    {"raw --dispaly 1", "no option --dispaly; did you mean --display? Try `qrvshot raw --help`"},
+    {"raw --system-version 10", "--system-version 10 is not|`qrvshot raw --help`"},
+    {"capture a.png b.png", "b.png is one argument too many"},
+    {"capture --display", "--display lacks its value"},
+    {"capture --display 0 --rect 0,0,2,2", "--display and --rect can't|`qrvshot capture --help`"},
+    {"capture --rect 0,0,2,2 --display 0", "--rect and --display can't"},
+    {"capture --strategy opengl --system-version 10.6", "can't be used together"},
+    {"capture --scale 50% --size 5x5", "--scale and --size can't"},
+    {"capture --interval 5", "--interval says nothing without --count"},
+    {"capture --count 2 -o -", "-o can't be standard output"},
+    {"capture -o shot.GIF", "-o shot.GIF: qrvshot writes png, jpg, webp and ppm, not gif"},
+    {"capture shot.bmp", ": shot.bmp: qrvshot writes"},
+    {"capture --quality 50", "--quality says nothing of png"},
+    {"capture --compression 5 a.jpg", "--compression says nothing of jpg"},
+    {"capture --strategy opengll", "did you mean opengl?"},
+    {"from-raw --width 5 --height 5 --row-bytes 20 pixels",
+     "only 80 bytes|--height 5|4 rows of 20 bytes"},
+    {"from-raw --width 25 --height 1 --row-bytes 101 pixels", "--row-bytes 101|not even one row"},
+    {"from-raw --width 5 --height 4 --row-bytes 19 pixels", "--row-bytes 19|at least 20 bytes"},
+    {"from-raw --width 32767 --height 32767 --row-bytes 2147483647 pixels",
+     "--height 32767|1 row of"},
+    {"from-raw --width 1 --height 1 --row-bytes 4", "required"},
+};
+
+// An option and the values, separated by spaces, that it can't have.
+constexpr std::pair<const char*, const char*> kWrongValues[] = {
+    {"capture --rect",
+     "1,2,3 1,2,3,4,5 1,2,3, ,1,2,3 1,~2,3,4 a,b,c,d 1,2,3,4~ 1,2,3,2147483648 1.5,2,3,4 +1,2,3,4 "
+     "0x1,2,3,4 0,0,0,5 0,0,5,-1 0,0,32768,1 5x5-1+1 5x5+1 5x5~+1+1 1,1~5,5"},
+    {"capture --size", "640 x 640x480x1 640,480 640~x~480 0x0 0x4 -1x5 70000x300 x32768"},
+    {"capture --scale", "25 0% -5% x% % inf% 1e999%"},
+    {"capture --host-version", "new inf nan -1 2013.03x 1e999"},
+    {"capture --system-version", "7 10. .7 10.7.5 ten.seven -10.7"},
+    {"capture --display", "one -1 1e3 1.5 00x"},
+    {"capture --format", "gif"},
+    {"capture --strategy", "magic"},
+    {"capture --compression", "10 -1 x"},
+    {"capture a.jpg --quality", "0 101 x"},
+    {"capture --count", "0 -1 x 100001"},
+    {"capture --delay", "-1 x 86401"},
+    {"capture --app", "phone"},
+    {"raw --display", "-1"},
+    {"from-raw pixels --height 1 --row-bytes 4 --width", "0 -1 32768 x"},
+    {"from-raw pixels --width 1 --row-bytes 4 --height", "0 32768"},
+};
+
+void ExpectFailure(int exitCode, const std::string& line, std::string message) {
+  const ScratchFolder folder;
+  folder.Write("pixels", std::string(80, 'x'));
+  const Outcome outcome = Qrvshot(folder, line);
+  EXPECT_EQ(outcome.exitCode, exitCode) << line << "\n" << outcome.errors;
+  EXPECT_TRUE(outcome.errors.starts_with("qrvshot: ")) << line << "\n" << outcome.errors;
+  std::replace(message.begin(), message.end(), ' ', '~');
+  std::replace(message.begin(), message.end(), '|', ' ');
+  for (const std::string& words : Split(message)) {
+    EXPECT_NE(outcome.errors.find(words), std::string::npos) << words << "\n" << outcome.errors;
+  }
+  EXPECT_EQ(folder.Count(), 1U) << line;
+}
+
+TEST(Failure, SaysWhatIsWrongAndLeavesNoFile) {
+  for (const auto& [code, line, message] : kRefusals) {
+    ExpectFailure(code, std::string("capture ") + line, message);
+  }
+  for (const auto& [line, message] : kMistakes) ExpectFailure(2, line, message);
+  for (const auto& [option, values] : kWrongValues) {
+    for (const std::string& value : Split(values)) {
+      std::string typed = value;
+      std::replace(typed.begin(), typed.end(), ' ', '~');
+      ExpectFailure(2, std::string(option) + "=" + typed, value);
     }
-    EXPECT_EQ(folder.Count(), 1U) << line;
   }
-}
-
-Words FromRaw(const char* width, const char* height, const char* rowBytes,
-              const char* file = "pixels") {
-  return {"from-raw", "--width", width, "--height", height, "--row-bytes", rowBytes, file};
-}
-
-TEST(Failure, ToCaptureSaysWhyAndWhatToTry) {
-  ExpectFailures(
-      1, {{{"capture", "--strategy", "opengl", "--desktop", "virtual:80x60+0+0@8"},
-           {"opengl can't capture", "quickdraw"}},
-          {{"capture", "--strategy", "opengl", "--rect", "0,0,9,9", "--size", "9x9"},
-           {"opengl can't capture", "quickdraw"}},
-          {{"capture", "--strategy", "quickdraw", "--desktop", "virtual:80x60+0+0@16"},
-           {"main display", "16 bits per pixel"}},
-          {{"capture", "--rect", "0,0,0,5"}, {"rectangle 0,0,0,5", "1 to 32767", "--rect"}},
-          {{"capture", "--rect", "-2147483648,2147483647,0,-1"}, {"-2147483648,2147483647,0,-1"}},
-          {{"capture", "--rect", "0,0,32767,32767"}, {"2^31 bytes", "--rect"}},
-          {{"capture", "--rect", "0,0,9,9", "--size", "0x4"}, {"0x4", "--size"}},
-          {{"capture", "--display", "7"}, {"display 7", "2 displays", "0 to 1"}},
-          {{"raw", "--display", "-1"}, {"display -1", "2 displays"}},
-          {{"raw", "--system-version", "10.4"}, {"10.5"}},
-          {{"capture", "--desktop", "x11"}, {"DISPLAY is not set", "virtual"}},
-          {{"displays", "--desktop", "x11::9999"}, {"X server :9999 can't be reached"}},
-          {{"displays", "--desktop", "x11:moon"}, {"'moon' is not the name"}},
-          {{"displays", "--desktop", "x11:"}, {"names no DISPLAY", "x11::0"}},
-          {{"displays", "--desktop", "virtual:9x9+0+0,12"},
-           {"layout entry 2 '12'", "virtual:1440x900"}},
-          {{"displays", "--desktop", "moon"}, {"\"moon\"", "x11"}}});
-}
-
-TEST(Failure, ToUnderstandSaysWhatIsWrong) {
-  std::vector<Case> cases = {
-      {{}, {"No command", "capture, displays"}},
-      {{"captur"}, {"no command captur;", "capture, displays"}},
-      {{"--json"}, {"no option --json before"}},
-      {FromRaw("5", "5", "20"), {"only 80 bytes", "--height 5", "4 rows of 20 bytes"}},
-      {FromRaw("25", "1", "101"), {"--row-bytes 101", "not even one row"}},
-      {FromRaw("5", "4", "19"), {"--row-bytes 19", "at least 20 bytes"}},
-      {FromRaw("32768", "1", "131072"), {"--width 32768", "1 to 32767"}},
-      {FromRaw("1", "32768", "4"), {"--height 32768", "1 to 32767"}},
-      {FromRaw("0", "1", "4"), {"--width 0"}},
-      {FromRaw("1", "-1", "4"), {"--height -1"}},
-      {FromRaw("32767", "32767", "2147483647"), {"--height 32767", "1 row of"}}};
-  for (const Words& options :
-       {Words{"--size", "2x2"}, Words{"--display", "one"}, Words{"--format", "gif"},
-        Words{"--display", "0", "--rect", "0,0,2,2"}, Words{"-o", "shot.JPG"},
-        Words{"--strategy", "magic"}, Words{"--strategy", "opengl", "--system-version", "10.6"},
-        Words{"--compression", "10"}, Words{"--app", "phone"}}) {
-    cases.push_back({options, {"Try `qrvshot capture --help`"}});
-    cases.back().arguments.insert(cases.back().arguments.begin(), "capture");
+  // A script whose variable is unset must not get the whole desktop instead of its rectangle.
+  for (const char* option : {"--rect", "--display", "--plugin", "--desktop", "-o"}) {
+    ExpectFailure(2, std::string("capture ") + option + " ''",
+                  std::string(option) + " has an empty value");
   }
-  const std::pair<const char*, std::vector<const char*>> values[] = {
-      {"--rect",
-       {"1,2,3", "1,2,3,4,5", "1,2,3,", ",1,2,3", "1, 2,3,4", "a,b,c,d", "1,2,3,4 ",
-        "1,2,3,2147483648", "1.5,2,3,4", "+1,2,3,4", "0x1,2,3,4"}},
-      {"--size", {"640", "640x", "x480", "640x480x1", "640,480", "640 x 480"}},
-      {"--host-version", {"new", "inf", "nan", "-1", "2013.03x", "1e999"}},
-      {"--system-version", {"7", "10.", ".7", "10.7.5", "ten.seven", "-10.7"}}};
-  for (const auto& [option, wrong] : values) {
-    for (const char* value : wrong) {
-      cases.push_back({{"capture", "--rect=0,0,2,2", std::string(option) + "=" + value}, {value}});
-      if (std::string(option) == "--rect")
-        cases.back().arguments.erase(cases.back().arguments.begin() + 1);
-    }
-  }
-  // A script whose variable is unset must not get the main display instead of its rectangle.
-  for (const std::string option : {"--rect", "--display", "--output", "--plugin", "--desktop"}) {
-    cases.push_back({{"capture", option, ""}, {option + " has an empty value"}});
-  }
-  ExpectFailures(2, cases);
-}
-
-TEST(Failure, OfAFileNamesIt) {
-  ExpectFailures(3, {{{"displays", "--plugin", "none.so"}, {"none.so: plug-in not found"}},
-                     {{"capture", "-o", "/dev/full"}, {"/dev/full", "No space left"}},
-                     {FromRaw("1", "1", "4", "/dev/null"), {"/dev/null is empty"}},
-                     {FromRaw("1", "1", "4", "none"), {"none could not be read: No such file"}},
-                     {FromRaw("1", "1", "4", "/"), {"/ could not be read: Is a directory"}}});
+  const std::string raw = "from-raw --width 1 --height 1 --row-bytes 4 ";
+  ExpectFailure(3, raw + "/dev/null", "/dev/null is empty");
+  ExpectFailure(3, raw + "none", "none could not be read: No such file");
+  ExpectFailure(3, raw + "/", "/ could not be read: Is a directory");
+  ExpectFailure(1, "raw --system-version 10.4", "10.5");
 }
 
 }  // namespace

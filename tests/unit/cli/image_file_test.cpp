@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <spng.h>
 
+#include <algorithm>
 #include <random>
 
 #include "tests/support/process.h"
@@ -23,32 +24,16 @@ Bytes Pixels(int32_t width, int32_t height, bool isTransparent) {
 }
 
 std::string Write(const Bytes& pixels, int32_t width, int32_t height, bool isTransparent,
-                  ImageFormat format, std::optional<int> level) {
+                  const Encoding& encoding, double density = 1) {
   const testing::ScratchFolder folder;
   const size_t rowLength = static_cast<size_t>(width) * 4;
   WriteImage({width, height, isTransparent,
               [&](int32_t y, uint8_t* rgba) {
                 memcpy(rgba, pixels.data() + static_cast<size_t>(y) * rowLength, rowLength);
-              }},
-             folder.File("a"), format, level);
+              },
+              density},
+             encoding, folder.File("a"), Existing::kReplace);
   return folder.Read("a");
-}
-
-void ExpectPng(const std::string& file, const Bytes& pixels, bool isTransparent) {
-  spng_ctx* decoder = spng_ctx_new(0);
-  spng_ihdr header = {};
-  Bytes decoded(pixels.size());
-  size_t size = 0;
-  EXPECT_EQ(spng_set_png_buffer(decoder, file.data(), file.size()), 0);
-  EXPECT_EQ(spng_get_ihdr(decoder, &header), 0);
-  EXPECT_EQ(spng_decoded_image_size(decoder, SPNG_FMT_RGBA8, &size), 0);
-  ASSERT_EQ(size, pixels.size());
-  EXPECT_EQ(spng_decode_image(decoder, decoded.data(), size, SPNG_FMT_RGBA8, 0), 0);
-  spng_ctx_free(decoder);
-  EXPECT_EQ(header.color_type,
-            isTransparent ? SPNG_COLOR_TYPE_TRUECOLOR_ALPHA : SPNG_COLOR_TYPE_TRUECOLOR);
-  EXPECT_EQ(header.bit_depth, 8);
-  EXPECT_TRUE(decoded == pixels);
 }
 
 TEST(PngFile, HoldsEveryPixelInOneStripAndInManyAtEveryCompression) {
@@ -56,15 +41,98 @@ TEST(PngFile, HoldsEveryPixelInOneStripAndInManyAtEveryCompression) {
     for (const bool isTransparent : {false, true}) {
       const Bytes pixels = Pixels(width, height, isTransparent);
       for (const std::optional<int> level : {std::optional<int>(), {0}, {6}, {9}}) {
-        ExpectPng(Write(pixels, width, height, isTransparent, ImageFormat::kPng, level), pixels,
-                  isTransparent);
+        const std::string file =
+            Write(pixels, width, height, isTransparent, {&kImageFormats[0], level, {}});
+        const std::unique_ptr<spng_ctx, decltype(&spng_ctx_free)> png(spng_ctx_new(0),
+                                                                      spng_ctx_free);
+        spng_set_png_buffer(png.get(), file.data(), file.size());
+        spng_ihdr header = {};
+        EXPECT_EQ(spng_get_ihdr(png.get(), &header), 0);
+        EXPECT_EQ(header.color_type, isTransparent ? 6 : 2);
+        Bytes decoded(pixels.size());
+        EXPECT_EQ(spng_decode_image(png.get(), decoded.data(), decoded.size(), SPNG_FMT_RGBA8, 0),
+                  0);
+        EXPECT_TRUE(decoded == pixels);
       }
     }
   }
 }
 
+TEST(PngFile, CarriesTheTimeAndTheDensityOfADenseDisplay) {
+  for (const auto& [density, pixelsPerMetre] : {std::pair(1.0, 0U), {2.0, 7559U}, {1.5, 5669U}}) {
+    const std::string file = Write(Pixels(3, 2, false), 3, 2, false, {}, density);
+    const std::unique_ptr<spng_ctx, decltype(&spng_ctx_free)> png(spng_ctx_new(0), spng_ctx_free);
+    spng_set_png_buffer(png.get(), file.data(), file.size());
+    spng_time time = {};
+    EXPECT_EQ(spng_get_time(png.get(), &time), 0);
+    tm parts = {};
+    parts.tm_year = time.year - 1900;
+    parts.tm_mon = time.month - 1;
+    parts.tm_mday = time.day;
+    parts.tm_hour = time.hour;
+    parts.tm_min = time.minute;
+    parts.tm_sec = time.second;
+    EXPECT_NEAR(difftime(::time(nullptr), timegm(&parts)), 0, 30);
+    spng_phys physical = {};
+    EXPECT_EQ(spng_get_phys(png.get(), &physical) == 0, density != 1);
+    EXPECT_EQ(physical.ppu_x, pixelsPerMetre);
+    EXPECT_EQ(physical.ppu_y, pixelsPerMetre);
+  }
+}
+
+const ImageFormat* Format(const std::string& name) {
+  return std::find_if(kImageFormats, kImageFormats + kImageFormatCount - 1,
+                      [&](const ImageFormat& each) { return each.name == name; });
+}
+
+// Red, green, blue, alpha, as another program reads the file.
+std::string Decode(const std::string& file, const std::string& format) {
+  const testing::ScratchFolder folder;
+  folder.Write("a", file);
+  return testing::RunProgram({"convert", format + ":" + folder.File("a"), "-depth", "8", "rgba:-"})
+      .output;
+}
+
+TEST(WebpFile, HoldsEveryPixelUnlessAQualityIsWanted) {
+  for (const bool isTransparent : {false, true}) {
+    const Bytes pixels = Pixels(123, 47, isTransparent);
+    const auto write = [&](std::optional<int> compression, std::optional<int> quality) {
+      return Write(pixels, 123, 47, isTransparent, {Format("webp"), compression, quality});
+    };
+    for (const std::optional<int> level : {std::optional<int>(), {0}, {9}}) {
+      EXPECT_TRUE(Decode(write(level, {}), "webp") == std::string(pixels.begin(), pixels.end()));
+    }
+    EXPECT_LT(write({}, 10).size(), write({}, 90).size());
+  }
+}
+
+// Columns of one pixel keep their colours: these are not halved.
+TEST(JpegFile, IsNearEveryPixelAndNearerInBetterQuality) {
+  constexpr size_t kWidth = 64;
+  Bytes pixels;
+  for (size_t i = 0; i < kWidth * kWidth; ++i) {
+    const uint8_t on = i % 2 == 0 ? 200 : 50;
+    for (const int sample : {on + 0, 100, 250 - on, 255}) {
+      pixels.push_back(static_cast<uint8_t>(sample));
+    }
+  }
+  int previous = 256;
+  for (const std::optional<int> quality : {std::optional<int>(20), {}, {100}}) {
+    const std::string file = Write(pixels, kWidth, kWidth, false, {Format("jpg"), {}, quality});
+    const std::string decoded = Decode(file, "jpg");
+    ASSERT_EQ(decoded.size(), pixels.size());
+    int worst = 0;
+    for (size_t i = 0; i < pixels.size(); ++i) {
+      worst = std::max(worst, std::abs(static_cast<uint8_t>(decoded[i]) - pixels[i]));
+    }
+    EXPECT_LE(worst, quality == 20 ? 120 : 12);
+    EXPECT_LE(worst, previous);
+    previous = worst;
+  }
+}
+
 TEST(PpmFile, HoldsTheColoursAfterItsHeader) {
-  EXPECT_EQ(Write({'a', 'b', 'c', 255, 'd', 'e', 'f', 0}, 1, 2, true, ImageFormat::kPpm, {}),
+  EXPECT_EQ(Write({'a', 'b', 'c', 255, 'd', 'e', 'f', 0}, 1, 2, true, {&kImageFormats[4], {}, {}}),
             "P6\n1 2\n255\nabcdef");
 }
 

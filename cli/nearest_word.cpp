@@ -1,0 +1,42 @@
+#include "cli/nearest_word.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <numeric>
+
+namespace qrv::cli {
+
+namespace {
+
+// How many letters are to be added, dropped or changed to turn one word into the other.
+size_t Distance(std::string_view one, std::string_view other) {
+  std::vector<size_t> row(other.size() + 1);
+  std::iota(row.begin(), row.end(), size_t{0});
+  for (size_t i = 0; i < one.size(); ++i) {
+    size_t diagonal = row[0]++;
+    for (size_t j = 0; j < other.size(); ++j) {
+      const size_t changed = diagonal + (one[i] == other[j] ? 0 : 1);
+      diagonal = row[j + 1];
+      row[j + 1] = std::min({changed, diagonal + 1, row[j] + 1});
+    }
+  }
+  return row.back();
+}
+
+}  // namespace
+
+std::string DidYouMean(std::string_view typed, const std::vector<std::string>& words) {
+  const std::string* nearest = nullptr;
+  size_t least = std::min(size_t{3}, typed.size() / 2 + 1);  // as far as is still a slip
+  for (const std::string& word : words) {
+    // What was begun counts as a slip too.
+    const size_t distance = typed.size() > 2 && word.starts_with(typed) ? 1 : Distance(typed, word);
+    if (distance < least) {
+      least = distance;
+      nearest = &word;
+    }
+  }
+  return nearest == nullptr ? "" : "; did you mean " + *nearest + "?";
+}
+
+}  // namespace qrv::cli

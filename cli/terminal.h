@@ -1,0 +1,27 @@
+// What a person at a terminal gets, and a file or another program doesn't.
+#ifndef CLI_TERMINAL_H_
+#define CLI_TERMINAL_H_
+
+#include <cstdio>
+#include <string>
+
+namespace qrv::cli {
+
+bool IsTerminal(FILE* stream);
+
+enum class Emphasis { kBold, kAlarm };
+
+// The text, emphasised where the stream is a terminal and the user has nothing against it
+// (NO_COLOR).
+std::string Emphasised(FILE* stream, Emphasis emphasis, const std::string& text);
+
+// From here on only failures are told of.
+void BeQuiet();
+bool IsQuiet();
+
+// Waits, and counts the seconds down on a terminal.
+void Wait(double seconds);
+
+}  // namespace qrv::cli
+
+#endif  // CLI_TERMINAL_H_

@@ -1,0 +1,93 @@
+// What qrvshot does at a terminal, and with the programs of a desktop.
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <pty.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+
+#include "tests/unit/cli/program.h"
+
+namespace qrv::cli {
+namespace {
+
+// What it writes to a terminal, and the exit code behind it.
+std::string OnTerminal(const ScratchFolder& folder, const std::string& line,
+                       const char* noColor = "") {
+  int master = -1;
+  int terminal = -1;
+  EXPECT_EQ(openpty(&master, &terminal, nullptr, nullptr, nullptr), 0);
+  const pid_t process = testing::StartProgram(Split(QRV_BUILD_DIR "/qrvshot " + line), [&] {
+    setenv("TERM", "xterm", 1);
+    setenv("NO_COLOR", noColor, 1);
+    dup2(terminal, STDOUT_FILENO);
+    dup2(terminal, STDERR_FILENO);
+    return Prepare(folder);
+  });
+  close(terminal);
+  std::string text;
+  char block[4096];
+  for (ssize_t length = 0; (length = read(master, block, sizeof block)) > 0;) {
+    text.append(block, static_cast<size_t>(length));
+  }
+  close(master);
+  return text + "= " + std::to_string(WEXITSTATUS(testing::WaitForEnd(process)));
+}
+
+TEST(Terminal, GetsEmphasisAndACountdownButNoPicture) {
+  const ScratchFolder folder;
+  const std::string refused = OnTerminal(folder, "capture -o -");
+  EXPECT_TRUE(refused.starts_with("\033[1;31mqrvshot:\033[0m Standard output is a terminal."));
+  EXPECT_TRUE(refused.ends_with("= 2")) << refused;
+  EXPECT_TRUE(OnTerminal(folder, "raw -o -", "1").starts_with("qrvshot: Standard output is a"));
+  EXPECT_NE(OnTerminal(folder, "--help").find("\033[1mCommands:\033[0m"), std::string::npos);
+  EXPECT_EQ(OnTerminal(folder, "capture a.ppm --rect 0,0,9,9 --delay 1.1", "1"),
+            "\r\033[KCapturing in 2 ...\r\033[KCapturing in 1 ...\r\033[K"
+            "a.ppm: 9x9 pixels of the virtual desktop\r\n= 0");
+  EXPECT_EQ(OnTerminal(folder, "capture a.ppm -q --delay 0.1"), "= 0");
+}
+
+// A folder of programs that note how they are called, and keep what they are given.
+void AddProgram(const ScratchFolder& folder, const std::string& name, const std::string& ending) {
+  folder.Write(name,
+               "#!/bin/sh\necho \"$0 $* $DISPLAY\" >$0.called\n/bin/cat >$0.input\n" + ending);
+  chmod(folder.File(name).c_str(), 0755);
+}
+
+TEST(Clipboard, HasThePngByTheProgramThatFits) {
+  const struct {
+    const char* variable;  // that is set
+    const char* program;   // that is there
+    const char* ending;    // of it
+    int exitCode;
+    const char* message;
+  } cases[] = {
+      {"DISPLAY", "xclip", "", 0, "the clipboard: 2720x1024"},
+      {"WAYLAND_DISPLAY", "wl-copy", "", 0, "the clipboard: 2720x1024"},
+      {"WAYLAND_DISPLAY", "xclip", "", 3, "install wl-clipboard"},
+      {"DISPLAY", "wl-copy", "", 3, "install xclip"},
+      {"DISPLAY", "xclip", "exit 1", 3, "xclip failed"},
+  };
+  for (const auto& each : cases) {
+    const ScratchFolder programs;
+    const ScratchFolder folder;
+    AddProgram(programs, each.program, each.ending);
+    const Outcome outcome =
+        testing::RunProgram(Split(QRV_BUILD_DIR "/qrvshot capture --copy"), [&] {
+          const bool isPrepared = Prepare(folder);
+          setenv("PATH", programs.path().c_str(), 1);
+          return setenv(each.variable, ":9", 1) == 0 && isPrepared;
+        });
+    EXPECT_EQ(outcome.exitCode, each.exitCode) << outcome.errors;
+    EXPECT_NE((outcome.output + outcome.errors).find(each.message), std::string::npos)
+        << outcome.output << outcome.errors;
+    EXPECT_EQ(folder.Count(), 0U);
+    if (each.exitCode != 0) continue;
+    EXPECT_TRUE(programs.Read(each.program + std::string(".input")).starts_with("\x89PNG"));
+    EXPECT_NE(programs.Read(each.program + std::string(".called")).find(" image/png"),
+              std::string::npos);
+  }
+}
+
+}  // namespace
+}  // namespace qrv::cli

@@ -24,6 +24,9 @@ std::string Environment(const char* name) {
 }  // namespace
 
 void ChooseDesktop(const Arguments& arguments) {
+  runtime::TellOfWaiting([](const char* words) {
+    if (!IsQuiet()) fprintf(stderr, "qrvshot: %s\n", words);
+  });
   if (!arguments.desktop.empty()) {
     setenv(kDesktopVariable, arguments.desktop.c_str(), 1);
   }
@@ -54,11 +57,15 @@ std::vector<runtime::DisplayInfo> RequireDisplays() {
 
 int32_t ResolveDisplay(const std::vector<runtime::DisplayInfo>& displays, const std::string& name) {
   if (name == "main") return 0;
-  const std::optional<int32_t> index = ParseInteger(name);
+  const auto named = std::find_if(displays.begin(), displays.end(),
+                                  [&](const auto& each) { return each.name == name; });
+  const std::optional<int32_t> index =
+      named == displays.end() ? ParseInteger(name)
+                              : std::optional(static_cast<int32_t>(named - displays.begin()));
   if (!index || *index < 0) {
     throw Failure(kWrongUsage, "--display " + name +
-                                   " is neither an index, from 0, nor main. `qrvshot displays` "
-                                   "lists the displays.");
+                                   " is neither an index, from 0, nor main, nor the name of a "
+                                   "display. `qrvshot displays` lists the displays.");
   }
   const size_t usable = std::min(displays.size(), runtime::kMaximumDisplays);
   const auto wanted = static_cast<size_t>(*index);

@@ -3,6 +3,7 @@
 
 #include "cli/arguments.h"
 #include "cli/desktop_choice.h"
+#include "cli/report.h"
 #include "cli/start_host.h"
 
 namespace qrv::cli {
@@ -23,19 +24,22 @@ void PrintLine(size_t index, const DisplayInfo& display) {
   if (display.pixelWidth != display.width || display.pixelHeight != display.height) {
     printf("  %dx%d pixels, %g a unit", display.pixelWidth, display.pixelHeight, Density(display));
   }
+  if (!display.name.empty()) printf("  %s", display.name.c_str());
   puts(display.isMain ? "  main" : "");
 }
 
 void PrintJson(size_t index, const DisplayInfo& display) {
   printf(
-      "%s\n  {\"index\": %zu, \"id\": %u, \"x\": %d, \"y\": %d, \"fromMainX\": %d, \"fromMainY\": "
+      "%s\n  {\"index\": %zu, \"name\": %s, \"id\": %u, \"x\": %d, \"y\": %d, \"fromMainX\": %d, "
+      "\"fromMainY\": "
       "%d, \"width\": %d, \"height\": %d, "
       "\"pixelWidth\": %d, \"pixelHeight\": %d, \"density\": %g, \"bitsPerPixel\": %d, \"main\": "
-      "%s}",
-      index == 0 ? "" : ",", index, display.id, display.x + display.offsetX,
-      display.y + display.offsetY, display.x, display.y, display.width, display.height,
-      display.pixelWidth, display.pixelHeight, Density(display), display.bitsPerPixel,
-      display.isMain ? "true" : "false");
+      "%s, \"way\": %s}",
+      index == 0 ? "" : ",", index, JsonString(display.name).c_str(), display.id,
+      display.x + display.offsetX, display.y + display.offsetY, display.x, display.y, display.width,
+      display.height, display.pixelWidth, display.pixelHeight, Density(display),
+      display.bitsPerPixel, display.isMain ? "true" : "false",
+      JsonString(runtime::DesktopWay()).c_str());
 }
 
 }  // namespace
@@ -48,7 +52,11 @@ void ShowDisplays(const Arguments& arguments) {
   for (size_t index = 0; index < displays.size(); ++index) {
     (arguments.json ? PrintJson : PrintLine)(index, displays[index]);
   }
-  if (arguments.json) puts("\n]");
+  if (arguments.json) {
+    puts("\n]");
+  } else if (const std::string way = runtime::DesktopWay(); !way.empty()) {
+    printf("%s, by %s\n", runtime::DesktopName().c_str(), way.c_str());
+  }
 }
 
 }  // namespace qrv::cli

@@ -49,7 +49,7 @@ Options CaptureOptions() {
   return {
       {"", "FILE", "FILE", "The image file, like --output", &OptionWords::file},
       {kWhat, "--display", "N",
-       "One display: its index, as `qrvshot displays` lists it, or main for the main one",
+       "One display: its index or name, as `qrvshot displays` lists it, or main for the main one",
        &OptionWords::display},
       {kWhat, "--rect", "AREA",
        "A rectangle: X,Y,W,H or WxH+X+Y (as slop prints it) or \"X,Y WxH\" (as slurp does)",
@@ -78,7 +78,7 @@ Options CaptureOptions() {
 
 Options RawOptions() {
   return {
-      {kWhat, "--display", "N", "Its index, as `qrvshot displays` lists it (default: main)",
+      {kWhat, "--display", "N", "Its index or name, as `qrvshot displays` lists it (default: main)",
        &OptionWords::display},
       {kWhere, "-o,--output", "FILE", "The file; - is standard output (default: screenshot.raw)",
        &OptionWords::output},

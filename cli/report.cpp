@@ -4,10 +4,7 @@
 
 namespace qrv::cli {
 
-namespace {
-
-// As a JSON string. Bytes that are no UTF-8 stay as they are.
-std::string Quoted(const std::string& text) {
+std::string JsonString(const std::string& text) {
   std::string quoted = "\"";
   for (const char each : text) {
     if (each == '"' || each == '\\') {
@@ -23,8 +20,6 @@ std::string Quoted(const std::string& text) {
   return quoted + '"';
 }
 
-}  // namespace
-
 FILE* ReportStream(const std::string& output) { return output == "-" ? stderr : stdout; }
 
 void ReportImage(const std::string& file, const Rows& rows, const std::string& source,
@@ -38,9 +33,9 @@ void ReportCapture(const CaptureReport& report, const Rows& rows, FILE* stream) 
   fprintf(stream,
           "{\"file\": %s, \"width\": %d, \"height\": %d, \"desktop\": %s, \"method\": %s, "
           "\"strategy\": %s, \"milliseconds\": %.1f}\n",
-          report.file.empty() ? "null" : Quoted(report.file).c_str(), rows.width, rows.height,
-          Quoted(report.desktop).c_str(), Quoted(report.method).c_str(),
-          Quoted(report.strategy).c_str(), report.milliseconds);
+          report.file.empty() ? "null" : JsonString(report.file).c_str(), rows.width, rows.height,
+          JsonString(report.desktop).c_str(), JsonString(report.method).c_str(),
+          JsonString(report.strategy).c_str(), report.milliseconds);
 }
 
 }  // namespace qrv::cli

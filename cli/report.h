@@ -17,6 +17,9 @@ struct CaptureReport {
   double milliseconds;  // until the plug-in had the picture
 };
 
+// Text as a JSON string. Bytes that are no UTF-8 stay as they are.
+std::string JsonString(const std::string& text);
+
 // Where to report on a file: standard output, or standard error when the file itself goes there.
 FILE* ReportStream(const std::string& output);
 

@@ -22,7 +22,8 @@ DisplayInfo Describe(const desktop::Display& display, bool isMain) {
           display.pixelWidth,
           display.pixelHeight,
           display.bitsPerPixel,
-          isMain};
+          isMain,
+          display.name};
 }
 
 }  // namespace
@@ -38,6 +39,10 @@ std::optional<std::vector<DisplayInfo>> ListDisplays() {
 }
 
 std::string DesktopName() { return desktop::DesktopName(); }
+
+std::string DesktopWay() { return desktop::DesktopWay(); }
+
+void TellOfWaiting(void (*tell)(const char* words)) { desktop::DesktopTellsOfWaiting(tell); }
 
 std::string DesktopProblem() { return desktop::DesktopProblem(); }
 

@@ -23,6 +23,7 @@ struct DisplayInfo {
   int32_t pixelHeight = 0;
   int32_t bitsPerPixel = 0;
   bool isMain = false;
+  std::string name;  // as the desktop calls it; may be empty
 };
 
 // Of them a capture by index can name the first.
@@ -34,6 +35,12 @@ std::optional<std::vector<DisplayInfo>> ListDisplays();
 
 // The desktop of the last call as a person names it: "X11 :0", "the virtual desktop".
 std::string DesktopName();
+
+// The way that the desktop's pixels come: "MIT-SHM", "wlr-screencopy".
+std::string DesktopWay();
+
+// Has `tell` called, with what is being waited for in one line, when a capture waits for a person.
+void TellOfWaiting(void (*tell)(const char* words));
 
 // One line on why the last call found no displays, or the last capture no pixels; empty when
 // nothing went wrong with the desktop. And a sentence on what to do about a desktop that isn't

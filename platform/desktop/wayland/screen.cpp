@@ -132,6 +132,8 @@ std::vector<PlacedOutput> PlaceOutputs(const std::vector<std::unique_ptr<Output>
   for (const PlacedOutput& each : all) desktop = Union(desktop, each.logical);
   for (PlacedOutput& each : all) {
     each.desktop = desktop;
+    each.display.offsetX = origin.x;
+    each.display.offsetY = origin.y;
     each.display.bounds = {each.logical.x - origin.x, each.logical.y - origin.y, each.logical.width,
                            each.logical.height};
   }

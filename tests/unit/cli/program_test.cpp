@@ -84,6 +84,7 @@ TEST(Capture, ShowsWhatWasAskedFor) {
   for (const auto& [one, other] : same) EXPECT_TRUE(Capture(one) == Capture(other)) << one;
   const std::pair<std::string, const char*> sizes[] = {{"", "2720 1024"},
                                                        {"--display 1", "1280 1024"},
+                                                       {"--display VIRTUAL-2", "1280 1024"},
                                                        {"--display 0 --scale 33.3%", "480 300"},
                                                        {"--rect=0,0,9,9 --size 30x70", "30 70"},
                                                        {dense, "200 160"},

@@ -41,7 +41,7 @@ void AddCommand(CLI::App& app, const CommandText& text, OptionWords& words) {
 
 // What every command has may stand before it too.
 void AddCommonOptions(CLI::App& app, OptionWords& words) {
-  for (OptionText each : Commands().back().options) {
+  for (const OptionText& each : Commands().back().options) {
     AddOption(app, each, words);
     app.get_option(each.names)->group("");
   }
@@ -111,7 +111,7 @@ std::string Describe(const CLI::App& app, const CLI::ParseError& error, const Wo
     return "qrvshot " + command->get_name() + " has no option " + name +
            DidYouMean(name, OptionNames(*command));
   }
-  const std::string reason = error.what();
+  std::string reason = error.what();
   const std::string name = reason.substr(0, reason.find(':'));
   const bool lacksValue = dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr;
   if (!lacksValue || !name.starts_with("--")) return reason;

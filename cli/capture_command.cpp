@@ -1,7 +1,9 @@
+#include <algorithm>
 #include <chrono>
 #include <memory>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "cli/arguments.h"
 #include "cli/clipboard.h"

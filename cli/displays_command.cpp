@@ -25,7 +25,7 @@ void PrintLine(size_t index, const DisplayInfo& display) {
     printf("  %dx%d pixels, %g a unit", display.pixelWidth, display.pixelHeight, Density(display));
   }
   if (!display.name.empty()) printf("  %s", display.name.c_str());
-  puts(display.isMain ? "  main" : "");
+  printf("  by %s%s\n", runtime::DesktopWay().c_str(), display.isMain ? "  main" : "");
 }
 
 void PrintJson(size_t index, const DisplayInfo& display) {
@@ -52,11 +52,7 @@ void ShowDisplays(const Arguments& arguments) {
   for (size_t index = 0; index < displays.size(); ++index) {
     (arguments.json ? PrintJson : PrintLine)(index, displays[index]);
   }
-  if (arguments.json) {
-    puts("\n]");
-  } else if (const std::string way = runtime::DesktopWay(); !way.empty()) {
-    printf("%s, by %s\n", runtime::DesktopName().c_str(), way.c_str());
-  }
+  if (arguments.json) puts("\n]");
 }
 
 }  // namespace qrv::cli

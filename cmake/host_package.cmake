@@ -2,7 +2,7 @@
 
 include(CMakePackageConfigHelpers)
 set(INSTALLED_PACKAGE_FOLDER ${CMAKE_INSTALL_LIBDIR}/cmake/ScreenshotQRV)
-set(INSTALLED_PKGCONFIG_FOLDER ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+set(INSTALLED_PKGCONFIG_FOLDER ${CMAKE_INSTALL_DATADIR}/pkgconfig)
 set(PLUGIN_FILE ${CMAKE_INSTALL_LIBDIR}/screenshotqrv/ScreenshotQRV.so)
 
 configure_package_config_file(
@@ -25,6 +25,6 @@ install(FILES ${CMAKE_BINARY_DIR}/ScreenshotQRVConfig.cmake
 install(FILES ${CMAKE_BINARY_DIR}/screenshotqrv.pc DESTINATION ${INSTALLED_PKGCONFIG_FOLDER})
 install(FILES ${CMAKE_SOURCE_DIR}/examples/CMakeLists.txt
               ${CMAKE_SOURCE_DIR}/examples/minimal_host.c
-        DESTINATION ${CMAKE_INSTALL_DATADIR}/screenshotqrv/examples)
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/screenshotqrv/examples)
 install(PROGRAMS ${CMAKE_SOURCE_DIR}/examples/host.py
-        DESTINATION ${CMAKE_INSTALL_DATADIR}/screenshotqrv/examples)
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/screenshotqrv/examples)

@@ -6,6 +6,7 @@
 #include <limits>
 #include <memory>
 
+#include "platform/large_pages.h"
 #include "runtime/entry_points.h"
 
 namespace qrv::runtime {
@@ -32,6 +33,7 @@ REALstringStruct* MakeString(HostState& host, std::string_view bytes, uint32_t e
   std::unique_ptr<unsigned char, void (*)(void*)> block(
       static_cast<unsigned char*>(malloc(bytes.size() + 2)), free);
   if (!block) throw std::bad_alloc();
+  PreferLargePages(block.get(), bytes.size());
   block.get()[0] = 0;
   if (!bytes.empty()) memcpy(block.get() + 1, bytes.data(), bytes.size());
   block.get()[bytes.size() + 1] = 0;
@@ -150,6 +152,7 @@ bool GetStringData(REALstringStruct* string, unsigned long encoding, REALstringD
     free(copy);
     return false;
   }
+  PreferLargePages(copy, length);
   memcpy(copy, string->Bytes(), length);
   *out = {copy, static_cast<uint32_t>(length), static_cast<uint32_t>(encoding)};
   return true;

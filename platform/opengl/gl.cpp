@@ -10,6 +10,7 @@
 #include <cstring>
 
 #include <QRV/Desktop.h>
+#include "platform/large_pages.h"
 #include "platform/opengl/context.h"
 
 using qrv::desktop::Display;
@@ -114,7 +115,9 @@ void glReadPixels(GLint x, GLint y, GLsizei width, GLsizei height, GLenum format
   const size_t bytesBetweenRows = BytesBetweenRows(*context, width);
   const auto column = static_cast<size_t>(context->packSkipPixels + (area.left - x));
   const auto row = static_cast<size_t>(context->packSkipRows + (area.bottom - y));
-  StoreRowsReversed(frame,
-                    static_cast<uint8_t*>(pixels) + row * bytesBetweenRows + column * kPixelBytes,
-                    bytesBetweenRows);
+  uint8_t* const first =
+      static_cast<uint8_t*>(pixels) + row * bytesBetweenRows + column * kPixelBytes;
+  qrv::PreferLargePages(first, static_cast<size_t>(frame.height - 1) * bytesBetweenRows +
+                                   static_cast<size_t>(frame.width) * kPixelBytes);
+  StoreRowsReversed(frame, first, bytesBetweenRows);
 }

@@ -3,6 +3,7 @@
 
 #include <sys/mman.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <csignal>
@@ -77,7 +78,7 @@ class DyingServer : public ::testing::Test {
 template <typename Server>
 void DyingServer<Server>::ExpectNoTrace() {
   const int kills = Setting("QRV_TEST_KILLS", 40) / Server::kSlowness;
-  const int warmUp = kills / 4;
+  const int warmUp = std::max(kills / 4, 1);
   std::optional<Holdings> warm;
   for (int i = 0; i < kills; ++i) {
     DieAndComeBack();

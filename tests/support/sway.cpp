@@ -59,8 +59,10 @@ Sway::~Sway() {
   EndFilling();
 }
 
+// Without -Dnoscanout it shows a full-screen window's own memory, and forgets what it has yet to
+// draw where somebody captures: that sees what was there before.
 void Sway::Restart() {
-  pid_ = StartProgram({"sway", "-c", folder_.File("config")}, [this] {
+  pid_ = StartProgram({"sway", "-Dnoscanout", "-c", folder_.File("config")}, [this] {
     UseNoStreams();
     clearenv();
     const std::string folder = folder_.path().string();

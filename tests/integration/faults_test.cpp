@@ -22,13 +22,12 @@ using namespace std::chrono_literals;
 using std::chrono::microseconds;
 using std::chrono::steady_clock;
 
-// The desktops: a server's picture, and how many times as long as an X server it takes to come
-// back.
+// The servers, and how many times as long as an X server they take to capture and to come back.
 struct XServer : TwoMonitors {
-  static constexpr int kSlowness = 1;
+  static constexpr unsigned kSlowness = 1;
 };
 struct Compositor : TwoOutputs {
-  static constexpr int kSlowness = 4;
+  static constexpr unsigned kSlowness = 4;
   void Prepare() const {}
 };
 using Servers = ::testing::Types<XServer, Compositor>;
@@ -42,11 +41,12 @@ class DyingServer : public ::testing::Test {
   void CaptureWhileItDies() {
     std::atomic<bool> isDead = false;
     // The longer delays let a few captures pass before.
-    const std::jthread killer([&isDead, pid = server_.pid(), delay = random_() % 12000] {
-      std::this_thread::sleep_for(microseconds(delay));
-      kill(pid, SIGKILL);
-      isDead = true;
-    });
+    const std::jthread killer(
+        [&isDead, pid = server_.pid(), delay = random_() % (12000U * Server::kSlowness)] {
+          std::this_thread::sleep_for(microseconds(delay));
+          kill(pid, SIGKILL);
+          isDead = true;
+        });
     while (!isDead) {
       const Capture& capture = PickCapture();
       const bool isPicture = capture.ExpectRightOrNil(plugin_, server_.Part(capture.part));
@@ -77,7 +77,7 @@ class DyingServer : public ::testing::Test {
 
 template <typename Server>
 void DyingServer<Server>::ExpectNoTrace() {
-  const int kills = Setting("QRV_TEST_KILLS", 40) / Server::kSlowness;
+  const int kills = Setting("QRV_TEST_KILLS", 40) / static_cast<int>(Server::kSlowness);
   const int warmUp = std::max(kills / 4, 1);
   std::optional<Holdings> warm;
   for (int i = 0; i < kills; ++i) {

@@ -39,8 +39,8 @@ std::string Output::Command(size_t number) const {
 }
 
 uint32_t FilledPixel(size_t output, int x, int y) {
-  const auto blue = static_cast<size_t>(x / 256 + 16 * (y / 256)) + 128 * output;
-  return static_cast<uint32_t>((x & 255) << 16 | (y & 255) << 8) | (blue & 255);
+  const int blue = x / 256 + 16 * (y / 256) + 128 * static_cast<int>(output);
+  return static_cast<uint32_t>((x & 255) << 16 | (y & 255) << 8 | (blue & 255));
 }
 
 Sway::Sway(const std::vector<Output>& outputs)
@@ -62,21 +62,16 @@ Sway::~Sway() {
 // Without -Dnoscanout it shows a full-screen window's own memory, and forgets what it has yet to
 // draw where somebody captures: that sees what was there before.
 void Sway::Restart() {
-  pid_ = StartProgram({"sway", "-Dnoscanout", "-c", folder_.File("config")}, [this] {
-    UseNoStreams();
-    clearenv();
-    const std::string folder = folder_.path().string();
-    for (const auto& [name, value] : {std::pair<const char*, std::string>("HOME", folder),
-                                      {"XDG_RUNTIME_DIR", folder},
-                                      {"PATH", "/usr/bin:/bin"},
-                                      {"WLR_BACKENDS", "headless"},
-                                      {"WLR_HEADLESS_OUTPUTS", std::to_string(outputs_)},
-                                      {"WLR_RENDERER", "pixman"},
-                                      {"WLR_LIBINPUT_NO_DEVICES", "1"}}) {
-      setenv(name, value.c_str(), 1);
-    }
-    return BecomeUser();
-  });
+  const std::string folder = folder_.path().string();
+  pid_ = StartProgram(
+      {"env", "-i", "HOME=" + folder, "XDG_RUNTIME_DIR=" + folder, "PATH=/usr/bin:/bin",
+       "WLR_BACKENDS=headless", "WLR_HEADLESS_OUTPUTS=" + std::to_string(outputs_),
+       "WLR_RENDERER=pixman", "WLR_LIBINPUT_NO_DEVICES=1", "sway", "-Dnoscanout", "-c",
+       folder_.File("config")},
+      [] {
+        UseNoStreams();
+        return BecomeUser();
+      });
   Fill();
 }
 

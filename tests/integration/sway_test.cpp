@@ -20,7 +20,10 @@ void ExpectShown(Plugin& plugin, const Outputs& compositor) {
     const Area& units = compositor.outputs()[i].units;
     EXPECT_EQ(std::tuple(its.x, its.y, its.width, its.height),
               std::tuple(units.left, units.top, units.width, units.height));
-    EXPECT_EQ(Difference(plugin.Display(static_cast<int32_t>(i)), compositor.Whole(i)), "") << i;
+    EXPECT_EQ(
+        Difference(plugin.On(kDisplayImage).Display(static_cast<int32_t>(i)), compositor.Whole(i)),
+        "")
+        << i;
   }
 }
 

@@ -23,10 +23,10 @@ using runtime::Image;
 namespace methods = runtime::methods;
 
 // The strategies, by the system versions that choose them.
-constexpr const char* kDisplayImage = "10.7";
-constexpr const char* kOpenGL = "10.6";
-constexpr const char* kQuickDraw = "10.4";
-constexpr const char* kSystems[] = {kDisplayImage, kOpenGL, kQuickDraw};
+inline constexpr char kDisplayImage[] = "10.7";
+inline constexpr char kOpenGL[] = "10.6";
+inline constexpr char kQuickDraw[] = "10.4";
+inline constexpr const char* kSystems[] = {kDisplayImage, kOpenGL, kQuickDraw};
 
 // Which generation of the system the platform plays from now on, and which desktop it shows.
 void UseSystem(const char* version);

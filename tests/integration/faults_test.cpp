@@ -3,6 +3,7 @@
 
 #include <sys/mman.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <csignal>
@@ -21,6 +22,17 @@ using namespace std::chrono_literals;
 using std::chrono::microseconds;
 using std::chrono::steady_clock;
 
+// The servers, and how many times as long as an X server they take to capture and to come back.
+struct XServer : TwoMonitors {
+  static constexpr unsigned kSlowness = 1;
+};
+struct Compositor : TwoOutputs {
+  static constexpr unsigned kSlowness = 4;
+  void Prepare() const {}
+};
+using Servers = ::testing::Types<XServer, Compositor>;
+
+template <typename Server>
 class DyingServer : public ::testing::Test {
  protected:
   const Capture& PickCapture() { return kCaptures[random_() % kCaptures.size()]; }
@@ -29,11 +41,12 @@ class DyingServer : public ::testing::Test {
   void CaptureWhileItDies() {
     std::atomic<bool> isDead = false;
     // The longer delays let a few captures pass before.
-    const std::jthread killer([&isDead, pid = server_.pid(), delay = random_() % 12000] {
-      std::this_thread::sleep_for(microseconds(delay));
-      kill(pid, SIGKILL);
-      isDead = true;
-    });
+    const std::jthread killer(
+        [&isDead, pid = server_.pid(), delay = random_() % (12000U * Server::kSlowness)] {
+          std::this_thread::sleep_for(microseconds(delay));
+          kill(pid, SIGKILL);
+          isDead = true;
+        });
     while (!isDead) {
       const Capture& capture = PickCapture();
       const bool isPicture = capture.ExpectRightOrNil(plugin_, server_.Part(capture.part));
@@ -52,25 +65,28 @@ class DyingServer : public ::testing::Test {
     server_.Prepare();
   }
 
+  void ExpectNoTrace();
+
   const std::multiset<std::string> atStart_ = SignalsAndThreads();
-  TwoMonitors server_;
+  Server server_;
   Plugin plugin_;
   std::mt19937 random_{Seed()};
   int pictures_ = 0;
   int nils_ = 0;
 };
 
-TEST_F(DyingServer, LeavesTheHostAliveAndWithoutATrace) {
-  constexpr int kWarmUp = 10;
-  const int kills = Setting("QRV_TEST_KILLS", 40);
+template <typename Server>
+void DyingServer<Server>::ExpectNoTrace() {
+  const int kills = Setting("QRV_TEST_KILLS", 40) / static_cast<int>(Server::kSlowness);
+  const int warmUp = std::max(kills / 4, 1);
   std::optional<Holdings> warm;
   for (int i = 0; i < kills; ++i) {
     DieAndComeBack();
-    if (i + 1 == kWarmUp) {
+    if (i + 1 == warmUp) {
       ExpectAllRight(plugin_, server_);
       warm.emplace();
     }
-    ASSERT_FALSE(HasFailure()) << "kill " << i << ", QRV_TEST_SEED=" << Seed();
+    ASSERT_FALSE(this->HasFailure()) << "kill " << i << ", QRV_TEST_SEED=" << Seed();
   }
   ExpectAllRight(plugin_, server_);
   const Holdings now;
@@ -81,6 +97,10 @@ TEST_F(DyingServer, LeavesTheHostAliveAndWithoutATrace) {
   std::cout << kills << " kills, captures meanwhile: " << nils_ << " nil, " << pictures_
             << " right; mapped files " << warm->mappedFiles << " to " << now.mappedFiles << "\n";
 }
+
+TYPED_TEST_SUITE(DyingServer, Servers);
+
+TYPED_TEST(DyingServer, LeavesTheHostAliveAndWithoutATrace) { this->ExpectNoTrace(); }
 
 // --- A server that hangs: each capture in a process of its own, all of them at a time. ---
 
@@ -117,17 +137,16 @@ void Endure(const Capture& capture, const Image& expected, Moment moment, Stage&
   EXPECT_THAT(Holdings().files, ::testing::ContainerEq(before.files));
 }
 
-class HungServers : public ::testing::TestWithParam<Moment> {};
-
-TEST_P(HungServers, AreNilWithinFiveSecondsAndRightWhenTheyRunAgain) {
+template <typename Server>
+void HangAndRunAgain(Moment moment) {
   void* const shared =
       mmap(nullptr, sizeof(Stage), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
   Stage& stage = *new (shared) Stage;
-  const TwoMonitors server;
+  const Server server;
   std::vector<pid_t> processes;
   processes.reserve(kCaptures.size());
   for (const Capture& each : kCaptures) {
-    processes.push_back(ForkTest([&] { Endure(each, server.Part(each.part), GetParam(), stage); }));
+    processes.push_back(ForkTest([&] { Endure(each, server.Part(each.part), moment, stage); }));
   }
   const int all = static_cast<int>(processes.size());
   WaitUntil(stage.ready, all);
@@ -140,8 +159,14 @@ TEST_P(HungServers, AreNilWithinFiveSecondsAndRightWhenTheyRunAgain) {
   for (const pid_t each : processes) EXPECT_EQ(WaitForEnd(each), 0) << "QRV_TEST_SEED=" << Seed();
 }
 
-INSTANTIATE_TEST_SUITE_P(When, HungServers,
-                         ::testing::Values(kNothingYet, kBetweenCaptures, kCapturing));
+// Each is nil within five seconds, and right when it runs again.
+template <typename Server>
+class HungServer : public ::testing::Test {};
+TYPED_TEST_SUITE(HungServer, Servers);
+
+TYPED_TEST(HungServer, FoundAtTheFirstCapture) { HangAndRunAgain<TypeParam>(kNothingYet); }
+TYPED_TEST(HungServer, HangsBetweenCaptures) { HangAndRunAgain<TypeParam>(kBetweenCaptures); }
+TYPED_TEST(HungServer, HangsDuringACapture) { HangAndRunAgain<TypeParam>(kCapturing); }
 
 }  // namespace
 }  // namespace qrv::testing

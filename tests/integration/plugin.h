@@ -14,6 +14,7 @@
 
 #include "runtime/host.h"
 #include "tests/support/process.h"
+#include "tests/support/sway.h"
 #include "tests/support/xvfb.h"
 
 namespace qrv::testing {
@@ -22,10 +23,10 @@ using runtime::Image;
 namespace methods = runtime::methods;
 
 // The strategies, by the system versions that choose them.
-constexpr const char* kDisplayImage = "10.7";
-constexpr const char* kOpenGL = "10.6";
-constexpr const char* kQuickDraw = "10.4";
-constexpr const char* kSystems[] = {kDisplayImage, kOpenGL, kQuickDraw};
+inline constexpr char kDisplayImage[] = "10.7";
+inline constexpr char kOpenGL[] = "10.6";
+inline constexpr char kQuickDraw[] = "10.4";
+inline constexpr const char* kSystems[] = {kDisplayImage, kOpenGL, kQuickDraw};
 
 // Which generation of the system the platform plays from now on, and which desktop it shows.
 void UseSystem(const char* version);
@@ -118,10 +119,33 @@ class Screen : public Xvfb {
   RgbImage seen_;
 };
 
+// A compositor whose outputs' picture is known, and that is the desktop from now on.
+class Outputs : public Sway {
+ public:
+  // The first one is at the origin.
+  explicit Outputs(std::vector<Output> outputs);
+
+  // Shows the picture on the outputs that there are by now: they are in the order of announcement.
+  void Show(std::vector<Output> outputs);
+  const std::vector<Output>& outputs() const { return outputs_; }
+
+  // What a picture of an output's pixels is to be; and of a part of the space, whose units are the
+  // averages of their pixels: black beyond.
+  Image Whole(size_t output) const;
+  Image Part(const Area& part) const;
+
+ private:
+  std::vector<Output> outputs_;
+};
+
 // Every way to capture, over a server with two monitors, for tests that interfere meanwhile.
 
 struct TwoMonitors : Screen {
   explicit TwoMonitors(std::vector<std::string> arguments = {});
+};
+
+struct TwoOutputs : Outputs {
+  TwoOutputs();
 };
 
 // A method, the strategy that it goes through, and the part of the screen that it shows.
@@ -138,7 +162,11 @@ struct Capture {
 };
 
 extern const std::vector<Capture> kCaptures;
-void ExpectAllRight(Plugin& plugin, const Screen& screen);
+
+template <typename Shown>
+void ExpectAllRight(Plugin& plugin, const Shown& screen) {
+  for (const Capture& each : kCaptures) each.ExpectRight(plugin, screen.Part(each.part));
+}
 
 }  // namespace qrv::testing
 

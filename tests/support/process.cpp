@@ -13,7 +13,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <csignal>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
@@ -61,6 +60,25 @@ Outcome RunProgram(const std::vector<std::string>& command, const std::function<
   const int status = WaitForEnd(process);
   return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, streams.Read("out"), streams.Read("err")};
 }
+
+void UseNoStreams() {
+  const int nothing = open("/dev/null", O_RDWR | O_CLOEXEC);
+  for (const int each : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) dup2(nothing, each);
+}
+
+void Server::End(int signal) {
+  if (pid_ == 0) return;
+  kill(pid_, signal);
+  WaitForEnd(pid_);
+  pid_ = 0;
+}
+
+void Server::Stop() const {
+  kill(pid_, SIGSTOP);
+  waitpid(pid_, nullptr, WUNTRACED);
+}
+
+void Server::Continue() const { kill(pid_, SIGCONT); }
 
 bool RefuseSystemCall(uint32_t number, uint16_t error, uint32_t flags) {
   sock_filter filter[] = {

@@ -4,6 +4,7 @@
 
 #include <sys/types.h>
 
+#include <csignal>
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
@@ -34,10 +35,35 @@ Outcome RunProgram(
     const std::vector<std::string>& command,
     const std::function<bool()>& prepare = [] { return true; });
 
+// For such a process: nothing comes from its standard streams, and nothing is left of what it
+// writes.
+void UseNoStreams();
+
 // For such a process: from here on a system call fails with that error, if its third argument has
 // these flags; a folder is a disk of that size, such as 64k. False without the right to.
 bool RefuseSystemCall(uint32_t number, uint16_t error, uint32_t flags = 0);
 bool MountSmallDisk(const std::string& folder, const std::string& size);
+
+// A server of a test's own, which ends with the object that started it or with the test's process.
+class Server {
+ public:
+  Server() = default;
+  Server(const Server&) = delete;
+  Server& operator=(const Server&) = delete;
+
+  // 0 while it isn't running.
+  pid_t pid() const { return pid_; }
+
+  void Kill() { End(SIGKILL); }  // ends it without notice
+  void Stop() const;             // it no longer answers, as a hung server
+  void Continue() const;         // after Stop
+
+ protected:
+  ~Server() = default;
+  void End(int signal);
+
+  pid_t pid_ = 0;
+};
 
 // A folder for a test's files, removed at the end.
 class ScratchFolder {

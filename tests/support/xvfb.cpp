@@ -1,7 +1,6 @@
 #include "tests/support/xvfb.h"
 
 #include <fcntl.h>
-#include <sys/wait.h>
 #include <unistd.h>
 #include <xcb/xcb.h>
 
@@ -12,8 +11,6 @@
 #include <random>
 #include <sstream>
 #include <stdexcept>
-
-#include "tests/support/process.h"
 
 namespace qrv::testing {
 namespace {
@@ -60,8 +57,7 @@ bool Xvfb::Start(const std::string& display) {
   int ends[2];
   if (pipe2(ends, O_CLOEXEC) != 0) Fail("no pipe");
   pid_ = StartProgram(command, [&] {
-    const int nothing = open("/dev/null", O_RDWR | O_CLOEXEC);
-    for (const int each : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) dup2(nothing, each);
+    UseNoStreams();
     return dup2(ends[1], 3) == 3;
   });
   close(ends[1]);
@@ -77,24 +73,9 @@ bool Xvfb::Start(const std::string& display) {
   return isListening;
 }
 
-void Xvfb::End(int signal) {
-  kill(pid_, signal);
-  WaitForEnd(pid_);
-  pid_ = 0;
-}
-
-void Xvfb::Kill() { End(SIGKILL); }
-
 void Xvfb::Restart() {
   if (!Start(display_)) Fail("Xvfb did not start again");
 }
-
-void Xvfb::Stop() const {
-  kill(pid_, SIGSTOP);
-  waitpid(pid_, nullptr, WUNTRACED);
-}
-
-void Xvfb::Continue() const { kill(pid_, SIGCONT); }
 
 std::string Xvfb::Run(const std::vector<std::string>& command) const {
   Outcome outcome =

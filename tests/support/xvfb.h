@@ -5,13 +5,13 @@
 #ifndef TESTS_SUPPORT_XVFB_H_
 #define TESTS_SUPPORT_XVFB_H_
 
-#include <sys/types.h>
-
 #include <cstdint>
 #include <cstdlib>
 #include <optional>
 #include <string>
 #include <vector>
+
+#include "tests/support/process.h"
 
 namespace qrv::testing {
 
@@ -26,24 +26,17 @@ struct Area {
   int left, top, width, height;
 };
 
-class Xvfb {
+class Xvfb : public Server {
  public:
   // A server with one screen, WIDTHxHEIGHTxDEPTH, and further arguments such as
   // {"-extension", "MIT-SHM"}. Returns when the server answers.
   explicit Xvfb(std::string screen = "800x600x24", std::vector<std::string> arguments = {});
-  Xvfb(const Xvfb&) = delete;
-  Xvfb& operator=(const Xvfb&) = delete;
   ~Xvfb();
 
   // Its display's name, ":7". Stays the same when it is restarted.
   const std::string& display() const { return display_; }
-  // 0 while it isn't running.
-  pid_t pid() const { return pid_; }
 
-  void Kill();            // ends it without notice
-  void Restart();         // after Kill: a new server at the same display
-  void Stop() const;      // it no longer answers, as a hung server
-  void Continue() const;  // after Stop
+  void Restart();  // after Kill: a new server at the same display
 
   // Runs a program with DISPLAY set to this server and returns what it wrote to its standard
   // output. Throws when it doesn't end with status 0.
@@ -62,12 +55,10 @@ class Xvfb {
 
  private:
   bool Start(const std::string& display);
-  void End(int signal);
 
   std::string screen_;
   std::vector<std::string> arguments_;
   std::string display_;
-  pid_t pid_ = 0;
 };
 
 // Sets an environment variable for the lifetime of the object; unsets it when `value` is null.

@@ -146,6 +146,22 @@ void Fill(Filled& filled) {
   wl_surface_commit(filled.surface);
 }
 
+// Shows all pictures, and waits until the compositor has come to draw them.
+void ShowAll(wl_display* display) {
+  static const wl_callback_listener kListener = {
+      .done = [](void* waited, wl_callback* callback, uint32_t) {
+        wl_callback_destroy(callback);
+        --*static_cast<size_t*>(waited);
+      }};
+  size_t waited = globals.outputs.size();
+  for (const auto& each : globals.outputs) {
+    wl_callback_add_listener(wl_surface_frame(each->surface), &kListener, &waited);
+    Show(*each);
+  }
+  while (waited > 0 && wl_display_dispatch(display) >= 0) {
+  }
+}
+
 }  // namespace
 
 int main() {
@@ -157,10 +173,11 @@ int main() {
   wl_display_roundtrip(display);
   if (globals.shell == nullptr || globals.viewporter == nullptr) return 1;
   for (const auto& each : globals.outputs) Fill(*each);
-  // Configured, shown, and then once more: a compositor may change its mind about the size.
+  // Configured, shown, and then once more: a compositor may change its mind about the size, and
+  // what it was told before a window had its place may never be drawn.
   for (int i = 0; i < 4; ++i) wl_display_roundtrip(display);
-  usleep(200000);
-  wl_display_roundtrip(display);
+  ShowAll(display);
+  ShowAll(display);
   std::puts("shown");
   std::fflush(stdout);
   pollfd waited[] = {{STDIN_FILENO, POLLIN, 0}, {wl_display_get_fd(display), POLLIN, 0}};

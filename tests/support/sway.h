@@ -1,0 +1,63 @@
+// Wayland compositors for tests: a sway of the test's own without a screen, whose outputs show the
+// picture of fill_outputs. It ends with the object that started it or with the test's process.
+//
+// Everything here throws std::runtime_error when it can't do what it is asked.
+#ifndef TESTS_SUPPORT_SWAY_H_
+#define TESTS_SUPPORT_SWAY_H_
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "platform/desktop/waiting.h"
+#include "tests/support/process.h"
+#include "tests/support/xvfb.h"
+
+namespace qrv::testing {
+
+struct Output {
+  Area units;  // where it is in the compositor's space
+  double density = 1;
+  std::string transform = "normal";
+
+  int PixelWidth() const { return static_cast<int>(units.width * density); }
+  int PixelHeight() const { return static_cast<int>(units.height * density); }
+
+  // A command of sway's, for the output of that number.
+  std::string Command(size_t number) const;
+};
+
+// What fill_outputs shows, as 0xRRGGBB: the outputs are counted as they were announced.
+uint32_t FilledPixel(size_t output, int x, int y);
+
+class Sway : public Server {
+ public:
+  // With these outputs, HEADLESS-1 and on. Returns when they show the picture.
+  explicit Sway(const std::vector<Output>& outputs);
+  ~Sway();
+
+  // The path of its socket. Stays the same when it is restarted.
+  const std::string& socket() const { return socket_; }
+
+  void Restart();  // after Kill: a new one with the first outputs, that shows the picture
+  void Fill();     // shows the picture on the outputs that there are now
+
+  // Runs a program for this compositor and returns what it wrote to its standard output. Throws
+  // when it doesn't end with status 0.
+  std::string Run(const std::vector<std::string>& command) const;
+  void Command(const std::string& words) const { Run({"swaymsg", "--", words}); }
+
+ private:
+  bool StartFilling();
+  void EndFilling();
+
+  ScratchFolder folder_;
+  std::string socket_;
+  size_t outputs_;
+  pid_t filling_ = 0;
+  desktop::UniqueFd fillingStreams_;
+};
+
+}  // namespace qrv::testing
+
+#endif  // TESTS_SUPPORT_SWAY_H_

@@ -20,7 +20,7 @@ constexpr size_t kReceiveWords = 4096;
 constexpr size_t kMaxComplaint = 160;
 constexpr uint32_t kDisplay = 1;
 
-size_t WordsOf(size_t bytes) { return (bytes + 3) / 4; }
+size_t WordsOf(size_t bytes) { return bytes / 4 + (bytes % 4 != 0 ? 1 : 0); }
 
 std::string InOneLine(std::string words) {
   words.resize(std::min(words.size(), kMaxComplaint));

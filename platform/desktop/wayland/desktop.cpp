@@ -76,7 +76,10 @@ Frame WaylandLink::Capture(uint32_t displayId, const PixelRect& part, bool& isGo
   if (found != nullptr && source_) {
     const PlacedOutput output = *found;
     Frame frame = source_->Capture(output, part, problem);
-    if (frame) return frame;
+    if (frame) {
+      problem.clear();
+      return frame;
+    }
     // An output that goes takes with it what is under way.
     if (!List()) return {};
     const PlacedOutput* const now = Find(displayId);

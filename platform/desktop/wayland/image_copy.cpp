@@ -18,6 +18,7 @@ struct Constraints {
   uint32_t format = 0;
   bool hasFormat = false;
   bool isWhole = false;  // all of them have come
+  bool isUsed = false;   // a frame was asked for with them
   bool isStopped = false;
 };
 
@@ -121,14 +122,12 @@ Frame ImageCopy::TakeWhole(uint32_t session, Constraints& told, std::string& pro
     layout.height = told.height;
     layout.format = told.hasFormat ? told.format : ~0U;
     if (told.hasFormat) layout.stride = (told.width * BytesPerPixel(told.format) + 3) / 4 * 4;
+    told.isUsed = true;
     bool isOutdated = false;
     const Frame frame = Take(session, layout, isOutdated, problem);
     if (frame || !isOutdated) return frame;
-    // The new constraints may have come already.
-    if (told.width == layout.width && told.height == layout.height &&
-        told.format == layout.format) {
-      told = {};
-    }
+    // The new constraints may have come already, and be the same ones.
+    if (told.isUsed) told.isWhole = told.hasFormat = false;
   }
   return {};
 }

@@ -1,0 +1,103 @@
+// A Wayland compositor for tests, in a process of its own: outputs that show a known picture, both
+// capture protocols, and faults on command.
+#ifndef TESTS_WAYLAND_SERVER_H_
+#define TESTS_WAYLAND_SERVER_H_
+
+#include <sys/types.h>
+
+#include <atomic>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "tests/support/process.h"
+
+namespace qrv::testing {
+
+// One of wl_shm's formats. Its channels are named from the highest bits down, each with its number
+// of bits: "x2r10g10b10".
+struct ShmFormat {
+  uint32_t code;
+  const char* channels;
+};
+extern const std::vector<ShmFormat> kShmFormats;
+
+// The 8-bit colour 00RRGGBB that the picture has at a place once it has gone through a format.
+uint32_t ColorAt(uint32_t format, uint32_t picture, int x, int y);
+
+struct OutputSetup {
+  std::string name = "TEST-1";
+  int width = 61;  // of its mode; 0 when it is off
+  int height = 40;
+  int transform = 0;  // wl_output's
+  int scale = 1;
+  int x = 0;
+  int y = 0;
+  int logicalWidth = 61;  // as xdg-output tells
+  int logicalHeight = 40;
+};
+
+struct CompositorSetup {
+  std::vector<OutputSetup> outputs = {OutputSetup()};
+  std::vector<uint32_t> formats = {1};  // screencopy sends the first, the other protocol offers all
+  int screencopy = 3;                   // the versions that are offered; 0 for none
+  int imageCopy = 0;
+  int outputVersion = 4;
+  int xdgOutput = 3;
+  int padding = 0;  // bytes at a row's end, where the compositor states the stride
+  bool isInverted = false;
+};
+
+enum class Fault {
+  kNone,
+  // In what it tells of the image:
+  kFails,  // screencopy; else when it has been given a buffer
+  kStops,  // the other way round
+  kUnknownFormat,
+  kNoSize,
+  kHugeSize,
+  kShortStride,
+  kOtherSize,
+  kChangesMode,
+  // When it has been given a buffer:
+  kNewFormat,       // refuses the buffer, then tells of another format
+  kNewFormatEarly,  // the other way round
+  kNeverReady,
+  kHangsUp,
+  kComplains,  // a protocol error
+  kSendsWords,
+  kFloods,
+  kSendsByteByByte,
+  kRemovesOutput
+};
+
+// What the test's process and the compositor's share.
+struct Script {
+  std::atomic<Fault> fault;
+  std::atomic<int> times;          // that the fault is still to be made
+  std::atomic<uint32_t> words[5];  // what kSendsWords sends
+  std::atomic<uint32_t> picture;   // which one the outputs show
+  std::atomic<uint32_t> regions;   // captures of a region that were asked for
+  std::atomic<uint32_t> highest;   // number of a frame's object
+};
+
+class Compositor {
+ public:
+  explicit Compositor(const CompositorSetup& setup = {});
+  Compositor(const Compositor&) = delete;
+  Compositor& operator=(const Compositor&) = delete;
+  ~Compositor();
+
+  std::string path() const { return folder_.File("wayland"); }
+  Script& script() { return *script_; }
+  void Make(Fault fault, int times = 1);
+
+ private:
+  ScratchFolder folder_;
+  Script* script_;
+  pid_t process_;
+};
+
+}  // namespace qrv::testing
+
+#endif  // TESTS_WAYLAND_SERVER_H_

@@ -1,14 +1,16 @@
 // The methods from end to end, and the least that their work can cost, in one run.
 //
-//   method_bench desktop|console [options of Google Benchmark]
+//   method_bench desktop|console once|often [options of Google Benchmark]
 #include <benchmark/benchmark.h>
 #include <malloc.h>
+#include <sys/mman.h>
 
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <exception>
 #include <memory>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -47,25 +49,49 @@ void Register(const std::string& name, const std::string& desktop, const Call& c
       ->UseRealTime();
 }
 
-// Zeroed memory, each page of it touched. Its address goes where the compiler can't see.
-uint8_t* AllocateTouched(size_t size) {
-  auto* const memory = static_cast<uint8_t*>(calloc(1, size));
-  for (size_t i = 0; i < size; i += 4096) static_cast<volatile uint8_t*>(memory)[i] = 0;
-  benchmark::DoNotOptimize(memory);
-  return memory;
-}
+// Memory as cheap as the system has it: large pages, filled in one go.
+class Block {
+ public:
+  explicit Block(size_t size) : size_((size + kLargePage - 1) / kLargePage * kLargePage) {
+    memory_ = aligned_alloc(kLargePage, size_);
+    if (memory_ == nullptr) throw std::bad_alloc();
+    madvise(memory_, size_, MADV_HUGEPAGE);
+    madvise(memory_, size_, MADV_POPULATE_WRITE);
+  }
+  Block(const Block&) = delete;
+  Block& operator=(const Block&) = delete;
+  ~Block() { free(memory_); }
 
-// One bare capture, two zeroed allocations of the picture's size, two copies of it.
+  void* memory() const { return memory_; }
+
+ private:
+  static constexpr size_t kLargePage = size_t{2} << 20;
+
+  void* memory_;
+  size_t size_;
+};
+
+// One bare capture and two copies of the picture: into memory that is fresh, as a method's buffer
+// and picture are in a program that captures once.
 bool RunFloor(BareX11& bare) {
   if (!bare.Capture()) return false;
-  uint8_t* const buffer = AllocateTouched(bare.size());
-  uint8_t* const picture = AllocateTouched(bare.size());
-  memcpy(buffer, bare.memory(), bare.size());
+  const Block buffer(bare.size());
+  const Block picture(bare.size());
+  memcpy(buffer.memory(), bare.memory(), bare.size());
   benchmark::ClobberMemory();
-  memcpy(picture, buffer, bare.size());
+  memcpy(picture.memory(), buffer.memory(), bare.size());
   benchmark::ClobberMemory();
-  free(picture);
-  free(buffer);
+  return true;
+}
+
+// One bare capture and some copies of it in memory that the caller keeps.
+bool RunKept(BareX11& bare, const Block& first, const Block* second) {
+  if (!bare.Capture()) return false;
+  memcpy(first.memory(), bare.memory(), bare.size());
+  benchmark::ClobberMemory();
+  if (second == nullptr) return true;
+  memcpy(second->memory(), first.memory(), bare.size());
+  benchmark::ClobberMemory();
   return true;
 }
 
@@ -74,7 +100,8 @@ std::shared_ptr<BareX11> MakeBare(const std::string& display, const Size& size) 
                                    static_cast<uint16_t>(size.height));
 }
 
-void RegisterSize(qrv::runtime::Host& host, const Size& size, const std::string& display) {
+void RegisterSize(qrv::runtime::Host& host, const Size& size, const std::string& display,
+                  bool isOnce) {
   const std::string desktops[][2] = {{"x11", "x11:" + display},
                                      {"virtual", "virtual:" + Text(size) + "+0+0"}};
   for (const auto& [kind, desktop] : desktops) {
@@ -84,7 +111,12 @@ void RegisterSize(qrv::runtime::Host& host, const Size& size, const std::string&
     }
   }
   const auto bare = MakeBare(display, size);
-  Register("x11/" + Text(size) + "/floor", desktops[0][1], [bare] { return RunFloor(*bare); });
+  const auto first = std::make_shared<Block>(bare->size());
+  const auto second = std::make_shared<Block>(bare->size());
+  Register("x11/" + Text(size) + "/floor", desktops[0][1],
+           [=] { return isOnce ? RunFloor(*bare) : RunKept(*bare, *first, second.get()); });
+  Register("x11/" + Text(size) + "/least", desktops[0][1],
+           [=] { return RunKept(*bare, *first, nullptr); });
   Register("x11/" + Text(size) + "/bare-capture", desktops[0][1],
            [bare] { return bare->Capture(); });
   const auto small = MakeBare(display, {kSmallSide, kSmallSide});
@@ -94,12 +126,12 @@ void RegisterSize(qrv::runtime::Host& host, const Size& size, const std::string&
            qrv::bench::CaptureRect(host, kSmallSide, kSmallSide));
 }
 
-void Run(const std::string& form) {
+void Run(const std::string& form, bool isOnce) {
   const auto host = qrv::bench::StartHost(form);
   std::vector<std::unique_ptr<qrv::testing::Xvfb>> servers;
   for (const Size& size : kSizes) {
     servers.push_back(std::make_unique<qrv::testing::Xvfb>(Text(size) + "x24"));
-    RegisterSize(*host, size, servers.back()->display());
+    RegisterSize(*host, size, servers.back()->display(), isOnce);
   }
   benchmark::RunSpecifiedBenchmarks();
   benchmark::Shutdown();
@@ -109,15 +141,16 @@ void Run(const std::string& form) {
 }  // namespace
 
 int main(int argc, char** argv) try {
-  // Large blocks are fresh from the system each time, as in a program that captures once. Left
-  // alone, malloc would keep some of them, and which ones would depend on what ran before.
-  mallopt(M_MMAP_THRESHOLD, 1 << 20);
   benchmark::Initialize(&argc, argv);
-  if (argc != 2) {
-    fputs("usage: method_bench desktop|console [options of Google Benchmark]\n", stderr);
+  const std::string series = argc == 3 ? argv[2] : "";
+  if (series != "once" && series != "often") {
+    fputs("usage: method_bench desktop|console once|often [options of Google Benchmark]\n", stderr);
     return 2;
   }
-  Run(argv[1]);
+  // Once: large blocks are fresh from the system each time, as in a program that captures once.
+  // Left alone, as in a host that goes on capturing, malloc keeps some.
+  if (series == "once") mallopt(M_MMAP_THRESHOLD, 1 << 20);
+  Run(argv[1], series == "once");
   return 0;
 } catch (const std::exception& failure) {
   fprintf(stderr, "method_bench: %s\n", failure.what());

@@ -61,7 +61,7 @@ std::shared_ptr<Segment> SegmentPool::Acquire(uint64_t bytes, const char*& refus
     refusal = "no shared memory is that large";
     return nullptr;
   }
-  const auto segment = Create(static_cast<size_t>(size), refusal);
+  auto segment = Create(static_cast<size_t>(size), refusal);
   if (!segment) return nullptr;
   const auto place = std::find_if(segments_.begin(), segments_.end(),
                                   [size](const auto& each) { return each->size() < size; });

@@ -124,7 +124,7 @@ Frame ImageCopy::TakeWhole(uint32_t session, Constraints& told, std::string& pro
     if (told.hasFormat) layout.stride = (told.width * BytesPerPixel(told.format) + 3) / 4 * 4;
     told.isUsed = true;
     bool isOutdated = false;
-    const Frame frame = Take(session, layout, isOutdated, problem);
+    Frame frame = Take(session, layout, isOutdated, problem);
     if (frame || !isOutdated) return frame;
     // The new constraints may have come already, and be the same ones.
     if (told.isUsed) told.isWhole = told.hasFormat = false;

@@ -65,7 +65,7 @@ bool IsPossible(const ImageLayout& layout) {
   const PixelFormat* const format = FindFormat(layout.format);
   return format != nullptr && layout.width > 0 && layout.width <= kMaxSide && layout.height > 0 &&
          layout.height <= kMaxSide && layout.stride >= layout.width * format->bytesPerPixel &&
-         layout.stride <= 2 * kMaxSide * sizeof(uint32_t);
+         layout.stride <= size_t{2} * kMaxSide * sizeof(uint32_t);
 }
 
 }  // namespace

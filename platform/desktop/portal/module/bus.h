@@ -70,7 +70,8 @@ bool ReadDictionary(const Message& message, Take take) {
     const std::string known = type;
     if (sd_bus_message_enter_container(m, 'v', known.c_str()) <= 0) return false;
     if (!take(name, known) && sd_bus_message_skip(m, known.c_str()) < 0) return false;
-    if (sd_bus_message_exit_container(m) < 0 || sd_bus_message_exit_container(m) < 0) return false;
+    if (sd_bus_message_exit_container(m) < 0) return false;
+    if (sd_bus_message_exit_container(m) < 0) return false;
   }
   return sd_bus_message_exit_container(m) >= 0;
 }

@@ -108,9 +108,9 @@ Frame Cut(const Frame& picture, const wayland::PlacedOutput& output) {
   const PixelRect part = {columns.FirstSource(), rows.FirstSource(),
                           columns.EndOfSource() - columns.FirstSource(),
                           rows.EndOfSource() - rows.FirstSource()};
-  const Frame from = PartOf(picture, part);
+  Frame from = PartOf(picture, part);
   if (columns.IsPlain() && rows.IsPlain()) return from;
-  const Frame frame = NewFrame(display.pixelWidth, display.pixelHeight);
+  Frame frame = NewFrame(display.pixelWidth, display.pixelHeight);
   if (!frame) return {};
   Resampler resampler(columns, rows, from.pixels, from.rowBytes);
   for (int32_t y = 0; y < frame.height; ++y) {

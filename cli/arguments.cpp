@@ -33,9 +33,11 @@ void AddOption(CLI::App& app, const OptionText& text, OptionWords& words) {
       ->take_last();
 }
 
-void AddCommand(CLI::App& app, const CommandText& text, OptionWords& words) {
+// A command that the line doesn't name is there for the help alone: options take long to define.
+void AddCommand(CLI::App& app, const CommandText& text, const Words& line, OptionWords& words) {
   CLI::App* const command = app.add_subcommand(text.name, text.summary);
   command->get_help_ptr()->group("");
+  if (std::find(line.begin(), line.end(), text.name) == line.end()) return;
   for (const OptionText& each : text.options) AddOption(*command, each, words);
 }
 
@@ -167,7 +169,7 @@ std::optional<Arguments> ParseArguments(int argc, const char* const* argv) {
   app.require_subcommand(1);
   app.fallthrough();
   AddCommonOptions(app, words);
-  for (const CommandText& each : Commands()) AddCommand(app, each, words);
+  for (const CommandText& each : Commands()) AddCommand(app, each, line, words);
   try {
     if (!Parse(app, argc, argv, line)) return std::nullopt;
     for (const CommandText& each : Commands()) {

@@ -1,6 +1,7 @@
 #include "cli/image_file.h"
 
 #include <algorithm>
+#include <cstring>
 #include <vector>
 
 #include "cli/failure.h"
@@ -52,13 +53,14 @@ Rows RowsOf(const REALpictureStruct* picture) {
   return rows;
 }
 
+// Each pixel is moved in one piece; the next one covers its alpha.
 void PackRgb(uint8_t* row, int32_t width) {
   const uint8_t* source = row;
   uint8_t* target = row;
   for (int32_t x = 0; x < width; ++x, source += 4, target += 3) {
-    target[0] = source[0];
-    target[1] = source[1];
-    target[2] = source[2];
+    uint32_t pixel = 0;
+    memcpy(&pixel, source, sizeof pixel);
+    memcpy(target, &pixel, sizeof pixel);
   }
 }
 

@@ -1,5 +1,6 @@
 #include "cli/write_png.h"
 
+#include <isa-l/crc.h>
 #include <time.h>
 #include <zlib.h>
 
@@ -20,7 +21,7 @@ namespace {
 
 // Large enough that strips lose nothing by not knowing one another, small enough that even a small
 // picture keeps every processor busy.
-constexpr int64_t kStripPixels = int64_t{1} << 18;
+constexpr int64_t kStripPixels = int64_t{1} << 17;
 
 using Word = std::array<uint8_t, 4>;
 
@@ -31,13 +32,12 @@ Word BigEndian(uint32_t value) {
 
 void WriteChunk(OutputFile& file, const char* type, const std::vector<uint8_t>& data) {
   constexpr size_t kTypeLength = 4;
-  const auto* typeBytes = reinterpret_cast<const Bytef*>(type);
-  uLong sum = crc32(0, typeBytes, kTypeLength);
-  if (!data.empty()) sum = crc32(sum, data.data(), static_cast<uInt>(data.size()));
+  uint32_t sum = crc32_gzip_refl(0, reinterpret_cast<const uint8_t*>(type), kTypeLength);
+  sum = crc32_gzip_refl(sum, data.data(), data.size());
   file.Write(BigEndian(static_cast<uint32_t>(data.size())).data(), sizeof(Word));
   file.Write(type, kTypeLength);
   file.Write(data.data(), data.size());
-  file.Write(BigEndian(static_cast<uint32_t>(sum)).data(), sizeof(Word));
+  file.Write(BigEndian(sum).data(), sizeof(Word));
 }
 
 void Append(std::vector<uint8_t>& data, uint32_t value) {
@@ -106,13 +106,16 @@ class StripMaker {
   }
 
  private:
-  // Without a thread to be had the strip is made when it is taken.
+  // Without a thread to be had the strip is made when it is taken, as is the only strip of a small
+  // picture, which takes less time than to start a thread.
   void StartNext() {
     const int32_t first = started_;
     started_ += std::min(stripRows_, rows_.height - first);
-    pending_.push_back(std::async(
-        std::launch::async | std::launch::deferred,
-        [this, first, end = started_] { return MakePngStrip(rows_, first, end, compression_); }));
+    const auto policy = stripRows_ >= rows_.height ? std::launch::deferred
+                                                   : std::launch::async | std::launch::deferred;
+    pending_.push_back(std::async(policy, [this, first, end = started_] {
+      return MakePngStrip(rows_, first, end, compression_);
+    }));
   }
 
   const Rows& rows_;

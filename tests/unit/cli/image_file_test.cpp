@@ -13,12 +13,18 @@ namespace {
 
 using Bytes = std::vector<uint8_t>;
 
-// Red, green, blue, alpha: a flat picture above a random one.
+// Red, green, blue, alpha: a plain third, one in which every third pixel is another, a random one.
 Bytes Pixels(int32_t width, int32_t height, bool isTransparent) {
   std::mt19937 random(7);
-  Bytes pixels(static_cast<size_t>(width) * static_cast<size_t>(height) * 4, 255);
-  for (size_t i = pixels.size() / 2; i < pixels.size(); ++i) {
-    if (i % 4 != 3 || isTransparent) pixels[i] = static_cast<uint8_t>(random());
+  const size_t count = static_cast<size_t>(width) * static_cast<size_t>(height);
+  Bytes pixels(count * 4, 255);
+  for (size_t i = count / 3; i < count; ++i) {
+    uint8_t* const pixel = &pixels[i * 4];
+    if (i < count * 2 / 3 && i % 3 != 0) {
+      memcpy(pixel, pixel - 4, 4);
+      continue;
+    }
+    for (int k = 0; k < (isTransparent ? 4 : 3); ++k) pixel[k] = static_cast<uint8_t>(random());
   }
   return pixels;
 }
@@ -40,7 +46,7 @@ TEST(PngFile, HoldsEveryPixelInOneStripAndInManyAtEveryCompression) {
   for (const auto& [width, height] : {std::pair(1, 1), {37, 11}, {1023, 1301}}) {
     for (const bool isTransparent : {false, true}) {
       const Bytes pixels = Pixels(width, height, isTransparent);
-      for (const std::optional<int> level : {std::optional<int>(), {0}, {6}, {9}}) {
+      for (const std::optional<int> level : {std::optional<int>(), {0}, {1}, {6}, {9}}) {
         const std::string file =
             Write(pixels, width, height, isTransparent, {&kImageFormats[0], level, {}});
         const std::unique_ptr<spng_ctx, decltype(&spng_ctx_free)> png(spng_ctx_new(0),

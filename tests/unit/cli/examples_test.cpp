@@ -3,44 +3,39 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include <fstream>
+#include <regex>
 
 #include "tests/unit/cli/program.h"
 
 namespace qrv::cli {
 namespace {
 
-// The blocks of a document that are for a shell.
-Words ShellBlocks(const std::string& path) {
-  std::ifstream file(std::string(QRV_SOURCE_DIR "/") + path);
-  Words blocks;
-  bool isInside = false;
-  for (std::string line; std::getline(file, line);) {
-    if (line.starts_with("```")) {
-      isInside = line == "```sh";
-      if (isInside) blocks.emplace_back();
-    } else if (isInside) {
-      blocks.back() += line + "\n";
-    }
+// What a pattern's group matches in what a program writes.
+Words Matches(const std::string& command, const std::string& pattern) {
+  const std::string text = testing::RunProgram(Split(command)).output;
+  const std::regex regex(pattern);
+  Words found;
+  for (std::sregex_iterator each(text.begin(), text.end(), regex), end; each != end; ++each) {
+    found.push_back((*each)[1]);
   }
-  return blocks;
+  return found;
 }
 
-// The lines of a command's help that begin with the program, without what explains them.
-Words HelpExamples(const std::string& command) {
-  const ScratchFolder folder;
-  std::istringstream help(Qrvshot(folder, command + " --help").output);
-  Words examples;
-  for (std::string line; std::getline(help, line);) {
-    if (line.starts_with("  qrvshot ")) examples.push_back(line.substr(2, line.find("  ", 2) - 2));
-  }
-  return examples;
+// The blocks of a document that are for a shell.
+Words ShellBlocks(const std::string& path) {
+  return Matches("cat " QRV_SOURCE_DIR "/" + path, "\n```sh\n((?:(?!```)[^])*)```");
+}
+
+// What a command's help explains with lines that begin so.
+Words HelpOf(const std::string& command, const std::string& beginning) {
+  return Matches(QRV_BUILD_DIR "/qrvshot " + command + " --help",
+                 "\n  (" + beginning + "\\S*(?: \\S+)*)");
 }
 
 // In a folder of their own that has what they mention, with programs that answer as a user might.
 void ExpectToRun(const Words& examples) {
   const ScratchFolder folder;
-  const std::pair<const char*, const char*> programs[] = {
+  const std::pair<std::string, const char*> programs[] = {
       {"slop", "echo 100x50+-20+30"},
       {"slurp", "echo '-20,30 100x50'"},
       {"xdotool", "echo WINDOW=7; echo X=-20; echo Y=30; echo WIDTH=100; echo HEIGHT=50"},
@@ -48,8 +43,8 @@ void ExpectToRun(const Words& examples) {
   std::filesystem::create_directories(folder.File("bin"));
   std::filesystem::create_directories(folder.File("work/pictures"));
   for (const auto& [name, answer] : programs) {
-    folder.Write(std::string("bin/") + name, std::string("#!/bin/sh\n") + answer + "\n");
-    chmod(folder.File(std::string("bin/") + name).c_str(), 0755);
+    folder.Write("bin/" + name, std::string("#!/bin/sh\n") + answer + "\n");
+    chmod(folder.File("bin/" + name).c_str(), 0755);
   }
   folder.Write("work/pixels", std::string(1440 * 900 * 4, 'x'));
   for (const std::string& example : examples) {
@@ -76,7 +71,7 @@ TEST(Examples, OfTheDocumentsRun) {
 
 TEST(Examples, OfHelpRun) {
   for (const char* command : {"", "capture", "displays", "raw", "from-raw", "methods"}) {
-    const Words examples = HelpExamples(command);
+    const Words examples = HelpOf(command, "qrvshot ");
     EXPECT_FALSE(examples.empty()) << command;
     ExpectToRun(examples);
   }
@@ -84,21 +79,14 @@ TEST(Examples, OfHelpRun) {
 
 // The page is made of help, whose examples it has.
 TEST(Examples, AreInTheManualPageWithEveryOption) {
-  const std::string page =
-      testing::RunProgram({"zcat", QRV_BUILD_DIR "/packaging/qrvshot.1.gz"}).output;
-  std::string text;
-  for (const char letter : page) {
-    if (letter != '\\') text += letter;
-  }
-  for (const std::string& example : HelpExamples("capture")) {
-    EXPECT_NE(text.find("fB" + example + "fR"), std::string::npos) << example;
-  }
-  const ScratchFolder folder;
-  std::istringstream help(Qrvshot(folder, "capture --help").output);
-  for (std::string line; std::getline(help, line);) {
-    if (!line.starts_with("  -")) continue;
-    const std::string option = line.substr(2, line.find("  ", 2) - 2);
-    EXPECT_NE(text.find("fB" + option + "fR"), std::string::npos) << option;
+  std::string page = testing::RunProgram({"zcat", QRV_BUILD_DIR "/packaging/qrvshot.1.gz"}).output;
+  std::erase(page, '\\');
+  for (const char* beginning : {"qrvshot ", "-"}) {
+    const Words explained = HelpOf("capture", beginning);
+    EXPECT_FALSE(explained.empty()) << beginning;
+    for (const std::string& each : explained) {
+      EXPECT_NE(page.find("fB" + each + "fR"), std::string::npos) << each;
+    }
   }
 }
 

@@ -29,7 +29,6 @@ constexpr Case kRefusals[] = {
      "farther than"},
     {1, "--desktop virtual:20000x9+0+0 -o a.webp", "16383 pixels a side|20000x9|another format"},
     {1, "--display 7", "display 7|2 displays|0 to 1"},
-    {1, "--desktop x11", "DISPLAY is not set|virtual"},
     {1, "--desktop x11::9999", "X server :9999 can't be reached"},
     {2, "--desktop x11:moon", "'moon' is not the name"},
     {2, "--desktop x11:", "names no DISPLAY|x11::0"},
@@ -54,13 +53,11 @@ constexpr std::pair<const char*, const char*> kMistakes[] = {
     {"capture a.png b.png", "b.png is one argument too many"},
     {"capture --display", "--display lacks its value"},
     {"capture --display 0 --rect 0,0,2,2", "--display and --rect can't|`qrvshot capture --help`"},
-    {"capture --rect 0,0,2,2 --display 0", "--rect and --display can't"},
     {"capture --strategy opengl --system-version 10.6", "can't be used together"},
     {"capture --scale 50% --size 5x5", "--scale and --size can't"},
     {"capture --interval 5", "--interval says nothing without --count"},
     {"capture --count 2 -o -", "-o can't be standard output"},
     {"capture -o shot.GIF", "-o shot.GIF: qrvshot writes png, jpg, webp and ppm, not gif"},
-    {"capture shot.bmp", ": shot.bmp: qrvshot writes"},
     {"capture --quality 50", "--quality says nothing of png"},
     {"capture --compression 5 a.jpg", "--compression says nothing of jpg"},
     {"capture --strategy opengll", "did you mean opengl?"},
@@ -122,14 +119,13 @@ TEST(Failure, SaysWhatIsWrongAndLeavesNoFile) {
     }
   }
   // A script whose variable is unset must not get the whole desktop instead of its rectangle.
-  for (const char* option : {"--rect", "--display", "--plugin", "--desktop", "-o"}) {
-    ExpectFailure(2, std::string("capture ") + option + " ''",
-                  std::string(option) + " has an empty value");
+  for (const std::string option : {"--rect", "--display", "--plugin", "--desktop", "-o"}) {
+    ExpectFailure(2, "capture " + option + " ''", option + " has an empty value");
   }
-  const std::string raw = "from-raw --width 1 --height 1 --row-bytes 4 ";
-  ExpectFailure(3, raw + "/dev/null", "/dev/null is empty");
-  ExpectFailure(3, raw + "none", "none could not be read: No such file");
-  ExpectFailure(3, raw + "/", "/ could not be read: Is a directory");
+  for (const std::string refused : {"/dev/null is empty", "none could not be read: No such file",
+                                    "/ could not be read: Is a directory"}) {
+    ExpectFailure(3, "from-raw --width 1 --height 1 --row-bytes 4 " + Split(refused)[0], refused);
+  }
   ExpectFailure(1, "raw --system-version 10.4", "10.5");
 }
 

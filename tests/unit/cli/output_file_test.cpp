@@ -24,10 +24,13 @@ using testing::WaitForEnd;
 
 const std::string kLarge(1 << 20, 'x');
 
-void WriteFile(const std::string& path, const std::string& bytes) {
-  OutputFile file(path);
+// The name that the file got.
+std::string WriteFile(const std::string& path, const std::string& bytes,
+                      Existing existing = Existing::kReplace) {
+  OutputFile file(path, existing);
   file.Write(bytes.data(), bytes.size());
   file.Commit();
+  return file.Name();
 }
 
 // The folder of a.png, and a process in it that writes; where files without a name can't be made,
@@ -69,10 +72,7 @@ TEST_P(OutputFileOf, AppearsOnlyWhenCommitted) {
 TEST_P(OutputFileOf, TakesTheNextFreeNameWhereItReplacesNothing) {
   EXPECT_EQ(StatusOf([&] {
               for (const char* name : {"a-2.png", "a-3.png"}) {
-                OutputFile file(file_, Existing::kKeep);
-                file.Write("new", 3);
-                file.Commit();
-                if (file.Name() != folder_.File(name)) return 2;
+                if (WriteFile(file_, "new", Existing::kKeep) != folder_.File(name)) return 2;
               }
               return 0;
             }),
@@ -103,8 +103,7 @@ TEST_P(OutputFileOf, LeavesTheOldFileAndNothingElseOnAFullDisk) {
       try {
         WriteFile(file_, kLarge);
       } catch (const Failure& failure) {
-        const bool isFull = std::string(failure.what()).find("No space left") != std::string::npos;
-        return isFull && IsOld() ? 42 : 3;
+        return strstr(failure.what(), "No space left") != nullptr && IsOld() ? 42 : 3;
       }
       return 2;
     }));
@@ -157,11 +156,9 @@ std::string ProgressOn(bool isTerminal, useconds_t pause) {
     return 0;
   }));
   fcntl(ends[0], F_SETFL, O_NONBLOCK);
-  char text[256];
-  const ssize_t length = read(ends[0], text, sizeof text);
-  close(ends[0]);
-  close(ends[1]);
-  return {text, length < 0 ? 0 : static_cast<size_t>(length)};
+  char text[256] = {};
+  read(ends[0], text, sizeof text - 1);
+  return text;
 }
 
 TEST(Progress, IsShownOnATerminalAfterASecondAndWiped) {

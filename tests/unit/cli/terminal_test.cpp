@@ -47,17 +47,11 @@ TEST(Terminal, GetsEmphasisAndACountdownButNoPicture) {
   EXPECT_EQ(OnTerminal(folder, "capture a.ppm -q --delay 0.1"), "= 0");
 }
 
-// A folder of programs that note how they are called, and keep what they are given.
-void AddProgram(const ScratchFolder& folder, const std::string& name, const std::string& ending) {
-  folder.Write(name,
-               "#!/bin/sh\necho \"$0 $* $DISPLAY\" >$0.called\n/bin/cat >$0.input\n" + ending);
-  chmod(folder.File(name).c_str(), 0755);
-}
-
+// The program notes how it is called, and keeps what it is given.
 TEST(Clipboard, HasThePngByTheProgramThatFits) {
   const struct {
     const char* variable;  // that is set
-    const char* program;   // that is there
+    std::string program;   // that is there
     const char* ending;    // of it
     int exitCode;
     const char* message;
@@ -71,7 +65,10 @@ TEST(Clipboard, HasThePngByTheProgramThatFits) {
   for (const auto& each : cases) {
     const ScratchFolder programs;
     const ScratchFolder folder;
-    AddProgram(programs, each.program, each.ending);
+    programs.Write(
+        each.program,
+        std::string("#!/bin/sh\necho $* >$0.called\n/bin/cat >$0.input\n") + each.ending);
+    chmod(programs.File(each.program).c_str(), 0755);
     const Outcome outcome =
         testing::RunProgram(Split(QRV_BUILD_DIR "/qrvshot capture --copy"), [&] {
           const bool isPrepared = Prepare(folder);
@@ -83,9 +80,8 @@ TEST(Clipboard, HasThePngByTheProgramThatFits) {
         << outcome.output << outcome.errors;
     EXPECT_EQ(folder.Count(), 0U);
     if (each.exitCode != 0) continue;
-    EXPECT_TRUE(programs.Read(each.program + std::string(".input")).starts_with("\x89PNG"));
-    EXPECT_NE(programs.Read(each.program + std::string(".called")).find(" image/png"),
-              std::string::npos);
+    EXPECT_TRUE(programs.Read(each.program + ".input").starts_with("\x89PNG"));
+    EXPECT_NE(programs.Read(each.program + ".called").find(" image/png"), std::string::npos);
   }
 }
 

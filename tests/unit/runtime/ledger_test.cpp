@@ -2,10 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
-#include <map>
-#include <sstream>
-
 #include "runtime/entry_points.h"
 #include "runtime/pictures.h"
 
@@ -19,8 +15,7 @@ struct Story {
 };
 
 void Play(Host& host, const std::string& steps) {
-  REALpictureStruct* picture = nullptr;
-  REALpictureStruct* mask = nullptr;
+  REALpictureStruct *picture = nullptr, *mask = nullptr;
   REALobjectStruct* graphics = nullptr;
   REALstringStruct* string = nullptr;
   REALstringData data = {};
@@ -50,7 +45,6 @@ void Play(Host& host, const std::string& steps) {
 TEST(Ledger, TellsWhatIsHeldAndWhatWasDoneWrong) {
   const Ledger picture = {.objects = 1, .references = 1};
   const Ledger badPicture = {.objects = 1, .references = 1, .violations = 1};
-  const Ledger string = {.strings = 1, .references = 1};
   const Story stories[] = {
       {"picture", picture},
       {"picture release release", {.violations = 1}},

@@ -3,10 +3,6 @@
 #include <gtest/gtest.h>
 #include <string.h>
 
-#include <tuple>
-#include <utility>
-#include <vector>
-
 #include "runtime/entry_points.h"
 
 namespace qrv::runtime {

@@ -5,8 +5,6 @@
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <filesystem>
-#include <string>
 
 #include "platform/corefoundation/url.h"
 #include "tests/support/holdings.h"

@@ -2,10 +2,6 @@
 #include <OpenGL/OpenGL.h>
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <string>
-#include <vector>
-
 #include "platform/desktop/virtual/test_card.h"
 
 namespace {
@@ -37,11 +33,9 @@ class Displays : public testing::Test {
 
   // A number of the display's current mode, or -1 when it states none.
   static SInt32 ModeNumber(CGDirectDisplayID display, CFStringRef key) {
-    const CFDictionaryRef mode = CGDisplayCurrentMode(display);
+    const void* const number = CFDictionaryGetValue(CGDisplayCurrentMode(display), key);
     SInt32 value = -1;
-    EXPECT_NE(mode, nullptr);
-    CFNumberGetValue(static_cast<CFNumberRef>(CFDictionaryGetValue(mode, key)), kCFNumberSInt32Type,
-                     &value);
+    CFNumberGetValue(static_cast<CFNumberRef>(number), kCFNumberSInt32Type, &value);
     return value;
   }
 
@@ -108,10 +102,8 @@ TEST_F(Displays, AreReadBackBottomRowFirstAndWhatLiesOutsideIsLeftUntouched) {
   for (GLint i = 0; i < 55 * 47; ++i) {
     const GLint x = i % 55 - 2, y = i / 55 - 3;
     const bool isOutside = x < 0 || y < 0 || x >= kWidth || y >= kHeight;
-    ASSERT_EQ(buffer[static_cast<size_t>(i)],
-              isOutside ? kUntouched
-                        : qrv::desktop::TestCardPixel(0, kWidth, kHeight, x, kHeight - 1 - y))
-        << i;
+    const auto card = qrv::desktop::TestCardPixel(0, kWidth, kHeight, x, kHeight - 1 - y);
+    ASSERT_EQ(buffer[static_cast<size_t>(i)], isOutside ? kUntouched : card) << i;
   }
 }
 

@@ -1,9 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <memory>
 #include <random>
-#include <vector>
 
 #include <QRV/Desktop.h>
 #include "platform/coregraphics/bitmap.h"
@@ -49,14 +47,13 @@ struct Memory {
 void ExpectDrawn(Memory& source, const Memory& before, int left, int bottom) {
   for (const PixelLayout& from : kLayouts) {
     CGImage image = source.Image(from);
-    const auto& [red, green, blue, alpha] = kOffsets[static_cast<size_t>(from.order)];
+    const auto& order = kOffsets[static_cast<size_t>(from.order)];
     for (const CGImageAlphaInfo alphaInfo : {1, 2, 5, 6}) {
       Memory actual = before;
       Memory expected = before;
       CGContextDrawImage(
           actual.Wrap(alphaInfo).get(),
-          {{static_cast<CGFloat>(left), static_cast<CGFloat>(bottom)},
-           {static_cast<CGFloat>(source.width), static_cast<CGFloat>(source.height)}},
+          {{CGFloat(left), CGFloat(bottom)}, {CGFloat(source.width), CGFloat(source.height)}},
           &image);
       const auto& to = kOffsets[alphaInfo % 4 == 2 ? 1 : 0];
       for (size_t i = 0; i < source.width * source.height; ++i) {
@@ -66,10 +63,8 @@ void ExpectDrawn(Memory& source, const Memory& before, int left, int bottom) {
         if (x >= before.width || y >= before.height) continue;
         const uint8_t* const pixel = source.At(i % source.width, i / source.width);
         uint8_t* const drawn = expected.At(x, y);
-        drawn[to[0]] = pixel[red];
-        drawn[to[1]] = pixel[green];
-        drawn[to[2]] = pixel[blue];
-        drawn[to[3]] = from.hasAlpha ? pixel[alpha] : 255;
+        for (int part = 0; part < 4; ++part) drawn[to[part]] = pixel[order[part]];
+        if (!from.hasAlpha) drawn[to[3]] = 255;
       }
       ASSERT_TRUE(actual.bytes == expected.bytes)
           << alphaInfo << ": " << source.width << " pixels at " << left << ", " << bottom;

@@ -1,8 +1,6 @@
 #include <CoreServices/CoreServices.h>
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-
 namespace {
 
 TEST(Gestalt, TellsTheSystemVersionOfTheEnvironmentInTwoNumbers) {

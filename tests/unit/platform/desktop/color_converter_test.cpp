@@ -3,8 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <cstdint>
-#include <vector>
 
 namespace qrv::desktop {
 namespace {

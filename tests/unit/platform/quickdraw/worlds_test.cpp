@@ -2,11 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdint>
-#include <cstdlib>
 #include <random>
-#include <string>
-#include <vector>
 
 #include <QRV/Desktop.h>
 #include "platform/quickdraw/quickdraw.h"
@@ -39,7 +35,6 @@ class World {
   GWorldPtr port() const { return port_; }
   PixMapHandle map() const { return GetGWorldPixMap(port_); }
   const BitMap* bitMap() const { return GetPortBitMapForCopyBits(port_); }
-
   size_t pixelBytes() const { return static_cast<size_t>(depth_) / 8; }
   size_t rowBytes() const { return static_cast<size_t>(GetPixRowBytes(map())); }
   // Where the pixel at (x, y) in the world's coordinates begins.
@@ -51,9 +46,7 @@ class World {
   uint8_t* begin() const { return reinterpret_cast<uint8_t*>(GetPixBaseAddr(map())); }
   uint8_t* end() const { return begin() + Offset(bounds_.left, bounds_.bottom); }
   std::vector<uint8_t> Bytes() const { return {begin(), end()}; }
-  bool IsBlack() const {
-    return std::all_of(begin(), end(), [](uint8_t byte) { return byte == 0; });
-  }
+  bool IsBlack() const { return std::count(begin(), end(), 0) == end() - begin(); }
 
  private:
   GWorldPtr port_ = nullptr;
@@ -143,8 +136,7 @@ TEST_F(Worlds, AreFilledWithBlackWithinTheRectangleOnly) {
     SetPort(world.port());
     std::fill(world.begin(), world.end(), uint8_t{0x55});
     std::vector<uint8_t> expected = world.Bytes();
-    std::fill_n(expected.begin() + static_cast<long>(world.Offset(1, 1)), 2 * depth / 8,
-                uint8_t{0});
+    std::fill_n(expected.data() + world.Offset(1, 1), 2 * depth / 8, uint8_t{0});
     FillRect(&corner, &pattern);
     EXPECT_EQ(world.Bytes(), expected) << depth;
   }
@@ -154,8 +146,9 @@ TEST_F(Worlds, AreFilledWithBlackWithinTheRectangleOnly) {
 
 // The pixel of an axis of a screen, from its first coordinate on, that a copy which does not shrink
 // shows at a coordinate of the target: the one at its centre, or -1.
-int64_t SourceOf(int at, int from, int fromLength, int to, int toLength, int first, int pixels) {
-  if (fromLength <= 0 || at < to || at >= to + toLength) return -1;
+int64_t SourceOf(int at, int from, int fromEnd, int to, int toEnd, int first, int pixels) {
+  const int fromLength = fromEnd - from, toLength = toEnd - to;
+  if (fromLength <= 0 || at < to || at >= toEnd) return -1;
   const int64_t place =
       int64_t{2} * (from - first) * toLength + int64_t{2 * (at - to) + 1} * fromLength;
   return place < 0 || place >= int64_t{2} * pixels * toLength ? -1 : place / (2 * toLength);
@@ -174,9 +167,7 @@ class CopyFromAScreen : public testing::Test {
  protected:
   int Pick(int low, int high) { return std::uniform_int_distribution<int>(low, high)(random_); }
   static Rect MakeRect(int left, int top, int width, int height) {
-    const auto edge = [](int value) {
-      return static_cast<short>(std::clamp(value, -32768, 32767));
-    };
+    const auto edge = [](int at) { return static_cast<short>(std::clamp(at, -32768, 32767)); };
     return {edge(top), edge(left), edge(top + height), edge(left + width)};
   }
   // Mostly near `bounds`; sometimes empty, inverted, or reaching far out.
@@ -197,17 +188,13 @@ class CopyFromAScreen : public testing::Test {
     const auto screen = qrv::desktop::Capture(display, {0, 0, width, height},
                                               qrv::desktop::Strategy::kDisplayImage);
     for (int y = bounds.top; y < bounds.bottom; ++y) {
-      const int64_t row =
-          SourceOf(y, from.top, from.bottom - from.top, to.top, to.bottom - to.top, top, height);
+      const int64_t row = SourceOf(y, from.top, from.bottom, to.top, to.bottom, top, height);
       for (int x = bounds.left; x < bounds.right; ++x) {
-        const int64_t column = SourceOf(x, from.left, from.right - from.left, to.left,
-                                        to.right - to.left, left, width);
+        const int64_t column = SourceOf(x, from.left, from.right, to.left, to.right, left, width);
         if (column < 0 || row < 0) continue;
-        const uint8_t* const bgr =
-            screen.pixels + static_cast<size_t>(row) * screen.rowBytes + column * 4;
-        const auto pixel = Encode(bgr, target.pixelBytes());
-        std::copy(pixel.begin(), pixel.end(),
-                  expected.begin() + static_cast<long>(target.Offset(x, y)));
+        const auto pixel =
+            Encode(screen.pixels + row * screen.rowBytes + column * 4, target.pixelBytes());
+        std::copy(pixel.begin(), pixel.end(), expected.data() + target.Offset(x, y));
       }
     }
     CopyBits(BitMapOf(device), target.bitMap(), &from, &to, srcCopy, nullptr);

@@ -96,6 +96,19 @@ TEST_F(Editor, RefusesADescriptionThatIsNotOfThePicturesForm) {
                  [](auto&, auto& image) { image.tpixels[1] = nullptr; }});
 }
 
+TEST_F(Editor, GivesARefusedLockBackOnHostsBefore2012) {
+  seam::pluginObjectType.answer = [](const char*) { return nullptr; };
+  layer.refused = {"REALLockPictureDescription"};
+  for (const auto& [version, unlocks] : {std::pair{2011.99, 2}, {2012.0, 0}}) {
+    options.version = version;
+    Use(HostOptions(options));
+    PictureWriter writer;
+    EXPECT_FALSE(BindOwnPicture(writer, NewPicture()));
+    EXPECT_EQ(layer.CallsOf("REALLockPictureDescription"), 2) << "one for each form";
+    EXPECT_EQ(layer.CallsOf("unlockPictureDescription"), unlocks) << version;
+  }
+}
+
 TEST_F(Editor, LearnsTheKindOfApplicationFromTheFirstGrantedLock) {
   for (const ApplicationKind application : {ApplicationKind::kDesktop, ApplicationKind::kConsole}) {
     Use(application);

@@ -1,5 +1,4 @@
-// The command line of qrvshot, one argument a line: understood, or refused as wrong usage. And one
-// of any rectangle, which is understood.
+// The command line of qrvshot, one argument a line: understood, or refused as wrong usage.
 
 #include "cli/arguments.h"
 
@@ -51,29 +50,10 @@ void Run(std::string text) {
   }
 }
 
-// A refusal ends the program.
-void RunRectangle(FuzzedDataProvider input) {
-  cli::Rect r = {};
-  std::string text;
-  for (int32_t* number : {&r.left, &r.top, &r.width, &r.height}) {
-    const bool isSide = number == &r.width || number == &r.height;
-    *number = isSide ? input.ConsumeIntegralInRange(1, runtime::kMaximumPictureSide)
-                     : input.ConsumeIntegral<int32_t>();
-    text += (text.empty() ? "--rect=" : ",") + std::to_string(*number);
-  }
-  const auto arguments = Parse({"capture", text});
-  Require(arguments && arguments->rect, "a rectangle");
-  const cli::Rect& a = *arguments->rect;
-  Require(a.left == r.left && a.top == r.top && a.width == r.width && a.height == r.height,
-          "the rectangle");
-}
-
 }  // namespace
 }  // namespace qrv::fuzz
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   qrv::fuzz::Run({reinterpret_cast<const char*>(data), size});
-  // Once more where it costs little: four numbers.
-  if (size <= 16) qrv::fuzz::RunRectangle(FuzzedDataProvider(data, size));
   return 0;
 }

@@ -1,5 +1,5 @@
 // The layouts of the virtual desktop: refused with one readable line, or displays within the
-// limits. A layout of any numbers within them is understood.
+// limits.
 
 #include "platform/desktop/virtual/layout.h"
 
@@ -29,30 +29,6 @@ void CheckDisplays(const std::vector<Display>& displays) {
   }
 }
 
-void CheckNumbers(FuzzedDataProvider input) {
-  std::vector<Display> expected(input.ConsumeIntegralInRange<size_t>(1, 4));
-  std::string text;
-  for (Display& each : expected) {
-    const auto pick = [&](int32_t least) { return input.ConsumeIntegralInRange(least, kMaxSide); };
-    each.bounds.width = pick(1);
-    each.bounds.height = pick(1);
-    each.bounds.x = text.empty() ? 0 : pick(-kMaxSide);
-    each.bounds.y = text.empty() ? 0 : pick(-kMaxSide);
-    each.bitsPerPixel = input.PickValueInArray({8, 16, 32});
-    text +=
-        (text.empty() ? "" : ",") + Entry(each.bounds) + "@" + std::to_string(each.bitsPerPixel);
-  }
-  std::vector<Display> displays;
-  std::string problem;
-  currentCase = text;
-  Require(desktop::ParseLayout(text, displays, problem), "a layout");
-  const auto areEqual = [](const Display& a, const Display& b) {
-    return a.bounds == b.bounds && a.bitsPerPixel == b.bitsPerPixel;
-  };
-  Require(std::equal(displays.begin(), displays.end(), expected.begin(), expected.end(), areEqual),
-          "the numbers of a layout");
-}
-
 void Run(std::string_view layout) {
   std::vector<Display> displays(1);
   std::string problem;
@@ -68,7 +44,6 @@ void Run(std::string_view layout) {
 }  // namespace qrv::fuzz
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  qrv::fuzz::CheckNumbers(FuzzedDataProvider(data, size));
   qrv::fuzz::Run({reinterpret_cast<const char*>(data), size});
   return 0;
 }

@@ -7,7 +7,6 @@
 
 #include "platform/quickdraw/world.h"
 #include "runtime/pictures.h"
-#include "tests/passthrough/seams.h"
 
 namespace qrv {
 namespace seam {
@@ -167,15 +166,6 @@ SeamBase::SeamBase(const char* itsName, long itsRefusal, Kind itsGives, Kind its
 Layer& TheLayer() {
   static Layer layer;
   return layer;
-}
-
-void ClearRecord() {
-  Layer& layer = TheLayer();
-  layer.calls.clear();
-  layer.refusable = 0;
-  layer.refusedCall.clear();
-  layer.problems.clear();
-  layer.held.clear();
 }
 
 const bool kIsReady = [] {

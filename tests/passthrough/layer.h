@@ -6,6 +6,10 @@
 #ifndef TESTS_PASSTHROUGH_LAYER_H_
 #define TESTS_PASSTHROUGH_LAYER_H_
 
+#include <ApplicationServices/ApplicationServices.h>
+#include <CoreServices/CoreServices.h>
+#include <OpenGL/OpenGL.h>
+
 #include <climits>
 #include <cstdint>
 #include <functional>
@@ -15,6 +19,9 @@
 #include <type_traits>
 #include <utility>
 #include <vector>
+
+#include "platform/quickdraw/quickdraw.h"
+#include "runtime/entry_points.h"
 
 namespace qrv::passthrough {
 
@@ -27,18 +34,19 @@ enum Kind {
   kPictureLock,
 };
 
-struct Layer {
-  // What is asked of it.
-  int refuseAt = 0;               // 1: the first call that can be refused is; 0: none
-  std::set<std::string> refused;  // functions of which every call is refused
-  std::set<std::string> missing;  // functions that look-ups by name don't find
-
-  // What happened.
+struct Record {
   std::vector<std::string> calls;     // by name; "look up X" for a look-up of X
   int refusable = 0;                  // calls that could have been refused
   std::string refusedCall;            // the one that `refuseAt` hit
   std::vector<std::string> problems;  // released twice, out of order, looked up again...
   std::vector<std::pair<const void*, Kind>> held;
+};
+
+// What is asked of it, and what happened.
+struct Layer : Record {
+  int refuseAt = 0;               // 1: the first call that can be refused is; 0: none
+  std::set<std::string> refused;  // functions of which every call is refused
+  std::set<std::string> missing;  // functions that look-ups by name don't find
 
   long CallsOf(const std::string& name) const;
   // True when this call is to be refused.
@@ -50,7 +58,7 @@ struct Layer {
 Layer& TheLayer();
 
 // Forgets what happened.
-void ClearRecord();
+inline void ClearRecord() { static_cast<Record&>(TheLayer()) = {}; }
 
 // The resolver that the plug-in gets: the layer's entry to the current host's entry point.
 void* Resolve(const char* name);
@@ -140,5 +148,20 @@ struct Seam<Result(Parameters...) noexcept(isNoexcept)> final : SeamBase {
 };
 
 }  // namespace qrv::passthrough
+
+// Each function that the plug-in calls, by its name: seam::NewGWorld.answer = ...
+#define LIBRARY(name, signature, ...) SEAM(name, signature, __VA_ARGS__)
+#define FRAMEWORK(name, ...) SEAM(name, decltype(::name), __VA_ARGS__)
+#define WEAK(name, ...) SEAM(name, decltype(::name), __VA_ARGS__)
+#define QUICKDRAW(name, ...) SEAM(name, decltype(::name), __VA_ARGS__)
+#define HOST(name, function, ...) SEAM(name, decltype(runtime::function), __VA_ARGS__)
+
+namespace qrv::seam {
+
+#define SEAM(name, signature, ...) extern passthrough::Seam<signature> name;
+#include "tests/passthrough/table.inc"
+#undef SEAM
+
+}  // namespace qrv::seam
 
 #endif  // TESTS_PASSTHROUGH_LAYER_H_

@@ -3,13 +3,32 @@
 #include <cstdlib>
 #include <sstream>
 
-#include <QRV/Desktop.h>
 #include "platform/desktop/virtual/test_card.h"
 #include "plugin/host/bridge.h"
 #include "plugin/picture/picture_editor.h"
 #include "runtime/pictures.h"
 
 namespace qrv::passthrough {
+const Bytes kImagePixels = {10, 20, 30, 255, 64, 32, 0, 128, 0, 0, 0, 0,
+                            0,  0,  0,  0,   64, 32, 0, 128, 7, 8, 9, 255};
+const Bytes kDivided = {10, 20, 30, 255, 127, 63, 0, 128, 0, 0, 0, 0,
+                        0,  0,  0,  0,   127, 63, 0, 128, 7, 8, 9, 255};
+
+CGImage ImageOf(CGImageAlphaInfo alphaInfo, bool hasAlpha, size_t width, size_t height) {
+  return {nullptr,
+          kImagePixels.data(),
+          width,
+          height,
+          width * 4,
+          {alphaInfo, pixels::ByteOrder::kRGBA, hasAlpha},
+          CGColorSpaceCreateDeviceRGB()};
+}
+
+Bytes Opaque(Bytes rgba) {
+  for (size_t i = 3; i < rgba.size(); i += 4) rgba[i] = 255;
+  return rgba;
+}
+
 PluginTest::PluginTest() {
   UseDesktop({{0, 0, 13, 9}, {13, -3, 9, 14}});
   UseSystem(kDisplayImage);
@@ -43,13 +62,6 @@ void PluginTest::Use(const HostOptions& itsOptions) {
   ClearRecord();
 }
 
-void PluginTest::Use(ApplicationKind application, double version) {
-  HostOptions itsOptions;
-  itsOptions.application = application;
-  itsOptions.version = version;
-  Use(itsOptions);
-}
-
 void PluginTest::ChangeLocks(int first, bool isAll, const Change& change) {
   seam::REALLockPictureDescription.answer = [=, this, lock = 0](auto* picture, auto* out,
                                                                 long type) mutable {
@@ -67,8 +79,6 @@ void PluginTest::ChangeLocks(int first, bool isAll, const Change& change) {
     return true;
   };
 }
-
-unsigned PluginTest::TakeStrategies() { return desktop::TakeStrategies(); }
 
 void PluginTest::BindQuickDraw() {
   UseSystem(kQuickDraw);
@@ -132,14 +142,8 @@ Bytes PluginTest::Expected(const Box& part, const Bytes& outside, int alpha,
 // Display images are opaque, and so is what has no display; what OpenGL has not read, the host has
 // made; QuickDraw leaves the alpha 0 everywhere.
 Bytes PluginTest::Expected(Strategy strategy, const Box& part, unsigned without) const {
-  switch (strategy) {
-    case kDisplayImage:
-      return Expected(part, Stored(0), -1, without);
-    case kOpenGL:
-      return Expected(part, Bytes(4, kPoison), -1, without);
-    default:
-      return Expected(part, Stored(0, 0), 0, without);
-  }
+  if (strategy == kQuickDraw) return Expected(part, Stored(0, 0), 0, without);
+  return Expected(part, strategy == kOpenGL ? Bytes(4, kPoison) : Stored(0), -1, without);
 }
 
 void PluginTest::ExpectShows(REALpictureStruct* picture, Strategy strategy, const Box& part) {
@@ -154,6 +158,17 @@ void PluginTest::ExpectIs(REALpictureStruct* picture, const Bytes& bytes) {
   EXPECT_TRUE(BytesOf(picture) == bytes);
   host->Release(picture);
   EXPECT_EQ(Problems(), "");
+}
+
+int32_t PluginTest::Pick(int32_t least, int32_t most) {
+  return std::uniform_int_distribution(least, most)(random);
+}
+
+int32_t PluginTest::PickAny(int32_t least, int32_t most) {
+  const int kind = Pick(0, 15);
+  if (kind == 0) return Pick(INT32_MIN, INT32_MAX);
+  if (kind == 1) return Pick(INT16_MIN, 40000);
+  return Pick(least, most) + (kind == 2 ? Pick(-2, 2) * 0x10000 : 0);
 }
 
 std::string PluginTest::Problems() const {

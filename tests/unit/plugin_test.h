@@ -9,15 +9,19 @@
 #include <functional>
 #include <list>
 #include <memory>
+#include <random>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include <QRV/Desktop.h>
+#include "platform/coregraphics/bitmap.h"
 #include "runtime/host.h"
-#include "tests/passthrough/seams.h"
+#include "tests/passthrough/layer.h"
 
 namespace qrv::passthrough {
 
+using desktop::TakeStrategies;
 using runtime::ApplicationKind;
 using runtime::HostOptions;
 using ::testing::ElementsAre;
@@ -30,6 +34,13 @@ constexpr const char* kSystems[] = {"", "10.7", "10.6", "", "10.4"};
 
 // Raw pixels of 2 x 2 with a gap at the end of each row: bottom row, then top row.
 constexpr std::string_view kRawPixels = "bgr.BGR.gap.bgR.BgR.gap.";
+
+// An image of 3 x 2 premultiplied pixels, opaque, half transparent, transparent, and then the other
+// way round; what a picture of it and its mask hold, and any pixels without their alpha.
+extern const Bytes kImagePixels;
+extern const Bytes kDivided;
+CGImage ImageOf(CGImageAlphaInfo alphaInfo, bool hasAlpha, size_t width = 3, size_t height = 2);
+Bytes Opaque(Bytes rgba);
 
 struct Box {
   int left, top, width, height;
@@ -51,15 +62,16 @@ class PluginTest : public ::testing::Test {
   void BindQuickDraw();
   // Starts the plug-in in a process of another kind, with another host.
   void Use(const HostOptions& options);
-  void Use(ApplicationKind application, double version = 2013.03);
+  void Use(ApplicationKind application) {
+    HostOptions kind;
+    kind.application = application;
+    Use(kind);
+  }
 
   // Changes what the host tells when it locks pictures, of this lock and, where `isAll`, of those
   // after it. The console image is a copy that has a copy of the row table.
   using Change = std::function<void(REALpictureDescription&, ConsoleImage&)>;
   void ChangeLocks(int first, bool isAll, const Change& change);
-
-  // The strategies that have delivered pixels since the last call.
-  static unsigned TakeStrategies();
 
   // The four bytes of a pixel in the host's pictures; alpha -1: opaque.
   Bytes Stored(uint32_t colour, int alpha = -1) const;
@@ -80,6 +92,10 @@ class PluginTest : public ::testing::Test {
 
   uint32_t Card(size_t display, int x, int y) const;
 
+  // A random number in the range; now and then any, or one that is in it in 16 bits.
+  int32_t Pick(int32_t least, int32_t most);
+  int32_t PickAny(int32_t least, int32_t most);
+
   std::vector<Box> displays;
   HostOptions options;
   std::unique_ptr<runtime::Host> host;
@@ -87,6 +103,7 @@ class PluginTest : public ::testing::Test {
 
  private:
   std::list<std::pair<ConsoleImage, std::vector<int32_t*>>> changedImages;
+  std::mt19937 random{std::random_device()()};
 };
 
 }  // namespace qrv::passthrough

@@ -6,6 +6,7 @@
 namespace qrv::passthrough {
 namespace {
 
+using runtime::Host;
 using Sizes = std::vector<std::pair<int32_t, int32_t>>;
 
 class Captures : public PluginTest {
@@ -19,14 +20,11 @@ class Captures : public PluginTest {
   void ExpectAll(REALpictureStruct* picture, const Bytes& pixel) {
     ASSERT_NE(picture, nullptr);
     ExpectIs(picture,
-             Expected({10000, 10000, runtime::Host::Width(picture), runtime::Host::Height(picture)},
-                      pixel, 0));
+             Expected({10000, 10000, Host::Width(picture), Host::Height(picture)}, pixel, 0));
   }
 
-  void ExpectShowsRect(Strategy strategy, const Box& request, const Box& part) {
-    UseSystem(strategy);
-    ExpectShows(ScreenshotRectQRV(request.left, request.top, request.width, request.height),
-                strategy, part);
+  void ExpectRect(Strategy strategy, const Box& r) {
+    ExpectShows(ScreenshotRectQRV(r.left, r.top, r.width, r.height), strategy, r);
   }
 };
 
@@ -48,17 +46,17 @@ TEST_F(Captures, TestBothNumbersOfTheSystemVersion) {
   const auto expect = [this](const std::string& version, Strategy strategy) {
     UseSystem(version);
     ExpectShows(ScreenshotQRV(), strategy, displays[0]);
-    ExpectShows(ScreenshotRectQRV(1, 2, 3, 4), strategy, {1, 2, 3, 4});
+    ExpectRect(strategy, {1, 2, 3, 4});
   };
   for (const char* version : {"10.7", "10.8", "11.7"}) expect(version, kDisplayImage);
   for (const char* version : {"10.6", "11.0"}) expect(version, kOpenGL);
   for (const char* version : {"9.9", "10.4"}) expect(version, kQuickDraw);
   // A number that comes with an error.
-  for (const bool isMinor : {false, true}) {
-    seam::Gestalt.answer = [isMinor](OSType selector, SInt32* response) {
+  for (const OSType unknown :
+       {OSType{gestaltSystemVersionMajor}, OSType{gestaltSystemVersionMinor}}) {
+    seam::Gestalt.answer = [unknown](OSType selector, SInt32* response) {
       *response = 10;
-      const bool isKnown = (selector == gestaltSystemVersionMinor) != isMinor;
-      return static_cast<OSErr>(isKnown ? noErr : gestaltUndefSelectorErr);
+      return static_cast<OSErr>(selector == unknown ? gestaltUndefSelectorErr : noErr);
     };
     expect("10.6", kOpenGL);
   }
@@ -94,13 +92,13 @@ TEST_F(Captures, TakeThirtyTwoDisplaysOfMore) {
     *count = most + 8;
     return error;
   };
-  ExpectShowsRect(kDisplayImage, {-2, -8, 71, 57}, {-2, -8, 71, 57});
+  UseSystem(kDisplayImage);
+  ExpectRect(kDisplayImage, {-2, -8, 71, 57});
   EXPECT_EQ(layer.CallsOf("CGDisplayBounds"), 32);
 }
 
 TEST_F(Captures, ReadDisplaysBackOfThreeSamplesOfEightBitsOnly) {
-  // Of the second display; 0: the mode doesn't state it.
-  int bits = 0, samples = 0;
+  int bits = 0, samples = 0;  // of the second display; 0: the mode doesn't state it
   bool isSecond = false;
   seam::CGDisplayCurrentMode.answer = [&](CGDirectDisplayID id) {
     isSecond = id != ::CGMainDisplayID();
@@ -112,20 +110,63 @@ TEST_F(Captures, ReadDisplaysBackOfThreeSamplesOfEightBitsOnly) {
     if (isSecond) *stated = *stated == 8 ? bits : samples;
     return static_cast<Boolean>(isRead && *stated != 0);
   };
-  const Box whole = {-2, -8, 71, 57};
   UseSystem(kOpenGL);
-  for (const auto& [itsBits, itsSamples] :
-       Sizes{{8, 3}, {10, 3}, {16, 4}, {5, 3}, {7, 3}, {8, 2}, {0, 3}, {8, 0}}) {
-    bits = itsBits;
-    samples = itsSamples;
-    ExpectShows(ScreenshotRectQRV(whole.left, whole.top, whole.width, whole.height),
-                bits >= 8 && samples >= 3 ? kOpenGL : kQuickDraw, whole);
+  for (const auto& each : Sizes{{8, 3}, {10, 3}, {16, 4}, {7, 3}, {8, 2}, {0, 3}, {8, 0}}) {
+    std::tie(bits, samples) = each;
+    ExpectRect(bits >= 8 && samples >= 3 ? kOpenGL : kQuickDraw, {-2, -8, 71, 57});
+  }
+}
+
+// Any numbers on any displays: exactly what the displays show; where edges wrap or there are too
+// many pixels, nil or a picture of the size.
+TEST_F(Captures, TakeAnyRectangle) {
+  constexpr size_t kMany = 1 << 20;
+  seam::CGBitmapContextCreate.answer = [](void* data, size_t width, size_t height, auto... rest) {
+    if (width > kMany / height) return CGContextRef{};
+    return seam::CGBitmapContextCreate.habit(data, width, height, rest...);
+  };
+  for (int i = 0; i < 500; ++i) {
+    std::vector<Box> boxes = {{0, 0, Pick(1, 200), Pick(1, 150)}};
+    for (int more = Pick(0, 3); more > 0; --more) {
+      const Box& last = boxes.back();
+      boxes.push_back({last.left + last.width, Pick(-99, 99), Pick(1, 200), Pick(1, 150)});
+    }
+    UseDesktop(boxes);
+    Use(static_cast<ApplicationKind>(Pick(0, 2)));
+    const bool isScaled = i % 4 == 3;
+    const Strategy strategy = isScaled ? kQuickDraw : static_cast<Strategy>(1 << i % 4);
+    UseSystem(strategy);
+    const int32_t left = PickAny(-300, 600), top = PickAny(-300, 300);
+    int32_t width = PickAny(1, 400), height = PickAny(1, 300);
+    if (int64_t{width} * height > int{kMany}) (Pick(0, 1) == 0 ? width : height) = Pick(1, 8);
+    SCOPED_TRACE(::testing::Message() << getenv("QRV_DESKTOP") << " " << strategy << " " << left
+                                      << " " << top << " " << width << " " << height);
+    REALpictureStruct* picture =
+        isScaled ? ScreenshotRectDestQRV(left, top, width, height, width, height)
+                 : ScreenshotRectQRV(left, top, width, height);
+    const bool isShort = strategy == kQuickDraw;  // which takes the low 16 bits of all edges
+    const Box part = {isShort ? static_cast<int16_t>(left) : left,
+                      isShort ? static_cast<int16_t>(top) : top, width, height};
+    // Scaled, the products of what was asked for are to fit 32 bits.
+    const auto isPlain = [=](int64_t asked, int64_t at, int64_t size) {
+      if (isScaled && (std::abs(asked) + INT16_MAX + 1) * size > INT32_MAX) return false;
+      return size > 0 && size <= INT16_MAX && at + size <= (isShort ? INT16_MAX : INT32_MAX);
+    };
+    if (isPlain(left, part.left, width) && isPlain(top, part.top, height)) {
+      ASSERT_NO_FATAL_FAILURE(ExpectIs(picture, Expected(strategy, part)));
+    } else if (picture != nullptr) {
+      EXPECT_EQ(Host::Width(picture), static_cast<int16_t>(width));
+      EXPECT_EQ(Host::Height(picture), static_cast<int16_t>(height));
+      host->Release(picture);
+    }
+    ASSERT_EQ(Problems(), "");
   }
 }
 
 TEST_F(Captures, CallNothingForAnEmptyRectangle) {
-  for (const auto& [width, height] : Sizes{{0, 5}, {5, 0}, {-1, 5}, {5, INT32_MIN}}) {
-    EXPECT_EQ(ScreenshotRectQRV(1, 1, width, height), nullptr);
+  for (const int32_t empty : {0, -1, INT32_MIN}) {
+    EXPECT_EQ(ScreenshotRectQRV(1, 1, empty, 5), nullptr);
+    EXPECT_EQ(ScreenshotRectQRV(1, 1, 5, empty), nullptr);
   }
   EXPECT_THAT(layer.calls, IsEmpty());
 }
@@ -152,16 +193,15 @@ TEST_F(Captures, ReadWhatTheViewportMeasuresBackFromTheBottomLeftCorner) {
 // rectangle.
 TEST_F(Captures, TakeDisplaysBeyondTheLimitsOfTheirNumbers) {
   UseSystem(kOpenGL);
-  seam::CGDisplayBounds.answer = [](CGDirectDisplayID) {
-    return CGRect{{INT32_MAX - 5.0, 1}, {10, 3}};
-  };
+  // Its right edge wraps, so that it seems to meet every display, beyond what that shows.
+  ExpectAll(ScreenshotRectQRV(INT32_MAX - 9, 1, 20, 5), Stored(0));
+  CGRect bounds = {{INT32_MAX - 5.0, 1}, {10, 3}};
+  seam::CGDisplayBounds.answer = [&bounds](CGDirectDisplayID) { return bounds; };
   ExpectAll(ScreenshotRectQRV(INT32_MIN, 0, 10, 5), Bytes(4, kPoison));
-  seam::CGDisplayBounds.answer = [](CGDirectDisplayID) {
-    return CGRect{{1, INT32_MAX - 5.0}, {3, 10}};
-  };
+  bounds = {{1, INT32_MAX - 5.0}, {3, 10}};
   ExpectAll(ScreenshotRectQRV(0, INT32_MIN, 5, 10), Bytes(4, kPoison));
   // One that is as high as can be, of which nothing lies there, is black.
-  seam::CGDisplayBounds.answer = [](CGDirectDisplayID) { return CGRect{{0, 0}, {3e9, 3e9}}; };
+  bounds = {{0, 0}, {3e9, 3e9}};
   ExpectAll(ScreenshotRectQRV(0, 0, 5, 5), Stored(0));
 }
 
@@ -185,28 +225,14 @@ TEST_F(Captures, LeaveThePortWhereNoneWasCurrent) {
   EXPECT_EQ(layer.CallsOf("SetPort"), 0);
 }
 
-TEST_F(Captures, WrapAtSixteenBitsByQuickDrawOnly) {
-  for (const int32_t offset : {65536, -65536}) {
-    ExpectShowsRect(kQuickDraw, {offset, 0, 70, 20}, {0, 0, 70, 20});
-    ExpectShowsRect(kQuickDraw, {0, offset, 70, 20}, {0, 0, 70, 20});
-    UseSystem(kDisplayImage);
-    ExpectAll(ScreenshotRectQRV(offset, 0, 70, 20), Stored(0));
-    UseSystem(kOpenGL);
-    ExpectAll(ScreenshotRectQRV(0, offset, 70, 20), Bytes(4, kPoison));
-    ExpectShows(ScreenshotRectDestQRV(offset, 0, 70, 20, 70, 20), kQuickDraw, {0, 0, 70, 20});
-  }
-  // Its right edge wraps, so that it seems to meet every display, beyond what that shows.
-  ExpectAll(ScreenshotRectQRV(INT32_MAX - 9, 1, 20, 5), Stored(0));
-}
-
 TEST_F(Captures, MapSharesToNothingWhereTheyAreEmpty) {
   // One column of the first display at the left edge of three scaled to two.
   ExpectShows(ScreenshotRectDestQRV(39, 2, 3, 1, 2, 1), kQuickDraw, {40, 2, 2, 1});
-  for (const bool isSaidToMeet : {false, true}) {
-    if (isSaidToMeet) seam::SectRect.answer = [](const Rect*, const Rect*, Rect*) { return 1; };
-    for (const auto& [width, height] : Sizes{{0, 5}, {5, 0}, {-5, 5}, {5, -32768}}) {
-      ExpectAll(ScreenshotRectDestQRV(1, 1, width, height, 4, 4), Stored(0, 0));
-    }
+  for (const auto& [width, height] : Sizes{{0, 5}, {5, 0}, {-5, 5}, {5, -32768}}) {
+    ExpectAll(ScreenshotRectDestQRV(1, 1, width, height, 4, 4), Stored(0, 0));
+    seam::SectRect.answer = [](const Rect*, const Rect*, Rect*) { return 1; };
+    ExpectAll(ScreenshotRectDestQRV(1, 1, width, height, 4, 4), Stored(0, 0));
+    seam::SectRect.answer = nullptr;
   }
   for (const auto& [width, height] : Sizes{{-1, 1}, {0, 1}, {1, 32768}, {INT32_MAX, 1}}) {
     EXPECT_EQ(ScreenshotRectDestQRV(1, 1, 5, 5, width, height), nullptr);

@@ -16,46 +16,39 @@ class Editor : public PluginTest {
   }
 
   // A picture can't be bound, and is given back unlocked.
-  void ExpectRefused(const std::string& why) {
-    REALpictureStruct* picture = NewPicture();
+  void ExpectRefused() {
     PictureWriter writer;
-    EXPECT_FALSE(writer.GetPictureEditor(picture, 0, 0)) << why;
+    EXPECT_FALSE(BindOwnPicture(writer, NewPicture()));
     EXPECT_EQ(writer.picture, nullptr);
-    EXPECT_EQ(layer.calls.back(), "unlockPictureDescription") << why;
-    host->Release(picture);
-    EXPECT_EQ(Problems(), "") << why;
+    EXPECT_EQ(Problems(), "");
   }
 
   void ExpectRefused(const std::vector<Change>& changes) {
     for (const Change& change : changes) {
+      SCOPED_TRACE(&change - changes.data());
       ChangeLocks(1, true, change);
-      ExpectRefused("change " + std::to_string(&change - changes.data()));
+      ExpectRefused();
     }
   }
 };
 
 TEST_F(Editor, TellsTheHostThatThePixelsHaveChanged) {
-  const auto expectCalls = [this](const std::vector<std::string>& calls) {
-    std::erase_if(layer.calls, [](const auto& call) { return call.starts_with("look up "); });
-    EXPECT_EQ(layer.calls, calls);
-    layer.calls.clear();
-  };
-  const char* const unlock = "unlockPictureDescription";
-  const char* const clear = "REALPictureClearCache";
   REALpictureStruct* picture = NewPicture();
   PictureWriter writer;
   ASSERT_TRUE(writer.GetPictureEditor(picture, 0, 0));
   EXPECT_EQ(layer.CallsOf("pluginObjectType"), 3);  // for each kind of application, always
-  layer.calls.clear();
-  EXPECT_FALSE(writer.GetPictureEditor(nullptr, 0, 0));  // gives the picture back
-  expectCalls({unlock, clear, "REALUnlockObject"});
+  EXPECT_FALSE(writer.GetPictureEditor(nullptr, 0, 0));
+  EXPECT_EQ(writer.picture, nullptr) << "it gives the picture back";
   ASSERT_TRUE(BindOwnPicture(writer, picture));
   writer.MoveToRow(2);
   writer.NextRow();  // past the last row
   EXPECT_EQ(writer.cursor, writer.RowStart(0));
   layer.calls.clear();
   host->Release(writer.RenderPictureWriter());
-  expectCalls({"REALLockObject", clear, unlock, clear, "REALUnlockObject"});
+  std::erase_if(layer.calls, [](const auto& call) { return call.starts_with("look up "); });
+  EXPECT_THAT(layer.calls,
+              ElementsAre("REALLockObject", "REALPictureClearCache", "unlockPictureDescription",
+                          "REALPictureClearCache", "REALUnlockObject"));
   EXPECT_EQ(writer.RenderPictureWriter(), nullptr);
 }
 
@@ -67,19 +60,19 @@ TEST_F(Editor, RefusesABitmapContextThatItCannotWrite) {
     kind.picturesHaveAlpha = hasAlpha;
     Use(kind);
     for (info = 0; info < 8; ++info) {
-      const std::string why = "alpha info " + std::to_string(info);
+      SCOPED_TRACE(info);
       if (info == 0 || info > (hasAlpha ? 2 : 6)) {
-        ExpectRefused(why);
+        ExpectRefused();
         continue;
       }
       PictureWriter writer;
-      EXPECT_TRUE(BindOwnPicture(writer, NewPicture())) << why;
+      EXPECT_TRUE(BindOwnPicture(writer, NewPicture()));
       EXPECT_EQ(writer.pixelFormat, static_cast<int32_t>(info));
     }
     info = 1;
     for (const size_t bits : {24U, 64U}) {
       seam::CGBitmapContextGetBitsPerPixel.answer = [bits](CGContextRef) { return bits; };
-      ExpectRefused("bits per pixel");
+      ExpectRefused();
     }
     seam::CGBitmapContextGetBitsPerPixel.answer = nullptr;
   }
@@ -104,21 +97,15 @@ TEST_F(Editor, RefusesADescriptionThatIsNotOfThePicturesForm) {
 }
 
 TEST_F(Editor, GivesARefusedLockBackOnHostsBefore2012) {
-  for (const auto& [version, isOlder] : {std::pair{2011.99, 1}, {2012.0, 0}}) {
-    // Of a kind that is not known both forms are asked for.
-    for (const int locks : {1, 2}) {
-      for (const auto application :
-           {ApplicationKind::kDesktop, ApplicationKind::kConsole, ApplicationKind::kWeb}) {
-        Use(application, version);
-        if (locks == 2) seam::pluginObjectType.answer = [](const char*) { return nullptr; };
-        layer.refused = {"REALLockPictureDescription"};
-        PictureWriter writer;
-        EXPECT_FALSE(BindOwnPicture(writer, NewPicture()));
-        EXPECT_EQ(layer.CallsOf("REALLockPictureDescription"), locks);
-        EXPECT_EQ(layer.CallsOf("unlockPictureDescription"), locks * isOlder) << version;
-        seam::pluginObjectType.answer = nullptr;
-      }
-    }
+  seam::pluginObjectType.answer = [](const char*) { return nullptr; };
+  layer.refused = {"REALLockPictureDescription"};
+  for (const auto& [version, unlocks] : {std::pair{2011.99, 2}, {2012.0, 0}}) {
+    options.version = version;
+    Use(HostOptions(options));
+    PictureWriter writer;
+    EXPECT_FALSE(BindOwnPicture(writer, NewPicture()));
+    EXPECT_EQ(layer.CallsOf("REALLockPictureDescription"), 2) << "one for each form";
+    EXPECT_EQ(layer.CallsOf("unlockPictureDescription"), unlocks) << version;
   }
 }
 

@@ -1,6 +1,5 @@
 #include "plugin/picture/row_kernels.h"
 
-#include <array>
 #include <random>
 
 #include <gtest/gtest.h>
@@ -24,25 +23,17 @@ const Layout kLayouts[] = {
     {SourceLayout::kGrey, 0, 0, 0, -1},
 };
 
-// The bytes of a pixel as the editor stores it, with the alpha in its place.
-std::array<uint8_t, 4> StoredPixel(int32_t format, uint8_t red, uint8_t green, uint8_t blue,
-                                   int alpha = -1) {
-  std::array<uint8_t, 4> stored{};
+// Appends the bytes of a pixel as the editor stores it, with the alpha in its place.
+void Append(Bytes& row, int32_t format, uint8_t red, uint8_t green, uint8_t blue, int alpha = -1) {
+  row.resize(row.size() + 4);
   PictureWriter writer;
   writer.pixelFormat = format;
-  writer.cursor = stored.data();
+  writer.cursor = row.data() + row.size() - 4;
   writer.WritePixel(red, green, blue);
-  if (alpha < 0) return stored;
-  if (format == kConsolePixelFormat) {
-    stored[3] = static_cast<uint8_t>(alpha / 2);
-  } else {
-    stored[format % 2 == 0 ? 0 : 3] = static_cast<uint8_t>(alpha);
-  }
-  return stored;
-}
-
-void Append(Bytes& row, const std::array<uint8_t, 4>& pixel) {
-  row.insert(row.end(), pixel.begin(), pixel.end());
+  if (alpha < 0) return;
+  const bool isConsole = format == kConsolePixelFormat;
+  const size_t place = !isConsole && format % 2 == 0 ? 4 : 1;
+  row[row.size() - place] = static_cast<uint8_t>(isConsole ? alpha / 2 : alpha);
 }
 
 TEST(RowKernel, StoresWhatTheEditorWouldAtOddWidthsAndPlaces) {
@@ -60,9 +51,8 @@ TEST(RowKernel, StoresWhatTheEditorWouldAtOddWidthsAndPlaces) {
           Bytes expected(offset, 0xEE);
           for (size_t x = 0; x < width; ++x) {
             const uint8_t* pixel = source.data() + offset + x * size;
-            Append(expected,
-                   StoredPixel(format, pixel[from.red], pixel[from.green], pixel[from.blue],
-                               from.alpha < 0 ? -1 : pixel[from.alpha]));
+            Append(expected, format, pixel[from.red], pixel[from.green], pixel[from.blue],
+                   from.alpha < 0 ? -1 : pixel[from.alpha]);
           }
           expected.resize(destination.size(), 0xEE);
           ASSERT_EQ(destination, expected)
@@ -78,8 +68,7 @@ Bytes AllColoursOverAllAlphas() {
   Bytes source;
   for (int alpha = 0; alpha < 256; ++alpha) {
     for (int colour = 0; colour < 256; ++colour) {
-      const auto other = static_cast<uint8_t>(255 - colour);
-      for (const int byte : {colour, static_cast<int>(other), colour ^ 0x55, alpha}) {
+      for (const int byte : {colour, 255 - colour, colour ^ 0x55, alpha}) {
         source.push_back(static_cast<uint8_t>(byte));
       }
     }
@@ -94,18 +83,15 @@ uint8_t Divide(uint8_t colour, uint8_t alpha) {
 TEST(RowKernel, DividesEveryColourByEveryAlphaExactly) {
   const Bytes source = AllColoursOverAllAlphas();
   const size_t pixels = source.size() / 4;
-  Bytes opaque(source.size());
-  Bytes colour(source.size());
-  Bytes mask(source.size());
+  Bytes opaque(source.size()), colour(source.size()), mask(source.size());
   for (const int32_t format : kFormats) {
     ChooseRowKernel(SourceLayout::kPremultipliedRgba, format)(source.data(), opaque.data(), pixels);
     ChooseMaskRowKernel(format)(source.data(), colour.data(), mask.data(), pixels);
     Bytes expected, expectedMask;
     for (const uint8_t* p = source.data(); p != source.data() + source.size(); p += 4) {
       const auto level = static_cast<uint8_t>(255 - p[3]);
-      Append(expected,
-             StoredPixel(format, Divide(p[0], p[3]), Divide(p[1], p[3]), Divide(p[2], p[3])));
-      Append(expectedMask, StoredPixel(format, level, level, level));
+      Append(expected, format, Divide(p[0], p[3]), Divide(p[1], p[3]), Divide(p[2], p[3]));
+      Append(expectedMask, format, level, level, level);
     }
     ASSERT_TRUE(opaque == expected && colour == expected && mask == expectedMask) << format;
   }

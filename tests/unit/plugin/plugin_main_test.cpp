@@ -52,17 +52,16 @@ TEST_F(PluginMain, HandsTheMethodsOverInOrderWithFlagsThatSuitTheHost) {
     Use(options);  // adapting what is adapted changes nothing
     for (const auto& method : host->Methods()) EXPECT_EQ(method.flags, flags) << version;
   }
-  namespace methods = runtime::methods;
-  std::vector<std::string> declarations;
-  for (const auto& method : host->Methods()) declarations.push_back(method.declaration);
-  EXPECT_THAT(
-      declarations,
-      ElementsAre(methods::kScreenshotDisplay.declaration, methods::kScreenshot.declaration,
-                  methods::kScreenshotRect.declaration, methods::kScreenshotRectScaled.declaration,
-                  methods::kScreenshotStringDisplay.declaration,
-                  methods::kScreenshotString.declaration,
-                  methods::kScreenshotFromString.declaration));
-  for (const REALmethodDefinition& method : globalMethods) {
+  using namespace runtime::methods;
+  const char* const declarations[] = {
+      kScreenshotDisplay.declaration,       kScreenshot.declaration,
+      kScreenshotRect.declaration,          kScreenshotRectScaled.declaration,
+      kScreenshotStringDisplay.declaration, kScreenshotString.declaration,
+      kScreenshotFromString.declaration};
+  ASSERT_EQ(host->Methods().size(), std::size(declarations));
+  for (size_t i = 0; i < std::size(declarations); ++i) {
+    EXPECT_STREQ(host->Methods()[i].declaration.c_str(), declarations[i]);
+    const REALmethodDefinition& method = globalMethods[i];
     EXPECT_EQ(method.setterFunction, nullptr);
     EXPECT_EQ(method.attributeCount, 0U);
     EXPECT_EQ(method.attributes, nullptr);

@@ -47,19 +47,13 @@ TEST_F(ChangingScreen, IsFollowedFromCaptureToCapture) {
   ExpectDisplays({{500, 20, 100, 50}, {0, 0, 300, 480}});
   server_.Run({"xrandr", "--delmonitor", "main"});
   server_.Run({"xrandr", "--delmonitor", "left"});
-  ExpectDisplays({{0, 0, 640, 480}});
-}
-
-TEST_F(ChangingScreen, IsFollowedWhenTheRootWindowShrinksAndGrows) {
   server_.Run({"xrandr", "--newmode", "small", "13", "320", "336", "384", "400", "240", "245",
                "249", "251"});
   server_.Run({"xrandr", "--addmode", "screen", "small"});
-  for (int i = 0; i < 3; ++i) {
-    server_.Run({"xrandr", "--output", "screen", "--mode", "small"});
-    ExpectDisplays({{0, 0, 320, 240}});
-    server_.Run({"xrandr", "--output", "screen", "--mode", "640x480"});
-    ExpectDisplays({{0, 0, 640, 480}});
-  }
+  server_.Run({"xrandr", "--output", "screen", "--mode", "small"});
+  ExpectDisplays({{0, 0, 320, 240}});
+  server_.Run({"xrandr", "--output", "screen", "--mode", "640x480"});
+  ExpectDisplays({{0, 0, 640, 480}});
 }
 
 // --- Shared memory and descriptors that run out. Each capture needs more than the one before. ---

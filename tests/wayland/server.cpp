@@ -14,6 +14,7 @@
 #include <new>
 #include <sstream>
 #include <stdexcept>
+#include <string_view>
 #include <tuple>
 
 #include "ext-image-capture-source-v1-server-protocol.h"
@@ -227,8 +228,8 @@ constexpr struct zxdg_output_manager_v1_interface kXdgOutputManager = {
           NewChild<zxdg_output_v1_interface, kXdgOutput>(manager, id, nullptr);
       zxdg_output_v1_send_logical_position(resource, setup.x, setup.y);
       zxdg_output_v1_send_logical_size(resource, setup.logicalWidth, setup.logicalHeight);
-      if (wl_resource_get_version(manager) >= 2)
-        zxdg_output_v1_send_name(resource, setup.name.c_str());
+      const bool isNamed = wl_resource_get_version(manager) >= 2;
+      if (isNamed) zxdg_output_v1_send_name(resource, setup.name.c_str());
     }};
 
 void BindOutput(wl_client* client, void* data, uint32_t version, uint32_t id) {
@@ -383,9 +384,8 @@ uint32_t ColorAt(uint32_t format, uint32_t picture, int x, int y) {
   uint32_t color = 0;
   for (const Channel& each : ChannelsOf(format)) {
     const uint32_t level = SampleAt(each, picture, x, y) * 65535 / each.max / 257;
-    if (each.name == 'r') color |= level << 16;
-    if (each.name == 'g') color |= level << 8;
-    if (each.name == 'b') color |= level;
+    const size_t place = std::string_view("bgr").find(each.name);
+    if (place != std::string_view::npos) color |= level << 8 * place;
   }
   return color;
 }

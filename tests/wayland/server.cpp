@@ -39,7 +39,7 @@ const std::map<uint32_t, const char*> kShmFormats = {
 namespace {
 
 constexpr uint32_t kUnheardOf = 0x3F3F3F3F;  // a format
-constexpr size_t kPiece = 5;                 // bytes that are sent at a time: no whole word
+constexpr size_t kPiece = 10;                // bytes that are sent at a time: no whole message
 
 // --- The picture ---
 

@@ -65,8 +65,6 @@ class DyingServer : public ::testing::Test {
     server_.Prepare();
   }
 
-  void ExpectNoTrace();
-
   const std::multiset<std::string> atStart_ = SignalsAndThreads();
   Server server_;
   Plugin plugin_;
@@ -75,32 +73,29 @@ class DyingServer : public ::testing::Test {
   int nils_ = 0;
 };
 
-template <typename Server>
-void DyingServer<Server>::ExpectNoTrace() {
-  const int kills = Setting("QRV_TEST_KILLS", 40) / static_cast<int>(Server::kSlowness);
+TYPED_TEST_SUITE(DyingServer, Servers);
+
+TYPED_TEST(DyingServer, LeavesTheHostAliveAndWithoutATrace) {
+  const int kills = Setting("QRV_TEST_KILLS", 40) / static_cast<int>(TypeParam::kSlowness);
   const int warmUp = std::max(kills / 4, 1);
   std::optional<Holdings> warm;
   for (int i = 0; i < kills; ++i) {
-    DieAndComeBack();
+    this->DieAndComeBack();
     if (i + 1 == warmUp) {
-      ExpectAllRight(plugin_, server_);
+      ExpectAllRight(this->plugin_, this->server_);
       warm.emplace();
     }
     ASSERT_FALSE(this->HasFailure()) << "kill " << i << ", QRV_TEST_SEED=" << Seed();
   }
-  ExpectAllRight(plugin_, server_);
+  ExpectAllRight(this->plugin_, this->server_);
   const Holdings now;
   EXPECT_THAT(now.files, ::testing::ContainerEq(warm->files));
   EXPECT_LE(now.mappedFiles, warm->mappedFiles + 2);
-  EXPECT_THAT(SignalsAndThreads(), ::testing::ContainerEq(atStart_));
-  EXPECT_GE(nils_, kills / 4) << "too few servers died in the middle of a capture";
-  std::cout << kills << " kills, captures meanwhile: " << nils_ << " nil, " << pictures_
+  EXPECT_THAT(SignalsAndThreads(), ::testing::ContainerEq(this->atStart_));
+  EXPECT_GE(this->nils_, kills / 4) << "too few servers died in the middle of a capture";
+  std::cout << kills << " kills, captures meanwhile: " << this->nils_ << " nil, " << this->pictures_
             << " right; mapped files " << warm->mappedFiles << " to " << now.mappedFiles << "\n";
 }
-
-TYPED_TEST_SUITE(DyingServer, Servers);
-
-TYPED_TEST(DyingServer, LeavesTheHostAliveAndWithoutATrace) { this->ExpectNoTrace(); }
 
 // --- A server that hangs: each capture in a process of its own, all of them at a time. ---
 

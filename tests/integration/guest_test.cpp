@@ -37,37 +37,29 @@ bool IsOpen(int fd) { return fcntl(fd, F_GETFD) >= 0; }
 // As a process does that becomes a daemon.
 void CloseAllAboveTwo() { close_range(kFirstOwn, ~0U, 0); }
 
-// A socket of the host's own, under all the numbers that there are room for.
-class OwnSocket {
- public:
-  OwnSocket() {
-    int ends[2];
-    if (socketpair(AF_UNIX, SOCK_STREAM, 0, ends) != 0 || ends[0] != kFirstOwn) std::abort();
-    peer_ = fcntl(ends[1], F_DUPFD, kAbove);
-    for (int number = kFirstOwn + 1; number <= kLastOwn; ++number) dup2(kFirstOwn, number);
-    send(peer_, "its own", 7, 0);
-  }
+ino_t Inode(int fd) {
+  struct stat status = {};
+  EXPECT_EQ(fstat(fd, &status), 0) << fd;
+  return status.st_ino;
+}
 
-  // Nobody has read from it, written to it, or closed it.
-  void ExpectUntouched() const {
-    const ino_t socket = Inode(kFirstOwn);
+// Opens a socket of the host's own, under all the numbers that there are room for. What it returns
+// expects that nobody has read from it, written to it, or closed it.
+std::function<void()> OpenOwnSocket() {
+  int ends[2];
+  if (socketpair(AF_UNIX, SOCK_STREAM, 0, ends) != 0 || ends[0] != kFirstOwn) std::abort();
+  const int peer = fcntl(ends[1], F_DUPFD, kAbove);
+  for (int number = kFirstOwn + 1; number <= kLastOwn; ++number) dup2(kFirstOwn, number);
+  send(peer, "its own", 7, 0);
+  return [peer, socket = Inode(kFirstOwn)] {
     for (int number = kFirstOwn; number <= kLastOwn; ++number) {
       EXPECT_EQ(Inode(number), socket) << number << " was closed";
     }
     char text[16];
     EXPECT_EQ(recv(kFirstOwn, text, sizeof text, MSG_DONTWAIT), 7) << "read from";
-    EXPECT_EQ(recv(peer_, text, sizeof text, MSG_DONTWAIT), -1) << "written to or closed";
-  }
-
- private:
-  static ino_t Inode(int fd) {
-    struct stat status = {};
-    EXPECT_EQ(fstat(fd, &status), 0) << fd;
-    return status.st_ino;
-  }
-
-  int peer_ = -1;
-};
+    EXPECT_EQ(recv(peer, text, sizeof text, MSG_DONTWAIT), -1) << "written to or closed";
+  };
+}
 
 class Guest : public ::testing::Test {
  protected:
@@ -95,10 +87,7 @@ TEST_F(Guest, OfAHostThatClosesAllDescriptorsIsRightAfterwards) {
 }
 
 TEST_F(Guest, OfAHostThatOpensItsOwnInTheirPlaceLeavesThoseAlone) {
-  CaptureAround(true, [] {
-    CloseAllAboveTwo();
-    return [own = OwnSocket()] { own.ExpectUntouched(); };
-  });
+  CaptureAround(true, [] { return CloseAllAboveTwo(), OpenOwnSocket(); });
 }
 
 TEST_F(Guest, OfAHostWithTheStandardStreamsClosedTakesNoneOfThem) {

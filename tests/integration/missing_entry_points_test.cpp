@@ -1,5 +1,6 @@
 // The built plug-in in hosts that lack entry points, singly and in groups that belong together.
 
+#include <iterator>
 #include <sstream>
 
 #include "tests/integration/plugin.h"
@@ -32,9 +33,8 @@ void Compare(const HostOptions& whole, const std::string& lacking) {
   UseDesktop("virtual:40x30+0+0,20x10-20+0");
   HostOptions options = whole;
   std::istringstream names(lacking);
-  for (std::string name; names >> name;) options.missing.insert(name);
-  const std::vector<std::string> results = Results(options);
-  const std::vector<std::string> expected = Results(whole);
+  options.missing = {std::istream_iterator<std::string>(names), {}};
+  const std::vector<std::string> results = Results(options), expected = Results(whole);
   const bool makesPictures = lacking != "PluginRegisterMethod" && lacking != "REALLockObject" &&
                              lacking != "newPicture" &&
                              !lacking.starts_with("REALLockPictureDescription");
@@ -61,10 +61,10 @@ TEST(HostWithout, GetsTheRightResultOrNilAndEverythingBack) {
   for (std::string lacking; std::getline(all, lacking, ',');) {
     for (const auto application : {ApplicationKind::kDesktop, ApplicationKind::kConsole}) {
       for (const double version : {2010.0, 2013.03}) {
-        HostOptions options;
-        options.application = application;
-        options.version = version;
-        EXPECT_EQ(WaitForEnd(ForkTest([&] { Compare(options, lacking); })), 0) << lacking;
+        HostOptions whole;
+        whole.application = application;
+        whole.version = version;
+        EXPECT_EQ(WaitForEnd(ForkTest([&] { Compare(whole, lacking); })), 0) << lacking;
       }
     }
   }

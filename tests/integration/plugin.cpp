@@ -162,38 +162,17 @@ Image Screen::Part(const Area& part) const {
   });
 }
 
-Outputs::Outputs(std::vector<Output> outputs) : Sway(outputs), outputs_(std::move(outputs)) {
-  UseDesktop("wayland:" + socket());
-}
-
-void Outputs::Show(std::vector<Output> outputs) {
-  outputs_ = std::move(outputs);
-  Fill();
-}
-
 Image Outputs::Whole(size_t output) const {
-  return Paint({0, 0, outputs_[output].PixelWidth(), outputs_[output].PixelHeight()},
+  return Paint({0, 0, outputs()[output].PixelWidth(), outputs()[output].PixelHeight()},
                [output](int x, int y) { return FilledPixel(output, x, y); });
 }
 
 Image Outputs::Part(const Area& part) const {
   return Paint(part, [this](int x, int y) {
-    for (size_t i = 0; i < outputs_.size(); ++i) {
-      const auto& [left, top, width, height] = outputs_[i].units;
+    for (size_t i = 0; i < outputs().size(); ++i) {
+      const auto& [left, top, width, height] = outputs()[i].units;
       if (x < left || y < top || x >= left + width || y >= top + height) continue;
-      const int side = static_cast<int>(outputs_[i].density);
-      uint32_t color = 0;
-      for (const int shift : {16, 8, 0}) {
-        uint32_t sum = 0;
-        for (int pixel = 0; pixel < side * side; ++pixel) {
-          sum +=
-              FilledPixel(i, (x - left) * side + pixel % side, (y - top) * side + pixel / side) >>
-                  shift &
-              255;
-        }
-        color |= sum / static_cast<uint32_t>(side * side) << shift;
-      }
-      return color;
+      return FilledPixel(i, x - left, y - top);
     }
     return 0U;
   });

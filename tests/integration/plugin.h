@@ -123,19 +123,14 @@ class Screen : public Xvfb {
 class Outputs : public Sway {
  public:
   // The first one is at the origin.
-  explicit Outputs(std::vector<Output> outputs);
+  explicit Outputs(const std::vector<Output>& outputs) : Sway(outputs) {
+    UseDesktop("wayland:" + socket());
+  }
 
-  // Shows the picture on the outputs that there are by now: they are in the order of announcement.
-  void Show(std::vector<Output> outputs);
-  const std::vector<Output>& outputs() const { return outputs_; }
-
-  // What a picture of an output's pixels is to be; and of a part of the space, whose units are the
-  // averages of their pixels: black beyond.
+  // What a picture of an output's pixels is to be; and of a part of the space, where outputs have
+  // as many pixels as units: black beyond.
   Image Whole(size_t output) const;
   Image Part(const Area& part) const;
-
- private:
-  std::vector<Output> outputs_;
 };
 
 // Every way to capture, over a server with two monitors, for tests that interfere meanwhile.

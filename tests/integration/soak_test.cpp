@@ -69,8 +69,7 @@ void Soak(ApplicationKind application) {
   options.application = application;
   Plugin plugin(options);
   std::mt19937 random(1);
-  const int captures = Setting("QRV_TEST_CAPTURES", 840);
-  const int rounds = (captures + kTurnsOfRound * kTurn - 1) / (kTurnsOfRound * kTurn);
+  const int rounds = (Setting("QRV_TEST_CAPTURES", 840) - 1) / (kTurnsOfRound * kTurn) + 1;
   std::optional<Holdings> own, its;
   for (int turn = 0; turn < rounds * kTurnsOfRound && !::testing::Test::HasFailure(); ++turn) {
     if (turn == kTurnsBeforeFirstLook) {

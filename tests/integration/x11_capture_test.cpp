@@ -9,15 +9,6 @@ namespace {
 // OpenGL where QuickDraw does; it hands the others over.
 enum class Shown { kExactly, kGrey, kNotAtAll };
 
-struct ScreenCase {
-  const char* name;
-  const char* screen;
-  Shown byQuickDraw = Shown::kExactly;
-  std::vector<std::string> arguments = {};
-};
-
-void PrintTo(const ScreenCase& one, std::ostream* out) { *out << one.name; }
-
 Image Grey(Image image) {
   for (size_t i = 0; i < image.rgba.size(); i += 4) {
     uint8_t* p = image.rgba.data() + i;
@@ -26,37 +17,33 @@ Image Grey(Image image) {
   return image;
 }
 
-class EveryScreen : public ::testing::TestWithParam<ScreenCase> {};
-
-TEST_P(EveryScreen, IsCapturedPixelForPixelByEveryStrategyThatCan) {
-  const auto& [name, size, byQuickDraw, arguments] = GetParam();
-  const Screen server(size, {}, arguments);
-  Plugin plugin;
-  const Area area = {-5, 11, 333, 77};
-  const Image whole = server.Whole();
-  for (const char* system : kSystems) {
-    SCOPED_TRACE(system);
-    UseSystem(system);
-    if (system == kDisplayImage || byQuickDraw == Shown::kExactly) {
-      EXPECT_EQ(Difference(plugin.On(system).Main(), whole), "");
-      EXPECT_EQ(Difference(plugin.On(system).Rect(area), server.Part(area)), "");
-    } else if (byQuickDraw == Shown::kGrey) {
-      EXPECT_EQ(Difference(plugin.Main(), Grey(whole)), "");
-    } else {
-      EXPECT_FALSE(plugin.Main().has_value());
+TEST(X11, IsCapturedPixelForPixelByEveryStrategyThatCan) {
+  const std::tuple<const char*, Shown, std::vector<std::string>> screens[] = {
+      {"641x479x24", Shown::kExactly, {}},
+      {"640x480x30", Shown::kExactly, {}},
+      {"640x480x16", Shown::kNotAtAll, {}},
+      {"640x480x8", Shown::kGrey, {}},
+      {"640x480x24", Shown::kExactly, {"-extension", "MIT-SHM"}},
+      {"640x480x24", Shown::kExactly, {"-extension", "RANDR"}}};
+  for (const auto& [size, byQuickDraw, arguments] : screens) {
+    const Screen server(size, {}, arguments);
+    Plugin plugin;
+    const Area area = {-5, 11, 333, 77};
+    const Image whole = server.Whole();
+    for (const char* system : kSystems) {
+      SCOPED_TRACE(size + ::testing::PrintToString(arguments) + system);
+      UseSystem(system);
+      if (system == kDisplayImage || byQuickDraw == Shown::kExactly) {
+        EXPECT_EQ(Difference(plugin.On(system).Main(), whole), "");
+        EXPECT_EQ(Difference(plugin.On(system).Rect(area), server.Part(area)), "");
+      } else if (byQuickDraw == Shown::kGrey) {
+        EXPECT_EQ(Difference(plugin.Main(), Grey(whole)), "");
+      } else {
+        EXPECT_FALSE(plugin.Main().has_value());
+      }
     }
   }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    X11, EveryScreen,
-    ::testing::Values(
-        ScreenCase{"Depth24", "641x479x24"}, ScreenCase{"Depth30", "640x480x30"},
-        ScreenCase{"Depth16", "640x480x16", Shown::kNotAtAll},
-        ScreenCase{"Depth8", "640x480x8", Shown::kGrey},
-        ScreenCase{"WithoutSharedMemory", "640x480x24", Shown::kExactly, {"-extension", "MIT-SHM"}},
-        ScreenCase{"WithoutRandR", "640x480x24", Shown::kExactly, {"-extension", "RANDR"}}),
-    [](const auto& instance) { return instance.param.name; });
 
 }  // namespace
 }  // namespace qrv::testing

@@ -66,6 +66,24 @@ void UseNoStreams() {
   for (const int each : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) dup2(nothing, each);
 }
 
+pid_t StartUntilReady(const std::vector<std::string>& command, int stream,
+                      const std::function<bool()>& prepare) {
+  int ends[2];
+  if (pipe2(ends, O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
+  const pid_t process = StartProgram(command, [&] {
+    UseNoStreams();
+    return dup2(ends[1], stream) == stream && prepare();
+  });
+  close(ends[1]);
+  bool isReady = false;
+  for (char words[8]; read(ends[0], words, sizeof words) > 0;) isReady = true;
+  close(ends[0]);
+  if (isReady) return process;
+  kill(process, SIGKILL);
+  WaitForEnd(process);
+  return 0;
+}
+
 void Server::End(int signal) {
   if (pid_ == 0) return;
   kill(pid_, signal);

@@ -39,6 +39,12 @@ Outcome RunProgram(
 // writes.
 void UseNoStreams();
 
+// Starts a program without its standard streams, and waits until it has written to that descriptor
+// and closed it. 0 when it ends before.
+pid_t StartUntilReady(
+    const std::vector<std::string>& command, int stream,
+    const std::function<bool()>& prepare = [] { return true; });
+
 // For such a process: from here on a system call fails with that error, if its third argument has
 // these flags; a folder is a disk of that size, such as 64k. False without the right to.
 bool RefuseSystemCall(uint32_t number, uint16_t error, uint32_t flags = 0);

@@ -2,7 +2,6 @@
 
 #include <grp.h>
 #include <sys/prctl.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -38,15 +37,10 @@ std::string Output::Command(size_t number) const {
   return words.str();
 }
 
-uint32_t FilledPixel(size_t output, int x, int y) {
-  const int blue = x / 256 + 16 * (y / 256) + 128 * static_cast<int>(output);
-  return static_cast<uint32_t>((x & 255) << 16 | (y & 255) << 8 | (blue & 255));
-}
-
 Sway::Sway(const std::vector<Output>& outputs)
-    : socket_(folder_.File("wayland-1")), outputs_(outputs.size()) {
+    : socket_(folder_.File("wayland-1")), outputs_(outputs) {
   std::string lines = "xwayland disable\n";
-  for (size_t i = 0; i < outputs_; ++i) lines += outputs[i].Command(i + 1) + "\n";
+  for (size_t i = 0; i < outputs.size(); ++i) lines += outputs[i].Command(i + 1) + "\n";
   folder_.Write("config", lines);
   if (chown(folder_.path().c_str(), User(), getegid()) != 0) {
     throw std::runtime_error("no folder for sway");
@@ -65,18 +59,19 @@ void Sway::Restart() {
   const std::string folder = folder_.path().string();
   pid_ = StartProgram(
       {"env", "-i", "HOME=" + folder, "XDG_RUNTIME_DIR=" + folder, "PATH=/usr/bin:/bin",
-       "WLR_BACKENDS=headless", "WLR_HEADLESS_OUTPUTS=" + std::to_string(outputs_),
+       "WLR_BACKENDS=headless", "WLR_HEADLESS_OUTPUTS=" + std::to_string(outputs_.size()),
        "WLR_RENDERER=pixman", "WLR_LIBINPUT_NO_DEVICES=1", "sway", "-Dnoscanout", "-c",
        folder_.File("config")},
       [] {
         UseNoStreams();
         return BecomeUser();
       });
-  Fill();
+  Fill(outputs_);
 }
 
 // Tries until the compositor listens.
-void Sway::Fill() {
+void Sway::Fill(const std::vector<Output>& outputs) {
+  outputs_ = outputs;
   constexpr std::chrono::seconds kPatience{30};
   const auto deadline = std::chrono::steady_clock::now() + kPatience;
   while (!StartFilling()) {
@@ -87,17 +82,16 @@ void Sway::Fill() {
 
 bool Sway::StartFilling() {
   EndFilling();
-  int ends[2];
-  if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) return false;
-  fillingStreams_ = desktop::UniqueFd(ends[0]);
-  filling_ = StartProgram({QRV_BUILD_DIR "/fill_outputs"}, [&] {
-    UseNoStreams();
-    setenv("WAYLAND_DISPLAY", socket_.c_str(), 1);
-    return dup2(ends[1], STDIN_FILENO) >= 0 && dup2(ends[1], STDOUT_FILENO) >= 0;
-  });
-  close(ends[1]);
-  char shown[8];
-  return read(ends[0], shown, sizeof shown) > 0;
+  std::vector<std::string> command = {QRV_BUILD_DIR "/fill_outputs"};
+  for (const Output& each : outputs_) {
+    for (const int number :
+         {each.PixelWidth(), each.PixelHeight(), each.units.width, each.units.height}) {
+      command.push_back(std::to_string(number));
+    }
+  }
+  filling_ = StartUntilReady(command, STDOUT_FILENO,
+                             [this] { return setenv("WAYLAND_DISPLAY", socket_.c_str(), 1) == 0; });
+  return filling_ != 0;
 }
 
 void Sway::EndFilling() {

@@ -9,7 +9,6 @@
 #include <string>
 #include <vector>
 
-#include "platform/desktop/waiting.h"
 #include "tests/support/process.h"
 #include "tests/support/xvfb.h"
 
@@ -28,7 +27,10 @@ struct Output {
 };
 
 // What fill_outputs shows, as 0xRRGGBB: the outputs are counted as they were announced.
-uint32_t FilledPixel(size_t output, int x, int y);
+inline uint32_t FilledPixel(size_t output, int x, int y) {
+  const int blue = x / 256 + 16 * (y / 256) + 128 * static_cast<int>(output);
+  return static_cast<uint32_t>((x & 255) << 16 | (y & 255) << 8 | (blue & 255));
+}
 
 class Sway : public Server {
  public:
@@ -39,8 +41,12 @@ class Sway : public Server {
   // The path of its socket. Stays the same when it is restarted.
   const std::string& socket() const { return socket_; }
 
-  void Restart();  // after Kill: a new one with the first outputs, that shows the picture
-  void Fill();     // shows the picture on the outputs that there are now
+  // After Kill: a new one with the same outputs, that shows the picture.
+  void Restart();
+
+  // Shows the picture on the outputs that there are by now: they are in the order of announcement.
+  void Fill(const std::vector<Output>& outputs);
+  const std::vector<Output>& outputs() const { return outputs_; }
 
   // Runs a program for this compositor and returns what it wrote to its standard output. Throws
   // when it doesn't end with status 0.
@@ -53,9 +59,8 @@ class Sway : public Server {
 
   ScratchFolder folder_;
   std::string socket_;
-  size_t outputs_;
+  std::vector<Output> outputs_;
   pid_t filling_ = 0;
-  desktop::UniqueFd fillingStreams_;
 };
 
 }  // namespace qrv::testing

@@ -1,6 +1,5 @@
 #include "tests/support/xvfb.h"
 
-#include <fcntl.h>
 #include <unistd.h>
 #include <xcb/xcb.h>
 
@@ -54,23 +53,10 @@ bool Xvfb::Start(const std::string& display) {
   std::vector<std::string> command = {"Xvfb", display, "-displayfd", "3",         "-screen",
                                       "0",    screen_, "-noreset",   "-nolisten", "tcp"};
   command.insert(command.end(), arguments_.begin(), arguments_.end());
-  int ends[2];
-  if (pipe2(ends, O_CLOEXEC) != 0) Fail("no pipe");
-  pid_ = StartProgram(command, [&] {
-    UseNoStreams();
-    return dup2(ends[1], 3) == 3;
-  });
-  close(ends[1]);
-  // The server writes its number once it listens, and closes the descriptor.
-  bool isListening = false;
-  for (char number[8]; read(ends[0], number, sizeof number) > 0;) isListening = true;
-  close(ends[0]);
-  if (isListening) {
-    display_ = display;
-  } else {
-    End(SIGKILL);
-  }
-  return isListening;
+  // The server writes its number once it listens.
+  pid_ = StartUntilReady(command, 3);
+  if (pid_ != 0) display_ = display;
+  return pid_ != 0;
 }
 
 void Xvfb::Restart() {
@@ -103,10 +89,8 @@ void Xvfb::FillRandom(uint32_t seed) const {
     xcb_set_close_down_mode(xcb, XCB_CLOSE_DOWN_RETAIN_PERMANENT);
     xcb_alloc_color_cells(xcb, 0, screen->default_colormap, 254, 0);
     for (uint32_t pixel = 0; pixel < 256; ++pixel) {
-      xcb_coloritem_t item = {pixel, 0, 0, 0, 7, 0};  // red, green and blue
-      for (uint16_t* each : {&item.red, &item.green, &item.blue}) {
-        *each = static_cast<uint16_t>(random());
-      }
+      const auto any = [&random] { return static_cast<uint16_t>(random()); };
+      const xcb_coloritem_t item = {pixel, any(), any(), any(), 7, 0};  // red, green and blue
       xcb_store_colors(xcb, screen->default_colormap, 1, &item);
     }
   }

@@ -7,12 +7,15 @@
 #include <wayland-server.h>
 
 #include <algorithm>
+#include <bit>
 #include <csignal>
-#include <cstdlib>
 #include <cstring>
 #include <deque>
 #include <new>
+#include <sstream>
 #include <stdexcept>
+#include <string_view>
+#include <tuple>
 
 #include "ext-image-capture-source-v1-server-protocol.h"
 #include "ext-image-copy-capture-v1-server-protocol.h"
@@ -21,7 +24,7 @@
 
 namespace qrv::testing {
 
-const std::vector<ShmFormat> kShmFormats = {
+const std::map<uint32_t, const char*> kShmFormats = {
     {WL_SHM_FORMAT_ARGB8888, "a8r8g8b8"},       {WL_SHM_FORMAT_XRGB8888, "x8r8g8b8"},
     {WL_SHM_FORMAT_ABGR8888, "a8b8g8r8"},       {WL_SHM_FORMAT_XBGR8888, "x8b8g8r8"},
     {WL_SHM_FORMAT_RGBA8888, "r8g8b8a8"},       {WL_SHM_FORMAT_RGBX8888, "r8g8b8x8"},
@@ -36,6 +39,7 @@ const std::vector<ShmFormat> kShmFormats = {
 namespace {
 
 constexpr uint32_t kUnheardOf = 0x3F3F3F3F;  // a format
+constexpr size_t kPiece = 10;                // bytes that are sent at a time: no whole message
 
 // --- The picture ---
 
@@ -45,24 +49,19 @@ struct Channel {
   int shift;
 };
 
-std::vector<Channel> ChannelsOf(uint32_t format, int& bytesPerPixel) {
+std::vector<Channel> ChannelsOf(uint32_t format) {
   std::vector<Channel> channels;
-  const char* at = "";
-  for (const ShmFormat& each : kShmFormats) {
-    if (each.code == format) at = each.channels;
+  std::istringstream names(kShmFormats.at(format));
+  char name = 0;
+  for (int bits = 0; names >> name >> bits;) {
+    for (Channel& each : channels) each.shift += bits;
+    channels.push_back({name, (1U << bits) - 1, 0});
   }
-  int bits = 0;
-  while (*at != 0) {
-    const char name = *at;
-    char* end = nullptr;
-    const auto width = static_cast<int>(std::strtol(at + 1, &end, 10));
-    at = end;
-    for (Channel& each : channels) each.shift += width;
-    channels.push_back({name, (1U << width) - 1, 0});
-    bits += width;
-  }
-  bytesPerPixel = bits / 8;
   return channels;
+}
+
+int BytesOf(const std::vector<Channel>& channels) {
+  return std::bit_width(channels[0].max << channels[0].shift) / 8;
 }
 
 uint32_t SampleAt(const Channel& channel, uint32_t picture, int x, int y) {
@@ -76,7 +75,7 @@ uint32_t SampleAt(const Channel& channel, uint32_t picture, int x, int y) {
 struct ShownOutput {
   OutputSetup setup;
   wl_global* global = nullptr;
-  std::vector<wl_resource*> resources;
+  wl_resource* resource = nullptr;  // of the client that came last
 };
 
 // What a client captures: a rectangle of the output's pixels before they are turned, and how it is
@@ -85,6 +84,7 @@ struct Image {
   ShownOutput* output;
   int left, top, width, height;
   int stride = 0;
+  std::vector<uint32_t> formats = {};  // that the buffer may have
   wl_resource* session = nullptr;
   wl_resource* buffer = nullptr;
   bool isDamaged = false;  // all of it
@@ -96,11 +96,7 @@ Script* orders;
 std::deque<ShownOutput> outputs;
 std::deque<Image> images;
 
-bool Makes(Fault fault) {
-  if (orders->fault != fault) return false;
-  if (--orders->times == 0) orders->fault = Fault::kNone;
-  return true;
-}
+bool Makes(Fault fault) { return orders->fault == fault; }
 
 void Destroy(wl_client*, wl_resource* resource) { wl_resource_destroy(resource); }
 
@@ -113,7 +109,15 @@ wl_resource* NewResource(wl_client* client, const wl_interface& interface, int v
                          const void* requests, void* data) {
   wl_resource* const resource = wl_resource_create(client, &interface, version, id);
   wl_resource_set_implementation(resource, requests, data, nullptr);
+  orders->highest = std::max<uint32_t>(orders->highest, id);
   return resource;
+}
+
+// One that another one's client has asked that for.
+template <const wl_interface& kInterface, const auto& kRequests>
+wl_resource* NewChild(wl_resource* parent, uint32_t id, void* data) {
+  return NewResource(wl_resource_get_client(parent), kInterface, wl_resource_get_version(parent),
+                     id, &kRequests, data);
 }
 
 template <const wl_interface& kInterface, const auto& kRequests>
@@ -132,17 +136,15 @@ std::pair<int, int> PlaceOf(const OutputSetup& output, int x, int y) {
   int width = output.width;
   int height = output.height;
   for (int turns = output.transform % 4; turns > 0; --turns) {
-    std::swap(x, y);
-    x = height - 1 - x;
-    std::swap(width, height);
+    std::tie(x, y, width, height) = std::tuple(height - 1 - y, x, height, width);
   }
   return {output.transform < 4 ? x : width - 1 - x, y};
 }
 
 void Paint(const Image& image) {
   wl_shm_buffer* const buffer = wl_shm_buffer_get(image.buffer);
-  int bytes = 0;
-  const auto channels = ChannelsOf(wl_shm_buffer_get_format(buffer), bytes);
+  const auto channels = ChannelsOf(wl_shm_buffer_get_format(buffer));
+  const int bytes = BytesOf(channels);
   for (int row = 0; row < image.height; ++row) {
     const int y = all.isInverted ? image.height - 1 - row : row;
     auto* to = static_cast<uint8_t*>(wl_shm_buffer_get_data(buffer)) +
@@ -158,27 +160,6 @@ void Paint(const Image& image) {
   }
 }
 
-// Sends words past the library; false when the client is gone.
-bool Write(wl_resource* resource, const std::vector<uint32_t>& words, size_t step) {
-  wl_client* const client = wl_resource_get_client(resource);
-  wl_client_flush(client);
-  for (size_t at = 0; at < words.size() * 4; at += step) {
-    const char* const bytes = reinterpret_cast<const char*>(words.data()) + at;
-    if (send(wl_client_get_fd(client), bytes, step, MSG_NOSIGNAL) < 0) return false;
-    if (step == 1) usleep(200);
-  }
-  return true;
-}
-
-// Tells that the pixels are there, in a message of that many words.
-void TellReady(wl_resource* frame, uint32_t event, uint32_t words) {
-  if (Makes(Fault::kNeverReady)) return;
-  std::vector<uint32_t> message(words);
-  message[0] = wl_resource_get_id(frame);
-  message[1] = words * 4 << 16 | event;
-  Write(frame, message, Makes(Fault::kSendsByteByByte) ? 1 : words * 4);
-}
-
 void TellMode(const OutputSetup& setup, wl_resource* resource) {
   wl_output_send_mode(resource, 0, 3000, 2000, 60000);
   if (setup.width > 0) {
@@ -187,19 +168,19 @@ void TellMode(const OutputSetup& setup, wl_resource* resource) {
   wl_output_send_done(resource);
 }
 
-// The stated width of an image, with the image made as it is to be.
-uint32_t StateWidth(Image& image) {
-  if (Makes(Fault::kOtherSize)) image.width /= 2;
+// Decides on an image: as it is, or as the script says.
+void Plan(Image& image) {
   if (Makes(Fault::kChangesMode)) {
     OutputSetup& setup = image.output->setup;
     setup.width = image.width *= 2;
-    for (wl_resource* each : image.output->resources) TellMode(setup, each);
+    TellMode(setup, image.output->resource);
   }
-  int bytes = 0;
-  ChannelsOf(all.formats[0], bytes);
-  image.stride = (image.width * bytes + 3) / 4 * 4 + all.padding;
-  if (Makes(Fault::kNoSize)) return 0;
-  return Makes(Fault::kHugeSize) ? 0x40000001 : static_cast<uint32_t>(image.width);
+  image.formats = all.formats;
+  image.stride = (image.width * BytesOf(ChannelsOf(all.formats[0])) + 3) / 4 * 4 + all.padding;
+  if (!Makes(Fault::kTells)) return;
+  image.formats = {orders->words[0]};
+  image.width = static_cast<int>(orders->words[1]);
+  image.stride = static_cast<int>(orders->words[2]);
 }
 
 bool Fits(const Image& image) {
@@ -207,27 +188,31 @@ bool Fits(const Image& image) {
   return wl_shm_buffer_get_width(buffer) == image.width &&
          wl_shm_buffer_get_height(buffer) == image.height &&
          (image.session ? image.isDamaged : wl_shm_buffer_get_stride(buffer) == image.stride) &&
-         std::count(all.formats.begin(), all.formats.end(), wl_shm_buffer_get_format(buffer)) == 1;
+         std::ranges::count(image.formats, wl_shm_buffer_get_format(buffer)) == 1;
 }
 
 // Writes the pixels into the buffer, unless there is something against it.
 bool Fill(const Image& image, wl_resource* frame) {
-  const int fd = wl_client_get_fd(wl_resource_get_client(frame));
+  wl_client* const client = wl_resource_get_client(frame);
+  const int fd = wl_client_get_fd(client);
+  wl_client_flush(client);
   if (!Fits(image)) wl_resource_post_error(frame, 9, "that is another buffer");
   if (Makes(Fault::kHangsUp)) shutdown(fd, SHUT_RDWR);
   if (Makes(Fault::kComplains)) wl_resource_post_error(frame, 9, "no pixels\ntoday");
   if (Makes(Fault::kSendsWords)) {
-    Write(frame, {std::begin(orders->words), std::end(orders->words)}, sizeof orders->words);
-  }
-  if (Makes(Fault::kFloods)) {
-    while (Write(frame, {wl_resource_get_id(frame), 8 << 16 | 99}, 8)) {
+    const char* const bytes = reinterpret_cast<const char*>(orders->words);
+    for (size_t at = 0; at < sizeof orders->words; at += kPiece, usleep(200)) {
+      send(fd, bytes + at, kPiece, MSG_NOSIGNAL);
     }
+  }
+  const uint32_t unheardOf[] = {wl_resource_get_id(frame), 8 << 16 | 99};
+  while (Makes(Fault::kFloods) && send(fd, unheardOf, sizeof unheardOf, MSG_NOSIGNAL) > 0) {
   }
   if (Makes(Fault::kRemovesOutput)) {
     wl_global_remove(image.output->global);
     return false;
   }
-  if (Makes(image.session ? Fault::kFails : Fault::kStops)) return false;
+  if (Makes(Fault::kRefusesBuffer)) return false;
   Paint(image);
   return true;
 }
@@ -237,23 +222,21 @@ bool Fill(const Image& image, wl_resource* frame) {
 constexpr struct wl_output_interface kOutput = {Destroy};
 constexpr struct zxdg_output_v1_interface kXdgOutput = {Destroy};
 constexpr struct zxdg_output_manager_v1_interface kXdgOutputManager = {
-    Destroy, [](wl_client* client, wl_resource* manager, uint32_t id, wl_resource* output) {
-      const int version = wl_resource_get_version(manager);
+    Destroy, [](wl_client*, wl_resource* manager, uint32_t id, wl_resource* output) {
       const OutputSetup& setup = DataOf<ShownOutput>(output)->setup;
       wl_resource* const resource =
-          NewResource(client, zxdg_output_v1_interface, version, id, &kXdgOutput, nullptr);
+          NewChild<zxdg_output_v1_interface, kXdgOutput>(manager, id, nullptr);
       zxdg_output_v1_send_logical_position(resource, setup.x, setup.y);
       zxdg_output_v1_send_logical_size(resource, setup.logicalWidth, setup.logicalHeight);
-      if (version >= 2) zxdg_output_v1_send_name(resource, setup.name.c_str());
+      const bool isNamed = wl_resource_get_version(manager) >= 2;
+      if (isNamed) zxdg_output_v1_send_name(resource, setup.name.c_str());
     }};
 
 void BindOutput(wl_client* client, void* data, uint32_t version, uint32_t id) {
   auto& output = *static_cast<ShownOutput*>(data);
   wl_resource* const resource =
       NewResource(client, wl_output_interface, static_cast<int>(version), id, &kOutput, data);
-  wl_resource_set_destructor(
-      resource, [](wl_resource* gone) { std::erase(DataOf<ShownOutput>(gone)->resources, gone); });
-  output.resources.push_back(resource);
+  output.resource = resource;
   const OutputSetup& setup = output.setup;
   wl_output_send_geometry(resource, setup.x, setup.y, 300, 200, 0, "QRV", "test", setup.transform);
   wl_output_send_scale(resource, setup.scale);
@@ -268,26 +251,23 @@ void Copy(wl_client*, wl_resource* frame, wl_resource* buffer) {
   image.buffer = buffer;
   if (!Fill(image, frame)) return zwlr_screencopy_frame_v1_send_failed(frame);
   zwlr_screencopy_frame_v1_send_flags(frame, all.isInverted ? 1 : 0);
-  TellReady(frame, ZWLR_SCREENCOPY_FRAME_V1_READY, 5);
+  if (!Makes(Fault::kNeverReady)) zwlr_screencopy_frame_v1_send_ready(frame, 0, 0, 0);
 }
 
 constexpr struct zwlr_screencopy_frame_v1_interface kScreencopyFrame = {Copy, Destroy, Copy};
 
-void MakeFrame(wl_client* client, wl_resource* manager, uint32_t id, int pointer,
-               const Image& wanted) {
+void MakeFrame(wl_resource* manager, uint32_t id, int pointer, const Image& wanted) {
   Image& image = images.emplace_back(wanted);
-  const int version = wl_resource_get_version(manager);
-  wl_resource* const frame = NewResource(client, zwlr_screencopy_frame_v1_interface, version, id,
-                                         &kScreencopyFrame, &image);
-  orders->highest = std::max<uint32_t>(orders->highest, id);
+  wl_resource* const frame =
+      NewChild<zwlr_screencopy_frame_v1_interface, kScreencopyFrame>(manager, id, &image);
   if (pointer != 0) return wl_resource_post_error(frame, 9, "no pointer");
-  if (Makes(Fault::kFails)) return zwlr_screencopy_frame_v1_send_failed(frame);
-  const uint32_t width = StateWidth(image);
-  zwlr_screencopy_frame_v1_send_buffer(
-      frame, Makes(Fault::kUnknownFormat) ? kUnheardOf : all.formats[0], width,
-      static_cast<uint32_t>(image.height),
-      static_cast<uint32_t>(Makes(Fault::kShortStride) ? image.stride - 1 : image.stride));
-  if (version < 3) return;
+  if (Makes(Fault::kRefuses)) return zwlr_screencopy_frame_v1_send_failed(frame);
+  Plan(image);
+  const auto width = static_cast<uint32_t>(image.width);
+  zwlr_screencopy_frame_v1_send_buffer(frame, image.formats[0], width,
+                                       static_cast<uint32_t>(image.height),
+                                       static_cast<uint32_t>(image.stride));
+  if (wl_resource_get_version(manager) < 3) return;
   zwlr_screencopy_frame_v1_send_linux_dmabuf(frame, kUnheardOf, width, 1);
   zwlr_screencopy_frame_v1_send_buffer_done(frame);
 }
@@ -297,15 +277,15 @@ Image WholeOf(ShownOutput& output) {
 }
 
 constexpr struct zwlr_screencopy_manager_v1_interface kScreencopy = {
-    [](wl_client* client, wl_resource* manager, uint32_t id, int pointer, wl_resource* output) {
-      MakeFrame(client, manager, id, pointer, WholeOf(*DataOf<ShownOutput>(output)));
+    [](wl_client*, wl_resource* manager, uint32_t id, int pointer, wl_resource* output) {
+      MakeFrame(manager, id, pointer, WholeOf(*DataOf<ShownOutput>(output)));
     },
-    [](wl_client* client, wl_resource* manager, uint32_t id, int pointer, wl_resource* resource,
-       int x, int y, int width, int height) {
+    [](wl_client*, wl_resource* manager, uint32_t id, int pointer, wl_resource* resource, int x,
+       int y, int width, int height) {
       auto& output = *DataOf<ShownOutput>(resource);
       const int density = output.setup.width / output.setup.logicalWidth;
       ++orders->regions;
-      MakeFrame(client, manager, id, pointer,
+      MakeFrame(manager, id, pointer,
                 {&output, x * density, y * density, width * density, height * density});
     },
     Destroy};
@@ -314,22 +294,22 @@ constexpr struct zwlr_screencopy_manager_v1_interface kScreencopy = {
 
 void TellConstraints(Image& image) {
   wl_resource* const session = image.session;
-  const uint32_t width = StateWidth(image);
-  const bool isUnknown = Makes(Fault::kUnknownFormat);
-  ext_image_copy_capture_session_v1_send_buffer_size(session, width,
+  if (Makes(Fault::kRefuses)) return ext_image_copy_capture_session_v1_send_stopped(session);
+  Plan(image);
+  ext_image_copy_capture_session_v1_send_buffer_size(session, static_cast<uint32_t>(image.width),
                                                      static_cast<uint32_t>(image.height));
   ext_image_copy_capture_session_v1_send_shm_format(session, kUnheardOf);
-  for (uint32_t each : all.formats) {
-    if (!isUnknown) ext_image_copy_capture_session_v1_send_shm_format(session, each);
+  for (uint32_t each : image.formats) {
+    ext_image_copy_capture_session_v1_send_shm_format(session, each);
   }
-  if (Makes(Fault::kStops)) return ext_image_copy_capture_session_v1_send_stopped(session);
   ext_image_copy_capture_session_v1_send_done(session);
 }
 
 void CaptureFrame(wl_client*, wl_resource* frame) {
   auto& image = *DataOf<Image>(frame);
-  const bool isEarly = Makes(Fault::kNewFormatEarly);
-  if (isEarly || Makes(Fault::kNewFormat)) {
+  const bool isEarly = Makes(Fault::kNewFormatEarly), isOnce = isEarly || Makes(Fault::kNewFormat);
+  if (isOnce || Makes(Fault::kNeverSettles)) {
+    if (isOnce) orders->fault = Fault::kNone;
     all.formats = {all.formats.back()};
     if (isEarly) TellConstraints(image);
     ext_image_copy_capture_frame_v1_send_failed(frame, 1);
@@ -339,7 +319,7 @@ void CaptureFrame(wl_client*, wl_resource* frame) {
   if (!Fill(image, frame)) return ext_image_copy_capture_frame_v1_send_failed(frame, 0);
   ext_image_copy_capture_frame_v1_send_transform(
       frame, static_cast<uint32_t>(image.output->setup.transform));
-  TellReady(frame, EXT_IMAGE_COPY_CAPTURE_FRAME_V1_READY, 2);
+  if (!Makes(Fault::kNeverReady)) ext_image_copy_capture_frame_v1_send_ready(frame);
 }
 
 constexpr struct ext_image_copy_capture_frame_v1_interface kFrame = {
@@ -354,27 +334,25 @@ constexpr struct ext_image_copy_capture_frame_v1_interface kFrame = {
     CaptureFrame};
 
 constexpr struct ext_image_copy_capture_session_v1_interface kSession = {
-    [](wl_client* client, wl_resource* session, uint32_t id) {
-      orders->highest = std::max<uint32_t>(orders->highest, id);
-      NewResource(client, ext_image_copy_capture_frame_v1_interface, 1, id, &kFrame,
-                  wl_resource_get_user_data(session));
+    [](wl_client*, wl_resource* session, uint32_t id) {
+      NewChild<ext_image_copy_capture_frame_v1_interface, kFrame>(session, id,
+                                                                  DataOf<Image>(session));
     },
     Destroy};
 
 constexpr struct ext_image_capture_source_v1_interface kSource = {Destroy};
 constexpr struct ext_output_image_capture_source_manager_v1_interface kSources = {
-    [](wl_client* client, wl_resource*, uint32_t id, wl_resource* output) {
-      NewResource(client, ext_image_capture_source_v1_interface, 1, id, &kSource,
-                  wl_resource_get_user_data(output));
+    [](wl_client*, wl_resource* manager, uint32_t id, wl_resource* output) {
+      NewChild<ext_image_capture_source_v1_interface, kSource>(manager, id,
+                                                               DataOf<ShownOutput>(output));
     },
     Destroy};
 
 constexpr struct ext_image_copy_capture_manager_v1_interface kImageCopy = {
-    [](wl_client* client, wl_resource* manager, uint32_t id, wl_resource* source,
-       uint32_t options) {
+    [](wl_client*, wl_resource* manager, uint32_t id, wl_resource* source, uint32_t options) {
       Image& image = images.emplace_back(WholeOf(*DataOf<ShownOutput>(source)));
-      image.session = NewResource(client, ext_image_copy_capture_session_v1_interface, 1, id,
-                                  &kSession, &image);
+      image.session =
+          NewChild<ext_image_copy_capture_session_v1_interface, kSession>(manager, id, &image);
       if (options != 0) return wl_resource_post_error(manager, 9, "no pointer");
       TellConstraints(image);
     },
@@ -385,9 +363,9 @@ int Serve(const CompositorSetup& setup, Script* script, int listener) {
   orders = script;
   display = wl_display_create();
   wl_display_init_shm(display);
-  for (const ShmFormat& each : kShmFormats) wl_display_add_shm_format(display, each.code);
+  for (const auto& each : kShmFormats) wl_display_add_shm_format(display, each.first);
   for (const OutputSetup& each : setup.outputs) {
-    ShownOutput& output = outputs.emplace_back(ShownOutput{each, nullptr, {}});
+    ShownOutput& output = outputs.emplace_back(ShownOutput{each});
     output.global =
         wl_global_create(display, &wl_output_interface, setup.outputVersion, &output, BindOutput);
   }
@@ -404,12 +382,10 @@ int Serve(const CompositorSetup& setup, Script* script, int listener) {
 
 uint32_t ColorAt(uint32_t format, uint32_t picture, int x, int y) {
   uint32_t color = 0;
-  int bytes = 0;
-  for (const Channel& each : ChannelsOf(format, bytes)) {
+  for (const Channel& each : ChannelsOf(format)) {
     const uint32_t level = SampleAt(each, picture, x, y) * 65535 / each.max / 257;
-    if (each.name == 'r') color |= level << 16;
-    if (each.name == 'g') color |= level << 8;
-    if (each.name == 'b') color |= level;
+    const size_t place = std::string_view("bgr").find(each.name);
+    if (place != std::string_view::npos) color |= level << 8 * place;
   }
   return color;
 }
@@ -434,11 +410,6 @@ Compositor::~Compositor() {
   kill(process_, SIGKILL);
   WaitForEnd(process_);
   munmap(script_, sizeof *script_);
-}
-
-void Compositor::Make(Fault fault, int times) {
-  script_->times = times;
-  script_->fault = fault;
 }
 
 }  // namespace qrv::testing

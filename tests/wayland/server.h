@@ -7,6 +7,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -14,13 +15,9 @@
 
 namespace qrv::testing {
 
-// One of wl_shm's formats. Its channels are named from the highest bits down, each with its number
-// of bits: "x2r10g10b10".
-struct ShmFormat {
-  uint32_t code;
-  const char* channels;
-};
-extern const std::vector<ShmFormat> kShmFormats;
+// wl_shm's formats. Their channels are named from the highest bits down, each with its number of
+// bits: "x2r10g10b10".
+extern const std::map<uint32_t, const char*> kShmFormats;
 
 // The 8-bit colour 00RRGGBB that the picture has at a place once it has gone through a format.
 uint32_t ColorAt(uint32_t format, uint32_t picture, int x, int y);
@@ -50,35 +47,29 @@ struct CompositorSetup {
 
 enum class Fault {
   kNone,
-  // In what it tells of the image:
-  kFails,  // screencopy; else when it has been given a buffer
-  kStops,  // the other way round
-  kUnknownFormat,
-  kNoSize,
-  kHugeSize,
-  kShortStride,
-  kOtherSize,
-  kChangesMode,
+  kRefuses,        // to capture
+  kRefusesBuffer,  // that it has been given
+  kTells,          // another format and width of the image, and stride where it states that
+  kChangesMode,    // when it tells of the image
   // When it has been given a buffer:
   kNewFormat,       // refuses the buffer, then tells of another format
   kNewFormatEarly,  // the other way round
+  kNeverSettles,    // so every time
   kNeverReady,
   kHangsUp,
-  kComplains,  // a protocol error
-  kSendsWords,
+  kComplains,   // a protocol error
+  kSendsWords,  // in pieces
   kFloods,
-  kSendsByteByByte,
   kRemovesOutput
 };
 
 // What the test's process and the compositor's share.
 struct Script {
   std::atomic<Fault> fault;
-  std::atomic<int> times;          // that the fault is still to be made
-  std::atomic<uint32_t> words[5];  // what kSendsWords sends
-  std::atomic<uint32_t> picture;   // which one the outputs show
-  std::atomic<uint32_t> regions;   // captures of a region that were asked for
-  std::atomic<uint32_t> highest;   // number of a frame's object
+  uint32_t words[5];              // what kTells tells and kSendsWords sends
+  std::atomic<uint32_t> picture;  // which one the outputs show
+  std::atomic<uint32_t> regions;  // captures of a region that were asked for
+  std::atomic<uint32_t> highest;  // number of an object
 };
 
 class Compositor {
@@ -90,7 +81,6 @@ class Compositor {
 
   std::string path() const { return folder_.File("wayland"); }
   Script& script() { return *script_; }
-  void Make(Fault fault, int times = 1);
 
  private:
   ScratchFolder folder_;

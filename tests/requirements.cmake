@@ -2,7 +2,7 @@
 # than less tested.
 
 set(MISSING "")
-foreach(program Xvfb bash clang clang++ clang-format clang-tidy convert import llvm-nm nm
+foreach(program Xvfb bash clang clang++ clang-format clang-tidy convert grim import llvm-nm nm
         pkg-config python3 sway valgrind wayland-scanner xauth xrandr)
   find_program(PROGRAM_${program} ${program})
   if(NOT PROGRAM_${program})

@@ -1,6 +1,5 @@
 // The strategies of the rectangle capture give the same pixels, and those are the desktop's.
 
-#include <algorithm>
 #include <random>
 
 #include "tests/integration/plugin.h"

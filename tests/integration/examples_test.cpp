@@ -1,7 +1,5 @@
 // The examples of hosts.
 
-#include <sstream>
-
 #include "tests/integration/plugin.h"
 
 namespace qrv::testing {

@@ -3,11 +3,8 @@
 
 #include <sys/mman.h>
 
-#include <algorithm>
-#include <atomic>
 #include <chrono>
 #include <csignal>
-#include <iostream>
 #include <new>
 #include <random>
 #include <thread>

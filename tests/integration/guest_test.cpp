@@ -8,8 +8,6 @@
 #include <unistd.h>
 #include <xcb/xcb.h>
 
-#include <functional>
-
 #include "tests/integration/plugin.h"
 
 // A host that exports the frameworks' and OpenGL's names, to be found by whatever asks for them.

@@ -1,8 +1,5 @@
 // The built plug-in in hosts that lack entry points, singly and in groups that belong together.
 
-#include <iterator>
-#include <sstream>
-
 #include "tests/integration/plugin.h"
 
 namespace qrv::testing {

@@ -1,8 +1,6 @@
 #include "tests/integration/plugin.h"
 
-#include <algorithm>
 #include <chrono>
-#include <cstdlib>
 #include <random>
 
 #include "runtime/desktop_view.h"

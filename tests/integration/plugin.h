@@ -6,12 +6,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <cstdint>
-#include <functional>
-#include <optional>
-#include <string>
-
 #include "runtime/host.h"
 #include "tests/support/process.h"
 #include "tests/support/sway.h"

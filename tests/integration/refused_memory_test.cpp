@@ -6,8 +6,6 @@
 #include <sys/wait.h>
 
 #include <cerrno>
-#include <cstring>
-#include <iostream>
 
 #include "tests/integration/plugin.h"
 

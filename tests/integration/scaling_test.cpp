@@ -1,9 +1,7 @@
 // Scaled rectangles against the definition: what shrinks is the average of what each pixel covers.
 // And dense displays, whose units are averages of their pixels.
 
-#include <algorithm>
 #include <cmath>
-#include <cstdlib>
 
 #include "tests/integration/plugin.h"
 

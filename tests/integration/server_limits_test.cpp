@@ -4,7 +4,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <utility>
 
 #include "tests/integration/plugin.h"
 #include "tests/support/holdings.h"

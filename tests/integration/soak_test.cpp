@@ -5,7 +5,6 @@
 #include <malloc.h>
 #include <unistd.h>
 
-#include <iostream>
 #include <random>
 
 #include "tests/integration/plugin.h"

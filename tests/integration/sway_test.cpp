@@ -1,7 +1,6 @@
 // Captures of a Wayland compositor's outputs against the picture that they are known to show.
 
 #include <random>
-#include <tuple>
 
 #include "runtime/desktop_view.h"
 #include "tests/integration/plugin.h"

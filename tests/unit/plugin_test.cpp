@@ -1,8 +1,5 @@
 #include "tests/unit/plugin_test.h"
 
-#include <cstdlib>
-#include <sstream>
-
 #include "platform/desktop/virtual/test_card.h"
 #include "plugin/host/bridge.h"
 #include "plugin/picture/picture_editor.h"

@@ -6,13 +6,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <list>
-#include <memory>
 #include <random>
-#include <string>
-#include <string_view>
-#include <vector>
 
 #include <QRV/Desktop.h>
 #include "platform/coregraphics/bitmap.h"

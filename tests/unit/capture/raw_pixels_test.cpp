@@ -1,4 +1,3 @@
-#include <cstring>
 
 #include "plugin/capture/methods.h"
 #include "plugin/host/bridge.h"

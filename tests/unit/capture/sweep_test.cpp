@@ -6,10 +6,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <functional>
-#include <iostream>
-#include <map>
-
 #include "plugin/picture/image_picture.h"
 #include "tests/unit/plugin_test.h"
 

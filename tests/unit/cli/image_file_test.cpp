@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 #include <spng.h>
 
-#include <algorithm>
 #include <random>
 
 #include "tests/support/process.h"

@@ -1,7 +1,6 @@
 #include "runtime/pictures.h"
 
 #include <gtest/gtest.h>
-#include <string.h>
 
 #include "runtime/entry_points.h"
 

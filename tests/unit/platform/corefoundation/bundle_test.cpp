@@ -4,8 +4,6 @@
 #include <link.h>
 #include <sys/stat.h>
 
-#include <algorithm>
-
 #include "platform/corefoundation/url.h"
 #include "tests/support/holdings.h"
 #include "tests/support/process.h"

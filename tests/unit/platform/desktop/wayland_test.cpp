@@ -1,17 +1,9 @@
 #include "platform/desktop/wayland/desktop.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <chrono>
-#include <cstring>
-#include <memory>
-#include <sstream>
-#include <string>
-#include <tuple>
-#include <vector>
 
 #include "tests/support/holdings.h"
+#include "tests/unit/platform/desktop/tested_desktop.h"
 #include "tests/wayland/server.h"
 
 namespace qrv::desktop {
@@ -28,43 +20,25 @@ constexpr uint32_t kXrgb = 1;
 constexpr uint32_t kXbgr = 0x34324258;
 
 // A compositor, and the desktop that captures it.
-struct Screen {
+struct Screen : TestedDesktop {
   explicit Screen(const CompositorSetup& setup = {}) : compositor(setup), format(setup.formats[0]) {
+    desktop = OpenWaylandDesktop(compositor.path(), false);
     List();
   }
 
-  size_t List() {
-    if (!desktop->ListDisplays(displays)) displays.clear();
-    return displays.size();
-  }
-  Frame Capture(const PixelRect& part, size_t index = 0) {
-    return desktop->Capture(displays.at(index), part, isGone);
-  }
-  PixelRect Whole(size_t index = 0) const {
-    return {0, 0, displays.at(index).pixelWidth, displays.at(index).pixelHeight};
-  }
   // How many pixels of a frame of that part differ from the picture.
   int CountWrong(const Frame& frame, const PixelRect& part) const {
     if (!frame || frame.width != part.width || frame.height != part.height) return -1;
-    int wrong = 0;
-    for (int32_t y = 0; y < frame.height; ++y) {
-      for (int32_t x = 0; x < frame.width; ++x) {
-        uint32_t pixel = 0;
-        std::memcpy(&pixel, frame.pixels + static_cast<size_t>(y) * frame.rowBytes + x * 4, 3);
-        if (pixel != testing::ColorAt(format, picture, part.x + x, part.y + y)) ++wrong;
-      }
-    }
-    return wrong;
+    return CountOther(frame, [&](int x, int y) {
+      return testing::ColorAt(format, picture, part.x + x, part.y + y);
+    });
   }
   int CountWrongNow(const PixelRect& part) { return CountWrong(Capture(part), part); }
   void Show(uint32_t which) { compositor.script().picture = picture = which; }
 
   Compositor compositor;
-  std::unique_ptr<Desktop> desktop = OpenWaylandDesktop(compositor.path(), false);
-  std::vector<Display> displays;
   uint32_t format;
   uint32_t picture = 0;
-  bool isGone = false;
 };
 
 CompositorSetup By(bool imageCopy) {

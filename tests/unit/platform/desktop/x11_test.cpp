@@ -1,6 +1,5 @@
 #include "platform/desktop/x11/desktop.h"
 
-#include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -11,6 +10,7 @@
 #include "tests/support/holdings.h"
 #include "tests/support/process.h"
 #include "tests/support/xvfb.h"
+#include "tests/unit/platform/desktop/tested_desktop.h"
 
 namespace qrv::desktop {
 namespace {
@@ -20,22 +20,14 @@ using std::chrono::steady_clock;
 using Arguments = std::vector<std::string>;
 
 // A server, and the desktop that captures it.
-struct Screen {
+struct Screen : TestedDesktop {
   explicit Screen(const char* screen = "320x200x24", Arguments arguments = {})
-      : server(screen, std::move(arguments)), desktop(OpenX11Desktop(server.display())) {
+      : server(screen, std::move(arguments)) {
+    desktop = OpenX11Desktop(server.display());
     List();
   }
 
-  size_t List() {
-    if (!desktop->ListDisplays(displays)) displays.clear();
-    return displays.size();
-  }
-  Frame Capture(const PixelRect& part, size_t index = 0) {
-    return desktop->Capture(displays.at(index), part, isGone);
-  }
-  Frame CaptureWhole(size_t index = 0) {
-    return Capture({0, 0, displays.at(index).pixelWidth, displays.at(index).pixelHeight}, index);
-  }
+  Frame CaptureWhole(size_t index = 0) { return Capture(Whole(index), index); }
   void Fill(uint32_t seed) {
     server.FillRandom(seed);
     seen = server.ImportScreen();
@@ -43,23 +35,14 @@ struct Screen {
   // How many pixels of a frame differ from the screen that was seen, the frame's corner being at
   // (left, top).
   int CountWrongPixels(const Frame& frame, int left = 0, int top = 0) const {
-    if (!frame) return -1;
-    int wrong = 0;
-    for (int32_t y = 0; y < frame.height; ++y) {
-      const uint8_t* pixel = frame.pixels + static_cast<size_t>(y) * frame.rowBytes;
-      const uint8_t* rgb = seen.pixels.data() + ((top + y) * seen.width + left) * 3;
-      for (int32_t x = 0; x < frame.width; ++x, pixel += 4, rgb += 3) {
-        if (pixel[0] != rgb[2] || pixel[1] != rgb[1] || pixel[2] != rgb[0]) ++wrong;
-      }
-    }
-    return wrong;
+    return CountOther(frame, [&](int x, int y) {
+      const uint8_t* rgb = seen.pixels.data() + ((top + y) * seen.width + left + x) * 3;
+      return static_cast<uint32_t>(rgb[0] << 16 | rgb[1] << 8 | rgb[2]);
+    });
   }
 
   testing::Xvfb server;
-  std::unique_ptr<Desktop> desktop;
-  std::vector<Display> displays;
   testing::RgbImage seen;  // by another program
-  bool isGone = false;
 };
 
 // The second time with other pixels and another colour map. Those of depth 24 that are laid out as

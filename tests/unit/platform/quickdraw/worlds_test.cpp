@@ -1,7 +1,6 @@
 #include <CoreServices/CoreServices.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <random>
 
 #include <QRV/Desktop.h>

@@ -35,16 +35,5 @@ TEST(Host, TellsWhatIsWrongWithAPluginFile) {
   }
 }
 
-TEST(Host, ConvertsStringsToRawBytesOnly) {
-  Host host({});
-  REALstringStruct* const string = host.NewString("\xE4", 0x201);
-  EXPECT_EQ(ConvertString(string, 0x08000100), nullptr);
-  const REALstringStruct* const raw = ConvertString(string, kRawBytesEncoding);
-  ASSERT_NE(raw, nullptr);
-  EXPECT_NE(raw, string);
-  EXPECT_EQ(Host::Bytes(raw), "\xE4");
-  EXPECT_EQ(Host::Encoding(raw), kRawBytesEncoding);
-}
-
 }  // namespace
 }  // namespace qrv::runtime

@@ -1,47 +1,37 @@
 #include "platform/desktop/virtual/desktop.h"
 
-#include <gtest/gtest.h>
-
-#include <cstring>
-
 #include "platform/desktop/virtual/test_card.h"
+#include "tests/unit/platform/desktop/tested_desktop.h"
 
 namespace qrv::desktop {
 namespace {
-
-// Whether a captured part is the card's as the screen's depth shows it.
-void ExpectCard(const Frame& frame, uint32_t index, const Display& display, const PixelRect& part) {
-  ASSERT_EQ(std::pair(frame.width, frame.height), std::pair(part.width, part.height)) << index;
-  for (int32_t i = 0; i < part.width * part.height; ++i) {
-    const int32_t x = i % part.width, y = i / part.width;
-    uint32_t pixel = 0;
-    std::memcpy(&pixel, frame.pixels + static_cast<size_t>(y) * frame.rowBytes + x * 4, 4);
-    const uint32_t card =
-        TestCardPixel(index, display.pixelWidth, display.pixelHeight, part.x + x, part.y + y);
-    ASSERT_EQ(pixel, ReduceColor(display.bitsPerPixel, card)) << index << ": " << x << ", " << y;
-  }
-}
 
 TEST(VirtualDesktop, ShowsTheTestCardOnEveryDisplayAtEveryDepthInFramesThatOutliveIt) {
   const std::string layout =
       "641x479+0+0,300x301+641+0@16,257x400+0+479@8,200x150-200+0*2,1x1+0-1,23x99+0-99,"
       "32767x32767+1000+0";  // the last is too large to keep
   std::string problem;
-  std::vector<Display> displays;
-  auto desktop = OpenVirtualDesktop(layout, problem);
-  ASSERT_TRUE(desktop->ListDisplays(displays));
-  ASSERT_EQ(displays.size(), 7U);
-  std::vector<Frame> frames;
+  TestedDesktop tested = {OpenVirtualDesktop(layout, problem)};
+  ASSERT_EQ(tested.List(), 7U);
   std::vector<PixelRect> parts;
-  for (const Display& each : displays) {
-    const int32_t width = each.pixelWidth, height = each.pixelHeight;
-    parts.push_back(
-        {width / 3, height / 5, std::min((width + 1) / 2, 700), std::min((height + 1) / 2, 500)});
-    bool isGone = false;
-    frames.push_back(desktop->Capture(each, parts.back(), isGone));
+  std::vector<Frame> frames;
+  for (size_t i = 0; i < 7; ++i) {
+    const auto [x, y, width, height] = tested.Whole(i);
+    parts.push_back({width / 3, height / 5, std::min(width - width / 3, 700),
+                     std::min(height - height / 5, 500)});
+    frames.push_back(tested.Capture(parts[i], i));
   }
-  desktop.reset();
-  for (uint32_t i = 0; i < 7; ++i) ExpectCard(frames[i], i, displays[i], parts[i]);
+  tested.desktop.reset();
+  for (uint32_t i = 0; i < 7; ++i) {
+    const Display& its = tested.displays[i];
+    const auto card = [&](int x, int y) {
+      return ReduceColor(its.bitsPerPixel, TestCardPixel(i, its.pixelWidth, its.pixelHeight,
+                                                         parts[i].x + x, parts[i].y + y));
+    };
+    EXPECT_EQ(TestedDesktop::CountOther(frames[i], card), 0) << i;
+    EXPECT_EQ(std::pair(frames[i].width, frames[i].height),
+              std::pair(parts[i].width, parts[i].height));
+  }
 }
 
 TEST(TestCard, HasTheColorsOfItsEdgesReducedToTheScreensDepth) {

@@ -125,7 +125,7 @@ TEST_F(Captures, TakeAnyRectangle) {
     if (width > kMany / height) return CGContextRef{};
     return seam::CGBitmapContextCreate.habit(data, width, height, rest...);
   };
-  for (int i = 0; i < 500; ++i) {
+  for (int i = 0; i < 200; ++i) {
     std::vector<Box> boxes = {{0, 0, Pick(1, 200), Pick(1, 150)}};
     for (int more = Pick(0, 3); more > 0; --more) {
       const Box& last = boxes.back();

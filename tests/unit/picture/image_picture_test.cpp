@@ -53,8 +53,8 @@ TEST_F(ImagePicture, IsWrittenAsFarAsTheHostSaysThatItGoes) {
   for (const ApplicationKind application : {ApplicationKind::kDesktop, ApplicationKind::kConsole}) {
     for (const auto& [isImage, smaller] : {std::pair{false, 1}, {true, 1}, {true, 2}}) {
       Use(application);
-      const auto convert = [isImage] {
-        return isImage ? Convert(1) : ScreenshotRectQRV(-1, -1, 4, 4);
+      const auto convert = [isIt = isImage] {
+        return isIt ? Convert(1) : ScreenshotRectQRV(-1, -1, 4, 4);
       };
       REALpictureStruct* picture = convert();
       Bytes expected = BytesOf(picture);

@@ -3,10 +3,7 @@
 #include "cli/arguments.h"
 
 #include <algorithm>
-#include <optional>
 #include <sstream>
-#include <string>
-#include <vector>
 
 #include "cli/failure.h"
 #include "tests/fuzz/fuzz.h"

@@ -77,8 +77,8 @@ TEST(Wayland, IsCapturedByEveryStrategyAndBeforeX11) {
   const Screen server("320x200x24");
   const TwoOutputs compositor;
   const ScopedVariable x11("DISPLAY", server.display().c_str());
-  const ScopedVariable folder("XDG_RUNTIME_DIR",
-                              std::filesystem::path(compositor.socket()).parent_path().c_str());
+  std::filesystem::path socket = compositor.socket();
+  const ScopedVariable folder("XDG_RUNTIME_DIR", socket.parent_path().c_str());
   const ScopedVariable wayland("WAYLAND_DISPLAY", "wayland-1");
   UseDesktop("");
   Plugin plugin;
@@ -86,10 +86,9 @@ TEST(Wayland, IsCapturedByEveryStrategyAndBeforeX11) {
   EXPECT_EQ(runtime::DesktopName(), "Wayland wayland-1");
   UseDesktop("wayland:wayland-7");
   EXPECT_FALSE(plugin.Main().has_value());
-  EXPECT_EQ(runtime::DesktopProblem(),
-            "the Wayland compositor at " +
-                std::filesystem::path(compositor.socket()).replace_filename("wayland-7").string() +
-                " can't be reached");
+  EXPECT_EQ(runtime::DesktopProblem(), "the Wayland compositor at " +
+                                           socket.replace_filename("wayland-7").string() +
+                                           " can't be reached");
 }
 
 }  // namespace

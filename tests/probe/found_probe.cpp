@@ -8,8 +8,6 @@
 #include <unistd.h>
 
 #include <cstdio>
-#include <set>
-#include <string>
 
 #include <QRV/Desktop.h>
 #include "runtime/host.h"

@@ -5,10 +5,6 @@
 #ifndef TESTS_SUPPORT_SWAY_H_
 #define TESTS_SUPPORT_SWAY_H_
 
-#include <cstdint>
-#include <string>
-#include <vector>
-
 #include "tests/support/process.h"
 #include "tests/support/xvfb.h"
 

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <csignal>
-#include <cstdlib>
 #include <memory>
 #include <random>
 #include <sstream>

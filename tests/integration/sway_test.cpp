@@ -28,8 +28,9 @@ void ExpectShown(Plugin& plugin, const Outputs& compositor) {
 std::string Ppm(const Image& image) {
   std::string ppm = "P6\n" + std::to_string(image.width) + " " + std::to_string(image.height);
   ppm += "\n255\n";
-  for (size_t i = 0; i < image.rgba.size(); i += 4)
-    ppm.append(image.rgba.begin() + i, image.rgba.begin() + i + 3);
+  for (size_t i = 0; i < image.rgba.size(); ++i) {
+    if (i % 4 != 3) ppm += static_cast<char>(image.rgba[i]);
+  }
   return ppm;
 }
 

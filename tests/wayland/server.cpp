@@ -61,7 +61,7 @@ std::vector<Channel> ChannelsOf(uint32_t format) {
 }
 
 int BytesOf(const std::vector<Channel>& channels) {
-  return std::bit_width(channels[0].max << channels[0].shift) / 8;
+  return static_cast<int>(std::bit_width(channels[0].max << channels[0].shift)) / 8;
 }
 
 uint32_t SampleAt(const Channel& channel, uint32_t picture, int x, int y) {

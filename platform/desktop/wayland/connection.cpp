@@ -7,6 +7,7 @@
 #include <cstring>
 #include <utility>
 
+#include "platform/desktop/one_line.h"
 #include "platform/desktop/socket.h"
 #include "platform/desktop/wayland/protocol.h"
 
@@ -17,17 +18,9 @@ namespace {
 // event, then the arguments; all in words of this machine's byte order.
 constexpr size_t kHeaderWords = 2;
 constexpr size_t kReceiveWords = 4096;
-constexpr size_t kMaxComplaint = 160;
 constexpr uint32_t kDisplay = 1;
 
 size_t WordsOf(size_t bytes) { return bytes / 4 + (bytes % 4 != 0 ? 1 : 0); }
-
-std::string InOneLine(std::string words) {
-  words.resize(std::min(words.size(), kMaxComplaint));
-  std::replace_if(
-      words.begin(), words.end(), [](unsigned char c) { return c < ' ' || c == 127; }, ' ');
-  return words;
-}
 
 }  // namespace
 

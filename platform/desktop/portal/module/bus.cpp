@@ -4,19 +4,9 @@
 #include <cerrno>
 #include <cstring>
 
+#include "platform/desktop/one_line.h"
+
 namespace qrv::desktop::portal {
-namespace {
-
-constexpr size_t kMaxWords = 120;
-
-std::string InOneLine(std::string words) {
-  words.resize(std::min(words.size(), kMaxWords));
-  std::replace_if(
-      words.begin(), words.end(), [](unsigned char c) { return c < ' ' || c == 127; }, ' ');
-  return words;
-}
-
-}  // namespace
 
 // The address is the environment's, which is not read in a process with raised privileges.
 Bus OpenBus(Deadline deadline, std::string& problem) {

@@ -78,14 +78,15 @@ std::string PathOfUri(const std::string& uri) {
 
 Frame TakePicture(const std::string& path, std::string& problem) {
   // A pipe would be waited for.
-  const UniqueFd fd(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+  UniqueFd fd(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
   struct stat64 status = {};
   if (!fd || fstat64(fd.get(), &status) != 0 || !S_ISREG(status.st_mode) ||
       status.st_uid != geteuid()) {
     problem = "the portal names no picture of this user's own";
     return {};
   }
-  const std::unique_ptr<std::FILE, CloseFile> file(fdopen(dup(fd.get()), "rb"));
+  const std::unique_ptr<std::FILE, CloseFile> file(fdopen(fd.get(), "rb"));
+  if (file) fd.Release();  // it closes with the stream
   Frame frame = file ? Decode(file.get()) : Frame{};
   unlink(path.c_str());
   if (!frame) problem = "the portal's picture can't be read";

@@ -3,11 +3,15 @@
 #define PLATFORM_COREGRAPHICS_BITMAP_H_
 
 #include <ApplicationServices/CoreGraphics.h>
+#include <QRV/Desktop.h>
 
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <vector>
 
+#include "platform/coregraphics/display_part.h"
+#include "platform/coregraphics/rectangles.h"
 #include "platform/pixels/rows.h"
 
 namespace qrv::coregraphics {
@@ -25,7 +29,8 @@ inline constexpr PixelLayout kDesktopLayout = {kCGImageAlphaNoneSkipFirst, pixel
 
 }  // namespace qrv::coregraphics
 
-// Rows from top to bottom. `owner` keeps `pixels` alive and unchanged.
+// Rows from top to bottom. `owner` keeps `pixels` alive and unchanged. Both are null while the image
+// is yet to be captured.
 struct CGImage {
   std::shared_ptr<void> owner;
   const uint8_t* pixels;
@@ -34,9 +39,28 @@ struct CGImage {
   size_t bytesPerRow;
   qrv::coregraphics::PixelLayout layout;
   CGColorSpaceRef colorSpace;  // null when the image has none
+  std::shared_ptr<const qrv::coregraphics::DisplayPart> toCapture = nullptr;
 };
 
 namespace qrv::coregraphics {
+
+// An image over the memory of a frame.
+inline CGImage ImageOf(const desktop::Frame& frame) {
+  return {frame.owner,
+          frame.pixels,
+          static_cast<size_t>(frame.width),
+          static_cast<size_t>(frame.height),
+          frame.rowBytes,
+          kDesktopLayout,
+          CGColorSpaceCreateDeviceRGB()};
+}
+
+// An image that was drawn before it was captured. `area` is where all of it goes, in pixels from
+// the context's top-left corner.
+struct PendingDraw {
+  std::shared_ptr<const DisplayPart> part;
+  Edges area;
+};
 
 // What a context begins with. A host that hands out something else for one is refused.
 inline constexpr uint64_t kContextTag = 0x7478657443475251;
@@ -57,9 +81,13 @@ struct CGContext {
   qrv::coregraphics::PixelLayout layout;
   CGColorSpaceRef colorSpace;
   bool isBlank;  // own memory that is all zero, as it was allocated
+  std::vector<qrv::coregraphics::PendingDraw> pending = {};  // in order; drawn before all else
 };
 
 namespace qrv::coregraphics {
+
+// Captures what is pending, and draws it. Pixels that can't be had are missing, or lost.
+void DrawPending(CGContext& context) noexcept;
 
 inline bool IsContext(CGContextRef context) {
   return context != nullptr && context->tag == kContextTag;

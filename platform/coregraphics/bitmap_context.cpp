@@ -36,6 +36,24 @@ bool SizesAreUsable(size_t width, size_t height, size_t bytesPerRow) {
          bytesPerRow <= PTRDIFF_MAX / height;
 }
 
+// When all that was drawn is one part of a display that fills the context: that part as it was
+// captured, which saves a copy. Else null.
+CGImageRef CaptureAsImage(CGContext& context) {
+  if (!context.isBlank || context.pending.size() != 1) return nullptr;
+  const qrv::coregraphics::Edges& area = context.pending.front().area;
+  if (area.left != 0 || area.top != 0 || area.right != static_cast<double>(context.width) ||
+      area.bottom != static_cast<double>(context.height)) {
+    return nullptr;
+  }
+  CGImageRef image = nullptr;
+  qrv::Guarded([&] {
+    const qrv::desktop::Frame frame = context.pending.front().part->Capture();
+    context.pending.clear();
+    if (frame) image = new CGImage(qrv::coregraphics::ImageOf(frame));
+  });
+  return image;
+}
+
 }  // namespace
 
 CGContextRef CGBitmapContextCreate(void* data, size_t width, size_t height, size_t bitsPerComponent,
@@ -68,6 +86,7 @@ void CGContextRelease(CGContextRef context) { delete context; }
 
 void* CGBitmapContextGetData(CGContextRef context) {
   if (!IsContext(context)) return nullptr;
+  qrv::coregraphics::DrawPending(*context);
   context->isBlank = false;
   return context->pixels;
 }
@@ -93,6 +112,8 @@ CGImageAlphaInfo CGBitmapContextGetAlphaInfo(CGContextRef context) {
 // There is no image while a part that was to be drawn is missing.
 CGImageRef CGBitmapContextCreateImage(CGContextRef context) {
   if (!IsContext(context) || context->owner == nullptr) return nullptr;
+  if (CGImageRef image = CaptureAsImage(*context)) return image;
+  qrv::coregraphics::DrawPending(*context);
   if (qrv::desktop::HasLostPixels()) return nullptr;
   return qrv::Guarded<CGImageRef>(nullptr, [=] {
     return new CGImage{std::move(context->owner),

@@ -1,67 +1,48 @@
-// Images of displays, over the memory that the desktop delivered.
+// Images of displays: over the memory that the desktop delivered, or of parts yet to be captured.
 #include <ApplicationServices/CoreGraphics.h>
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
+#include <memory>
 #include <new>
 #include <optional>
 #include <utility>
 
 #include <QRV/Desktop.h>
 #include "platform/coregraphics/bitmap.h"
+#include "platform/coregraphics/display_part.h"
 #include "platform/coregraphics/rectangles.h"
-#include "platform/desktop/frame.h"
+#include "platform/desktop/resampled_frame.h"
 #include "platform/guarded.h"
-#include "platform/pixels/resample.h"
 
+using qrv::coregraphics::DisplayPart;
 using qrv::coregraphics::Edges;
 using qrv::desktop::Display;
 using qrv::desktop::PixelRect;
 
-namespace {
+namespace qrv::coregraphics {
 
-CGImageRef NewImage(const qrv::desktop::Frame& frame) {
-  return new CGImage{frame.owner,
-                     frame.pixels,
-                     static_cast<size_t>(frame.width),
-                     static_cast<size_t>(frame.height),
-                     frame.rowBytes,
-                     qrv::coregraphics::kDesktopLayout,
-                     CGColorSpaceCreateDeviceRGB()};
-}
+DisplayPart::DisplayPart(const Display& display, const PixelRect& units)
+    : columns_(pixels::MapAxis({{0, display.bounds.width}, display.pixelWidth},
+                               {units.x, units.x + units.width}, {0, units.width},
+                               {0, units.width})),
+      rows_(pixels::MapAxis({{0, display.bounds.height}, display.pixelHeight},
+                            {units.y, units.y + units.height}, {0, units.height},
+                            {0, units.height})),
+      share_{display, desktop::SourceOf(columns_, rows_)} {}
 
-// Null when there are no such pixels.
-CGImageRef CaptureImage(const Display& display, const PixelRect& part) {
-  const qrv::desktop::Frame frame =
-      qrv::desktop::Capture(display, part, qrv::desktop::Strategy::kDisplayImage);
-  return frame ? NewImage(frame) : nullptr;
-}
-
-// An image of those units of the display, one pixel a unit, averaged from the pixels that they
-// have.
-CGImageRef AverageImage(const Display& display, const PixelRect& units) {
-  using namespace qrv::pixels;
-  const AxisMap columns =
-      MapAxis({{0, display.bounds.width}, display.pixelWidth}, {units.x, units.x + units.width},
-              {0, units.width}, {0, units.width});
-  const AxisMap rows =
-      MapAxis({{0, display.bounds.height}, display.pixelHeight}, {units.y, units.y + units.height},
-              {0, units.height}, {0, units.height});
-  const PixelRect part = {columns.FirstSource(), rows.FirstSource(),
-                          columns.EndOfSource() - columns.FirstSource(),
-                          rows.EndOfSource() - rows.FirstSource()};
-  const qrv::desktop::Frame dense =
-      qrv::desktop::Capture(display, part, qrv::desktop::Strategy::kDisplayImage);
-  if (!dense) return nullptr;
-  const qrv::desktop::Frame frame = qrv::desktop::NewFrame(units.width, units.height);
+desktop::Frame DisplayPart::Capture() const {
+  const desktop::Frame dense =
+      desktop::Capture(share_.display, share_.part, desktop::Strategy::kDisplayImage);
+  if (!dense) return {};
+  desktop::Frame frame = desktop::Resampled(dense, columns_, rows_);
   if (!frame) throw std::bad_alloc();
-  Resampler resampler(columns, rows, dense.pixels, dense.rowBytes);
-  for (int32_t y = 0; y < units.height; ++y) {
-    memcpy(qrv::desktop::FrameRow(frame, y), resampler.Row(static_cast<size_t>(y)), frame.rowBytes);
-  }
-  return NewImage(frame);
+  return frame;
 }
+
+}  // namespace qrv::coregraphics
+
+namespace {
 
 // The units of the display that the rectangle, in units from its top-left corner, touches.
 std::optional<PixelRect> TouchedUnits(const Display& display, CGRect rect) {
@@ -85,7 +66,10 @@ CGImageRef CGDisplayCreateImage(CGDirectDisplayID displayID) {
   qrv::Guarded([&] {
     const std::optional<Display> display = qrv::desktop::FindDisplay(displayID);
     if (!display) return;
-    image = CaptureImage(*display, {0, 0, display->pixelWidth, display->pixelHeight});
+    const qrv::desktop::Frame frame =
+        qrv::desktop::Capture(*display, {0, 0, display->pixelWidth, display->pixelHeight},
+                              qrv::desktop::Strategy::kDisplayImage);
+    if (frame) image = new CGImage(qrv::coregraphics::ImageOf(frame));
   });
   return image;
 }
@@ -97,9 +81,9 @@ CGImageRef CGDisplayCreateImageForRect(CGDirectDisplayID displayID, CGRect rect)
     if (!display) return;
     const std::optional<PixelRect> units = TouchedUnits(*display, rect);
     if (!units) return;
-    const bool isDense = display->pixelWidth != display->bounds.width ||
-                         display->pixelHeight != display->bounds.height;
-    image = isDense ? AverageImage(*display, *units) : CaptureImage(*display, *units);
+    CGImage shown = qrv::coregraphics::ImageOf({{}, nullptr, units->width, units->height});
+    shown.toCapture = std::make_shared<const DisplayPart>(*display, *units);
+    image = new CGImage(std::move(shown));
   });
   return image;
 }

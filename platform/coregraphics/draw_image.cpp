@@ -5,13 +5,17 @@
 #include <cmath>
 #include <cstring>
 #include <optional>
+#include <utility>
+#include <vector>
 
 #include <QRV/Desktop.h>
 #include "platform/coregraphics/bitmap.h"
 #include "platform/coregraphics/rectangles.h"
+#include "platform/guarded.h"
 
 namespace {
 
+using qrv::coregraphics::DrawPending;
 using qrv::coregraphics::Edges;
 using qrv::coregraphics::EdgesOf;
 
@@ -79,6 +83,21 @@ void CopyPixels(const CGImage& image, const Edges& area, const PixelBox& box,
 
 }  // namespace
 
+void qrv::coregraphics::DrawPending(CGContext& context) noexcept {
+  if (context.pending.empty()) return;
+  const std::vector<PendingDraw> draws = std::exchange(context.pending, {});
+  context.isBlank = false;
+  Guarded([&] {
+    std::vector<desktop::Share> shares;
+    for (const PendingDraw& each : draws) shares.push_back(each.part->share());
+    desktop::ExpectCaptures(shares);
+    for (const PendingDraw& each : draws) {
+      const desktop::Frame frame = each.part->Capture();
+      if (frame) CopyPixels(ImageOf(frame), each.area, CoveredPixels(context, each.area), context);
+    }
+  });
+}
+
 void CGContextDrawImage(CGContextRef context, CGRect rect, CGImageRef image) {
   if (!qrv::coregraphics::IsContext(context) || image == nullptr) return;
   const std::optional<Edges> area = AreaInPixels(*context, rect);
@@ -89,13 +108,21 @@ void CGContextDrawImage(CGContextRef context, CGRect rect, CGImageRef image) {
     qrv::desktop::LosePixels("an image was to be drawn other than pixel for pixel");
     return;
   }
+  if (image->toCapture) {
+    qrv::Guarded([&] { context->pending.push_back({image->toCapture, *area}); });
+    // The caller may look at its own memory at any time.
+    if (context->owner == nullptr) DrawPending(*context);
+    return;
+  }
+  DrawPending(*context);
   context->isBlank = false;
   CopyPixels(*image, *area, box, *context);
 }
 
 void CGContextClearRect(CGContextRef context, CGRect rect) {
-  if (!qrv::coregraphics::IsContext(context) || context->pixels == nullptr || context->isBlank)
-    return;
+  if (!qrv::coregraphics::IsContext(context) || context->pixels == nullptr) return;
+  DrawPending(*context);
+  if (context->isBlank) return;
   const std::optional<Edges> area = AreaInPixels(*context, rect);
   if (!area) return;
   const PixelBox box = CoveredPixels(*context, *area);

@@ -5,6 +5,7 @@
 
 #include <QRV/Desktop.h>
 
+#include <span>
 #include <vector>
 
 namespace qrv::desktop {
@@ -25,6 +26,10 @@ class Desktop {
   // desktop has that display no more; else it was lost since the list was made, does not answer in
   // time, refuses, or there is no memory.
   virtual Frame Capture(const Display& display, const PixelRect& part, bool& isGone) = 0;
+
+  // All of these parts of displays are captured next, unless the list is made anew before. Throws
+  // nothing but std::bad_alloc.
+  virtual void Expect(std::span<const Share>) {}
 
   // What a person calls it: "X11 :0", "the virtual desktop". Lives as long as the desktop.
   virtual const char* Name() const = 0;

@@ -24,6 +24,9 @@ class Session {
   const std::vector<Display>* Latest() { return isListed_ ? &displays_ : Refresh(); }
   std::optional<Display> Find(uint32_t id);
   Frame Capture(const Display& display, const PixelRect& part, Strategy strategy);
+  void Expect(std::span<const Share> shares) {
+    if (desktop_) desktop_->Expect(shares);
+  }
   bool Hold(const Display& display);
   void Release(uint32_t id);
   void Lose(const char* reason);
@@ -171,7 +174,7 @@ auto Guarded(Call call) noexcept -> decltype(call()) {
     return call();
   } catch (const std::exception&) {
     TheSession()->Lose(kNoMemory);
-    return {};
+    return decltype(call())();
   }
 }
 
@@ -191,6 +194,10 @@ std::optional<Display> FindDisplay(uint32_t id) noexcept {
 
 Frame Capture(const Display& display, const PixelRect& part, Strategy strategy) noexcept {
   return Guarded([&] { return TheSession()->Capture(display, part, strategy); });
+}
+
+void ExpectCaptures(std::span<const Share> shares) noexcept {
+  Guarded([&] { TheSession()->Expect(shares); });
 }
 
 bool HoldPixels(const Display& display) noexcept {

@@ -16,38 +16,23 @@ constexpr size_t kScreenPixelBytes = 4;
 pixels::Span Horizontal(const Rect& rect) { return {rect.left, rect.right}; }
 pixels::Span Vertical(const Rect& rect) { return {rect.top, rect.bottom}; }
 
-struct Mapping {
-  bool empty() const { return columns.empty() || rows.empty(); }
-
-  pixels::AxisMap columns;
-  pixels::AxisMap rows;
-};
-
-Mapping MapPixels(const desktop::Display& display, const Rect& from, const Rect& to,
-                  const Rect& target) {
+PendingCopy MapPixels(const desktop::Display& display, const Rect& from, const Rect& to,
+                      const Rect& target) {
   const desktop::PixelRect& bounds = display.bounds;
   const pixels::SourceAxis horizontal = {{bounds.x, int64_t{bounds.x} + bounds.width},
                                          display.pixelWidth};
   const pixels::SourceAxis vertical = {{bounds.y, int64_t{bounds.y} + bounds.height},
                                        display.pixelHeight};
-  return {pixels::MapAxis(horizontal, Horizontal(from), Horizontal(to), Horizontal(target)),
+  return {display,
+          pixels::MapAxis(horizontal, Horizontal(from), Horizontal(to), Horizontal(target)),
           pixels::MapAxis(vertical, Vertical(from), Vertical(to), Vertical(target))};
 }
 
-// The part of the screen that the mapping asks for.
-desktop::Frame CaptureMapped(const desktop::Display& display, const Mapping& mapping) {
-  const int32_t left = mapping.columns.FirstSource();
-  const int32_t top = mapping.rows.FirstSource();
-  return desktop::Capture(
-      display, {left, top, mapping.columns.EndOfSource() - left, mapping.rows.EndOfSource() - top},
-      desktop::Strategy::kQuickDraw);
-}
-
 void CopyUnscaled(const desktop::Frame& from, const OpaqueGrafPtr& world, uint8_t* target,
-                  const Mapping& mapping) {
+                  const PendingCopy& copy) {
   const pixels::WorldLayout& layout = *world.layout;
-  size_t count = mapping.columns.size();
-  size_t rowCount = mapping.rows.size();
+  size_t count = copy.columns.size();
+  size_t rowCount = copy.rows.size();
   // Rows that touch in both are one long row.
   if (count * kScreenPixelBytes == from.rowBytes &&
       count * layout.bytesPerPixel == world.rowBytes) {
@@ -59,35 +44,46 @@ void CopyUnscaled(const desktop::Frame& from, const OpaqueGrafPtr& world, uint8_
 }
 
 void CopyScaled(const desktop::Frame& from, const OpaqueGrafPtr& world, uint8_t* target,
-                const Mapping& mapping) {
-  pixels::Resampler resampler(mapping.columns, mapping.rows, from.pixels, from.rowBytes);
-  for (size_t row = 0; row < mapping.rows.size(); ++row) {
+                const PendingCopy& copy) {
+  pixels::Resampler resampler(copy.columns, copy.rows, from.pixels, from.rowBytes);
+  for (size_t row = 0; row < copy.rows.size(); ++row) {
     world.layout->convert(resampler.Row(row), target + row * world.rowBytes,
-                          mapping.columns.size());
+                          copy.columns.size());
   }
 }
 
-void Copy(const desktop::Display& display, const Rect& from, const OpaqueGrafPtr& world,
-          const Rect& to) {
-  const Mapping mapping = MapPixels(display, from, to, world.map.record().bounds);
-  if (mapping.empty()) return;
-  const desktop::Frame frame = CaptureMapped(display, mapping);
+void Draw(const PendingCopy& copy, const OpaqueGrafPtr& world) {
+  const desktop::Share share = copy.share();
+  const desktop::Frame frame =
+      desktop::Capture(share.display, share.part, desktop::Strategy::kQuickDraw);
   if (!frame) return;
-  uint8_t* const target = world.At(mapping.columns.firstTarget, mapping.rows.firstTarget);
-  if (mapping.columns.IsPlain() && mapping.rows.IsPlain()) {
-    CopyUnscaled(frame, world, target, mapping);
+  uint8_t* const target = world.At(copy.columns.firstTarget, copy.rows.firstTarget);
+  if (copy.columns.IsPlain() && copy.rows.IsPlain()) {
+    CopyUnscaled(frame, world, target, copy);
   } else {
-    CopyScaled(frame, world, target, mapping);
+    CopyScaled(frame, world, target, copy);
   }
 }
 
 }  // namespace
+
+void DrawPending(OpaqueGrafPtr& world) noexcept {
+  if (world.pending.empty()) return;
+  const std::vector<PendingCopy> copies = std::exchange(world.pending, {});
+  Guarded([&] {
+    std::vector<desktop::Share> shares;
+    for (const PendingCopy& each : copies) shares.push_back(each.share());
+    desktop::ExpectCaptures(shares);
+    for (const PendingCopy& each : copies) Draw(each, world);
+  });
+}
+
 }  // namespace qrv::quickdraw
 
 void CopyBits(const BitMap* source, const BitMap* target, const Rect* sourceRect,
               const Rect* targetRect, short mode, RgnHandle mask) {
   using namespace qrv::quickdraw;
-  const OpaqueGrafPtr* const world = FindWorld(IdentityOf(target));
+  OpaqueGrafPtr* const world = FindWorld(IdentityOf(target));
   if (world == nullptr || sourceRect == nullptr || targetRect == nullptr) return;
   if (mode != srcCopy || mask != nullptr || FindWorld(IdentityOf(source)) != nullptr) {
     qrv::desktop::LosePixels("pixels were to be copied other than plainly from a screen");
@@ -95,5 +91,8 @@ void CopyBits(const BitMap* source, const BitMap* target, const Rect* sourceRect
   }
   const qrv::desktop::Display* const display = FindScreen(IdentityOf(source));
   if (display == nullptr) return;
-  qrv::Guarded([=] { Copy(*display, *sourceRect, *world, *targetRect); });
+  qrv::Guarded([=] {
+    PendingCopy copy = MapPixels(*display, *sourceRect, *targetRect, world->map.record().bounds);
+    if (!copy.columns.empty() && !copy.rows.empty()) world->pending.push_back(std::move(copy));
+  });
 }

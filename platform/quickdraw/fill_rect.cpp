@@ -39,7 +39,7 @@ void BackColor(long) {}
 
 // Black is 0 at every depth.
 void FillRect(const Rect* rect, const Pattern* pattern) {
-  const OpaqueGrafPtr& world = *qrv::quickdraw::CurrentPort();
+  OpaqueGrafPtr& world = *qrv::quickdraw::CurrentPort();
   const Rect& bounds = world.map.record().bounds;
   Rect visible;
   if (pattern == nullptr || !world.hasPixels() || !SectRect(rect, &bounds, &visible)) return;
@@ -47,6 +47,7 @@ void FillRect(const Rect* rect, const Pattern* pattern) {
     qrv::desktop::LosePixels("a pattern other than black was to be drawn");
     return;
   }
+  qrv::quickdraw::DrawPending(world);
   const auto width = static_cast<size_t>(visible.right - visible.left);
   const auto left = static_cast<size_t>(visible.left - bounds.left);
   for (int y = visible.top; y < visible.bottom; ++y) {

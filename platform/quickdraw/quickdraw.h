@@ -45,7 +45,8 @@ const BitMap* GetPortBitMapForCopyBits(GrafPtr port);
 // --- Pixel maps, of worlds and of devices. The pixels of a device have no address. ---
 
 PixMapHandle GetGWorldPixMap(GWorldPtr world);
-// False while pixels that were to be copied from a screen are missing.
+// What was to be copied from screens is in the pixels from here on. False while some of it is
+// missing.
 Boolean LockPixels(PixMapHandle map);
 void UnlockPixels(PixMapHandle map);
 Ptr GetPixBaseAddr(PixMapHandle map);

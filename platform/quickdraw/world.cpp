@@ -113,15 +113,20 @@ PixMapHandle GetGWorldPixMap(GWorldPtr port) {
 }
 
 Boolean LockPixels(PixMapHandle map) {
-  return FindWorld(map) != nullptr && !qrv::desktop::HasLostPixels();
+  OpaqueGrafPtr* const world = FindWorld(map);
+  if (world == nullptr) return false;
+  DrawPending(*world);
+  return !qrv::desktop::HasLostPixels();
 }
 
 // Pixels never move, so there is nothing to unlock.
 void UnlockPixels(PixMapHandle) {}
 
 Ptr GetPixBaseAddr(PixMapHandle map) {
-  const OpaqueGrafPtr* const world = FindWorld(map);
-  return world == nullptr ? nullptr : world->map.record().baseAddr;
+  OpaqueGrafPtr* const world = FindWorld(map);
+  if (world == nullptr) return nullptr;
+  DrawPending(*world);
+  return world->map.record().baseAddr;
 }
 
 long GetPixRowBytes(PixMapHandle map) {

@@ -218,7 +218,10 @@ void Connection::HandleDisplayEvent(uint32_t event, Arguments& arguments) {
     Lose();
   } else if (event == kDisplayDeleteId) {
     const uint32_t object = arguments.TakeUint();
-    if (object <= kDisplay || object >= handlers_.size()) return;
+    if (object <= kDisplay || object >= handlers_.size() ||
+        std::find(unused_.begin(), unused_.end(), object) != unused_.end()) {
+      return;
+    }
     handlers_[object] = nullptr;
     unused_.push_back(object);
   }

@@ -31,11 +31,13 @@ class WaylandLink : public Link {
   const char* Way() const override { return source_ ? source_->Name() : ""; }
 
   bool ListDisplays(std::vector<Display>& displays, std::string& problem) override;
+  void Expect(std::span<const Share> shares) override;
   Frame Capture(uint32_t displayId, const PixelRect& part, bool& isGone,
                 std::string& problem) override;
 
  private:
   bool List();
+  OutputShare TakeShare(const PlacedOutput& output, const PixelRect& part, std::string& problem);
   const PlacedOutput* Find(uint32_t displayId) const;
 
   std::unique_ptr<Connection> connection_;
@@ -43,6 +45,7 @@ class WaylandLink : public Link {
   bool byPortal_;
   std::vector<PlacedOutput> outputs_;    // as last listed
   std::unique_ptr<PixelSource> source_;  // once the first display was listed
+  std::vector<OutputShare> expected_;    // captured together, when the first of them is asked for
 };
 
 bool WaylandLink::List() {
@@ -52,6 +55,7 @@ bool WaylandLink::List() {
 }
 
 bool WaylandLink::ListDisplays(std::vector<Display>& displays, std::string& problem) {
+  expected_.clear();
   if (!List()) {
     problem = "the Wayland compositor has no display";
     return false;
@@ -70,15 +74,41 @@ const PlacedOutput* WaylandLink::Find(uint32_t displayId) const {
   return found == outputs_.end() ? nullptr : &*found;
 }
 
+void WaylandLink::Expect(std::span<const Share> shares) {
+  expected_.clear();
+  for (const Share& each : shares) {
+    if (const PlacedOutput* const output = Find(each.display.id)) {
+      expected_.push_back({*output, each.part});
+    }
+  }
+}
+
+// Frames that were captured together are taken one by one.
+OutputShare WaylandLink::TakeShare(const PlacedOutput& output, const PixelRect& part,
+                                   std::string& problem) {
+  const auto isAsked = [&](const OutputShare& each) {
+    return each.output == output && each.part == part;
+  };
+  auto found = std::find_if(expected_.begin(), expected_.end(), isAsked);
+  if (found == expected_.end()) {
+    expected_.assign(1, {output, part});
+    found = expected_.begin();
+  }
+  if (!found->frame) source_->Capture(expected_, problem);
+  OutputShare taken = std::move(*found);
+  expected_.erase(found);
+  return taken;
+}
+
 Frame WaylandLink::Capture(uint32_t displayId, const PixelRect& part, bool& isGone,
                            std::string& problem) {
   const PlacedOutput* const found = Find(displayId);
   if (found != nullptr && source_) {
     const PlacedOutput output = *found;
-    Frame frame = source_->Capture(output, part, problem);
-    if (frame) {
+    const OutputShare share = TakeShare(output, part, problem);
+    if (share.frame) {
       problem.clear();
-      return frame;
+      return share.frame;
     }
     // An output that goes takes with it what is under way.
     if (!List()) return {};

@@ -1,5 +1,9 @@
 #include "platform/desktop/wayland/image_copy.h"
 
+#include <algorithm>
+#include <optional>
+#include <vector>
+
 #include "platform/desktop/frame.h"
 #include "platform/desktop/wayland/protocol.h"
 #include "platform/desktop/wayland/segments.h"
@@ -72,17 +76,32 @@ void HandleFrameEvent(FrameEvents& told, uint32_t event, Arguments& arguments) {
   }
 }
 
+// An output's session, and its frame under way.
+struct Taking {
+  bool awaitsConstraints() const { return !isOver && !told.isWhole && !told.isStopped; }
+  bool awaitsPixels() const { return frame != 0 && !frameTold.isReady && !frameTold.hasFailed; }
+
+  uint32_t source = 0;
+  uint32_t session = 0;
+  Constraints told;
+  uint32_t frame = 0;
+  FrameEvents frameTold;
+  std::optional<SharedImage> image;
+  bool isOver = false;  // with or without a frame
+};
+
 class ImageCopy : public PixelSource {
  public:
   ImageCopy(Connection& connection, uint32_t sources, uint32_t manager, uint32_t shm)
       : connection_(connection), sources_(sources), manager_(manager), segments_(connection, shm) {}
 
-  Frame Capture(const PlacedOutput& output, const PixelRect& part, std::string& problem) override;
+  void Capture(std::span<OutputShare> shares, std::string& problem) override;
   const char* Name() const override { return "ext-image-copy-capture"; }
 
  private:
-  Frame TakeWhole(uint32_t session, Constraints& told, std::string& problem);
-  Frame Take(uint32_t session, const ImageLayout& layout, bool& isOutdated, std::string& problem);
+  void Begin(Taking& taking, const PlacedOutput& output);
+  void Ask(Taking& taking, std::string& problem);
+  void Take(Taking& taking, OutputShare& share, std::string& problem);
 
   Connection& connection_;
   uint32_t sources_;
@@ -90,65 +109,82 @@ class ImageCopy : public PixelSource {
   WaylandSegments segments_;
 };
 
-// A session of its own for each capture: the first frame of a session comes at once, those that
+// Sessions of their own for each capture: the first frame of a session comes at once, those that
 // follow wait for something to change.
-Frame ImageCopy::Capture(const PlacedOutput& output, const PixelRect& part, std::string& problem) {
+void ImageCopy::Capture(std::span<OutputShare> shares, std::string& problem) {
+  std::vector<Taking> takings(shares.size());  // stay where they are, for their handlers
+  problem = kCaptureRefused;
+  for (size_t i = 0; i < shares.size(); ++i) Begin(takings[i], shares[i].output);
+  for (int tries = 0; tries < kTries && !std::ranges::all_of(takings, &Taking::isOver); ++tries) {
+    connection_.Await([&] { return std::ranges::none_of(takings, &Taking::awaitsConstraints); });
+    for (Taking& each : takings) Ask(each, problem);
+    connection_.Await([&] { return std::ranges::none_of(takings, &Taking::awaitsPixels); });
+    for (size_t i = 0; i < shares.size(); ++i) Take(takings[i], shares[i], problem);
+  }
+  for (const Taking& each : takings) {
+    connection_.Destroy(each.session, kCopySessionDestroy);
+    connection_.Destroy(each.source, kSourceDestroy);
+  }
+}
+
+void ImageCopy::Begin(Taking& taking, const PlacedOutput& output) {
   constexpr uint32_t kNoPointer = 0;
-  const uint32_t source = connection_.NewObject();
-  connection_.Send(sources_, kSourceManagerCreate, {source, output.object});
-  Constraints told;
-  const uint32_t session = connection_.NewObject([&told](uint32_t event, Arguments& arguments) {
-    HandleSessionEvent(told, event, arguments);
-  });
-  connection_.Send(manager_, kCopyManagerCreateSession, {session, source, kNoPointer});
-  const Frame whole = TakeWhole(session, told, problem);
-  connection_.Destroy(session, kCopySessionDestroy);
-  connection_.Destroy(source, kSourceDestroy);
-  if (!whole) return {};
-  if (whole.width != output.display.pixelWidth || whole.height != output.display.pixelHeight) {
+  taking.source = connection_.NewObject();
+  connection_.Send(sources_, kSourceManagerCreate, {taking.source, output.object});
+  taking.session =
+      connection_.NewObject([&told = taking.told](uint32_t event, Arguments& arguments) {
+        HandleSessionEvent(told, event, arguments);
+      });
+  connection_.Send(manager_, kCopyManagerCreateSession,
+                   {taking.session, taking.source, kNoPointer});
+}
+
+void ImageCopy::Ask(Taking& taking, std::string& problem) {
+  if (taking.isOver) return;
+  Constraints& told = taking.told;
+  taking.isOver = !told.isWhole || told.isStopped;
+  if (taking.isOver) return;
+  ImageLayout layout;
+  layout.width = told.width;
+  layout.height = told.height;
+  layout.format = told.hasFormat ? told.format : ~0U;
+  if (told.hasFormat) layout.stride = (told.width * BytesPerPixel(told.format) + 3) / 4 * 4;
+  told.isUsed = true;
+  taking.image.emplace(connection_, segments_, layout, problem);
+  taking.isOver = taking.image->buffer() == 0;
+  if (taking.isOver) return;
+  taking.frameTold = {};
+  taking.frame = connection_.NewObject(
+      [&told = taking.frameTold](uint32_t event, Arguments& arguments) {
+        HandleFrameEvent(told, event, arguments);
+      });
+  connection_.Send(taking.session, kCopySessionCreateFrame, {taking.frame});
+  connection_.Send(taking.frame, kCopyFrameAttach, {taking.image->buffer()});
+  connection_.Send(taking.frame, kCopyFrameDamage, {0, 0, layout.width, layout.height});
+  connection_.Send(taking.frame, kCopyFrameCapture, {});
+}
+
+void ImageCopy::Take(Taking& taking, OutputShare& share, std::string& problem) {
+  if (taking.isOver) return;
+  connection_.Destroy(taking.frame, kCopyFrameDestroy);
+  taking.frame = 0;
+  const FrameEvents& told = taking.frameTold;
+  if (told.failedByConstraints) {
+    // The new ones may have come already, and be the same ones.
+    if (taking.told.isUsed) taking.told.isWhole = taking.told.hasFormat = false;
+    return;
+  }
+  taking.isOver = true;
+  if (!told.isReady) return;
+  const Frame whole = taking.image->ToFrame(OrientationOf(told.transform), false);
+  const Display& display = share.output.display;
+  if (!whole) {
+    problem = kNoMemory;
+  } else if (whole.width != display.pixelWidth || whole.height != display.pixelHeight) {
     problem = kOutputChanged;
-    return {};
+  } else {
+    share.frame = PartOf(whole, share.part);
   }
-  return PartOf(whole, part);
-}
-
-Frame ImageCopy::TakeWhole(uint32_t session, Constraints& told, std::string& problem) {
-  for (int i = 0; i < kTries; ++i) {
-    problem = kCaptureRefused;
-    if (!connection_.Await([&] { return told.isWhole || told.isStopped; })) return {};
-    if (told.isStopped) return {};
-    ImageLayout layout;
-    layout.width = told.width;
-    layout.height = told.height;
-    layout.format = told.hasFormat ? told.format : ~0U;
-    if (told.hasFormat) layout.stride = (told.width * BytesPerPixel(told.format) + 3) / 4 * 4;
-    told.isUsed = true;
-    bool isOutdated = false;
-    Frame frame = Take(session, layout, isOutdated, problem);
-    if (frame || !isOutdated) return frame;
-    // The new constraints may have come already, and be the same ones.
-    if (told.isUsed) told.isWhole = told.hasFormat = false;
-  }
-  return {};
-}
-
-Frame ImageCopy::Take(uint32_t session, const ImageLayout& layout, bool& isOutdated,
-                      std::string& problem) {
-  const SharedImage image(connection_, segments_, layout, problem);
-  if (image.buffer() == 0) return {};
-  FrameEvents told;
-  const uint32_t frame = connection_.NewObject(
-      [&told](uint32_t event, Arguments& arguments) { HandleFrameEvent(told, event, arguments); });
-  connection_.Send(session, kCopySessionCreateFrame, {frame});
-  connection_.Send(frame, kCopyFrameAttach, {image.buffer()});
-  connection_.Send(frame, kCopyFrameDamage, {0, 0, layout.width, layout.height});
-  connection_.Send(frame, kCopyFrameCapture, {});
-  connection_.Await([&] { return told.isReady || told.hasFailed; });
-  connection_.Destroy(frame, kCopyFrameDestroy);
-  isOutdated = told.failedByConstraints;
-  if (!told.isReady) return {};
-  problem = kNoMemory;
-  return image.ToFrame(OrientationOf(told.transform), false);
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #define PLATFORM_DESKTOP_WAYLAND_PIXELS_H_
 
 #include <memory>
+#include <span>
 #include <string>
 
 #include "platform/desktop/desktop.h"
@@ -11,6 +12,14 @@
 
 namespace qrv::desktop::wayland {
 
+// What is captured of an output: a part of its display's pixels. The frame is upright, and empty
+// before, and when the part can't be had.
+struct OutputShare {
+  PlacedOutput output;
+  PixelRect part;
+  Frame frame = {};
+};
+
 class PixelSource {
  public:
   PixelSource() = default;
@@ -18,11 +27,10 @@ class PixelSource {
   PixelSource& operator=(const PixelSource&) = delete;
   virtual ~PixelSource() = default;
 
-  // A part of the display's pixels, upright. Empty, and one line in `problem`, when they can't be
-  // had: the output is gone or has changed, the compositor refuses, there is no memory, or the
+  // Captures all shares, at once where the compositor can. One line in `problem` when a frame stays
+  // empty: the output is gone or has changed, the compositor refuses, there is no memory, or the
   // connection is lost. Throws std::bad_alloc.
-  virtual Frame Capture(const PlacedOutput& output, const PixelRect& part,
-                        std::string& problem) = 0;
+  virtual void Capture(std::span<OutputShare> shares, std::string& problem) = 0;
 
   // What a person finds in the compositor's documentation.
   virtual const char* Name() const = 0;

@@ -1,5 +1,9 @@
 #include "platform/desktop/wayland/screencopy.h"
 
+#include <algorithm>
+#include <optional>
+#include <vector>
+
 #include "platform/desktop/frame.h"
 #include "platform/desktop/wayland/protocol.h"
 #include "platform/desktop/wayland/segments.h"
@@ -76,68 +80,91 @@ Region RegionOf(const PlacedOutput& output, const PixelRect& part) {
           false};
 }
 
+// A frame under way.
+struct Taking {
+  bool awaitsLayout() const { return !told.isLayoutWhole && !told.hasFailed; }
+  bool awaitsPixels() const { return hasPixels() && !told.isReady && !told.hasFailed; }
+  bool hasPixels() const { return image && image->buffer() != 0; }
+
+  Region region;
+  uint32_t frame = 0;
+  FrameEvents told;
+  std::optional<SharedImage> image;
+};
+
 class Screencopy : public PixelSource {
  public:
   Screencopy(Connection& connection, const BoundGlobal& manager, uint32_t shm)
       : connection_(connection), manager_(manager), segments_(connection, shm) {}
 
-  Frame Capture(const PlacedOutput& output, const PixelRect& part, std::string& problem) override;
+  void Capture(std::span<OutputShare> shares, std::string& problem) override;
   const char* Name() const override { return "wlr-screencopy"; }
 
  private:
-  void Ask(uint32_t frame, const PlacedOutput& output, const Region& region);
-  Frame Take(uint32_t frame, FrameEvents& told, Orientation orientation, std::string& problem);
+  void Ask(Taking& taking, const OutputShare& share);
+  void AskForPixels(Taking& taking, std::string& problem);
+  static Frame Take(const Taking& taking, const OutputShare& share, std::string& problem);
 
   Connection& connection_;
   BoundGlobal manager_;
   WaylandSegments segments_;
 };
 
-Frame Screencopy::Capture(const PlacedOutput& output, const PixelRect& part, std::string& problem) {
-  const Region region = RegionOf(output, part);
-  FrameEvents told;
-  const uint32_t frame = connection_.NewObject(
-      [&told, version = manager_.version](uint32_t event, Arguments& arguments) {
+void Screencopy::Capture(std::span<OutputShare> shares, std::string& problem) {
+  std::vector<Taking> takings(shares.size());  // stay where they are, for their handlers
+  problem = kCaptureRefused;
+  for (size_t i = 0; i < shares.size(); ++i) Ask(takings[i], shares[i]);
+  connection_.Await([&] { return std::ranges::none_of(takings, &Taking::awaitsLayout); });
+  for (Taking& each : takings) AskForPixels(each, problem);
+  connection_.Await([&] { return std::ranges::none_of(takings, &Taking::awaitsPixels); });
+  for (size_t i = 0; i < shares.size(); ++i) {
+    shares[i].frame = Take(takings[i], shares[i], problem);
+    connection_.Destroy(takings[i].frame, kScreencopyFrameDestroy);
+  }
+}
+
+void Screencopy::Ask(Taking& taking, const OutputShare& share) {
+  constexpr uint32_t kNoPointer = 0;
+  const uint32_t output = share.output.object;
+  taking.region = RegionOf(share.output, share.part);
+  taking.frame = connection_.NewObject(
+      [&told = taking.told, version = manager_.version](uint32_t event, Arguments& arguments) {
         HandleFrameEvent(told, version, event, arguments);
       });
-  Ask(frame, output, region);
-  const Frame captured = Take(frame, told, output.orientation, problem);
-  connection_.Destroy(frame, kScreencopyFrameDestroy);
-  if (!captured) return {};
+  if (taking.region.isWhole) {
+    connection_.Send(manager_.object, kScreencopyCaptureOutput, {taking.frame, kNoPointer, output});
+    return;
+  }
+  const PixelRect& units = taking.region.units;
+  connection_.Send(manager_.object, kScreencopyCaptureRegion,
+                   {taking.frame, kNoPointer, output, static_cast<uint32_t>(units.x),
+                    static_cast<uint32_t>(units.y), static_cast<uint32_t>(units.width),
+                    static_cast<uint32_t>(units.height)});
+}
+
+void Screencopy::AskForPixels(Taking& taking, std::string& problem) {
+  if (!taking.told.isLayoutWhole || taking.told.hasFailed) return;
+  taking.image.emplace(connection_, segments_, taking.told.layout, problem);
+  if (!taking.hasPixels()) return;
+  connection_.Send(taking.frame, kScreencopyFrameCopy, {taking.image->buffer()});
+}
+
+Frame Screencopy::Take(const Taking& taking, const OutputShare& share, std::string& problem) {
+  if (!taking.hasPixels() || !taking.told.isReady) return {};
+  const Frame captured = taking.image->ToFrame(share.output.orientation, taking.told.isInverted);
+  if (!captured) {
+    problem = kNoMemory;
+    return {};
+  }
+  const Region& region = taking.region;
   if (captured.width != region.units.width * region.density ||
       captured.height != region.units.height * region.density) {
     problem = kOutputChanged;
     return {};
   }
-  return PartOf(captured, {part.x - region.units.x * region.density,
-                           part.y - region.units.y * region.density, part.width, part.height});
-}
-
-void Screencopy::Ask(uint32_t frame, const PlacedOutput& output, const Region& region) {
-  constexpr uint32_t kNoPointer = 0;
-  if (region.isWhole) {
-    connection_.Send(manager_.object, kScreencopyCaptureOutput, {frame, kNoPointer, output.object});
-    return;
-  }
-  const PixelRect& units = region.units;
-  connection_.Send(manager_.object, kScreencopyCaptureRegion,
-                   {frame, kNoPointer, output.object, static_cast<uint32_t>(units.x),
-                    static_cast<uint32_t>(units.y), static_cast<uint32_t>(units.width),
-                    static_cast<uint32_t>(units.height)});
-}
-
-Frame Screencopy::Take(uint32_t frame, FrameEvents& told, Orientation orientation,
-                       std::string& problem) {
-  problem = kCaptureRefused;
-  if (!connection_.Await([&] { return told.isLayoutWhole || told.hasFailed; })) return {};
-  if (told.hasFailed) return {};
-  const SharedImage image(connection_, segments_, told.layout, problem);
-  if (image.buffer() == 0) return {};
-  connection_.Send(frame, kScreencopyFrameCopy, {image.buffer()});
-  if (!connection_.Await([&] { return told.isReady || told.hasFailed; })) return {};
-  if (told.hasFailed) return {};
-  problem = kNoMemory;
-  return image.ToFrame(orientation, told.isInverted);
+  return PartOf(captured, {share.part.x - region.units.x * region.density,
+                           share.part.y - region.units.y * region.density, share.part.width,
+                           share.part.height});
 }
 
 }  // namespace

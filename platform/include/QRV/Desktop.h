@@ -24,6 +24,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -53,6 +54,12 @@ struct Display {
   char name[64] = "";
 
   bool operator==(const Display&) const = default;
+};
+
+// What a capture takes of a display.
+struct Share {
+  Display display;
+  PixelRect part;
 };
 
 // A captured rectangle: rows from top to bottom, 4 bytes a pixel: blue, green, red, unused.
@@ -86,6 +93,10 @@ std::optional<Display> FindDisplay(uint32_t id) noexcept;
 // held. Records the strategy when it delivers. Otherwise the pixels are lost, unless the display is
 // gone.
 Frame Capture(const Display& display, const PixelRect& part, Strategy strategy) noexcept;
+
+// Tells that all of these parts are captured next, so that a desktop may have them under way at
+// once. Each part lies within its display's pixels.
+void ExpectCaptures(std::span<const Share> shares) noexcept;
 
 // Captures the whole display ahead of the captures of its parts, for callers that can't fail by
 // then. False when pixels are lost. Held until they are released, and until the next refresh.

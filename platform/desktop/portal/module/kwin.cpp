@@ -86,13 +86,18 @@ bool AppendOptions(const Message& call) {
 
 class KWin : public wayland::PixelSource {
  public:
-  Frame Capture(const wayland::PlacedOutput& output, const PixelRect& part,
-                std::string& problem) override;
+  void Capture(std::span<wayland::OutputShare> shares, std::string& problem) override {
+    for (wayland::OutputShare& each : shares) each.frame = Take(each, problem);
+  }
   const char* Name() const override { return "KWin ScreenShot2"; }
+
+ private:
+  static Frame Take(const wayland::OutputShare& share, std::string& problem);
 };
 
-Frame KWin::Capture(const wayland::PlacedOutput& output, const PixelRect& part,
-                    std::string& problem) {
+Frame KWin::Take(const wayland::OutputShare& share, std::string& problem) {
+  const wayland::PlacedOutput& output = share.output;
+  const PixelRect& part = share.part;
   const Display& display = output.display;
   const PixelRect whole = {0, 0, display.pixelWidth, display.pixelHeight};
   // An area is in units of the compositor's space.
@@ -149,7 +154,10 @@ Frame KWin::Capture(const wayland::PlacedOutput& output, const PixelRect& part,
 // A pixel tells whether KWin allows it.
 std::unique_ptr<wayland::PixelSource> OpenKWinSource(const Outputs& outputs, std::string& problem) {
   auto source = std::make_unique<KWin>();
-  if (outputs.empty() || !source->Capture(outputs.front(), {0, 0, 1, 1}, problem)) return nullptr;
+  if (outputs.empty()) return nullptr;
+  wayland::OutputShare pixel = {outputs.front(), {0, 0, 1, 1}};
+  source->Capture({&pixel, 1}, problem);
+  if (!pixel.frame) return nullptr;
   return source;
 }
 

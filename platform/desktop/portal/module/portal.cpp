@@ -2,15 +2,13 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstring>
 #include <new>
 #include <random>
 #include <set>
 
-#include "platform/desktop/frame.h"
 #include "platform/desktop/portal/module/bus.h"
 #include "platform/desktop/portal/module/picture_file.h"
-#include "platform/pixels/resample.h"
+#include "platform/desktop/resampled_frame.h"
 
 namespace qrv::desktop::portal {
 namespace {
@@ -77,11 +75,13 @@ class Portal : public wayland::PixelSource {
  public:
   explicit Portal(void (*tell)(const char* words)) : tell_(tell) {}
 
-  Frame Capture(const wayland::PlacedOutput& output, const PixelRect& part,
-                std::string& problem) override;
+  void Capture(std::span<wayland::OutputShare> shares, std::string& problem) override {
+    for (wayland::OutputShare& each : shares) each.frame = Take(each, problem);
+  }
   const char* Name() const override { return "desktop portal"; }
 
  private:
+  Frame Take(const wayland::OutputShare& share, std::string& problem);
   bool TakeNewPicture(std::string& problem);
   bool Ask(Response& response, std::string& problem);
   bool AwaitResponse(const Bus& bus, const std::string& request, const Response& response);
@@ -105,23 +105,12 @@ Frame Cut(const Frame& picture, const wayland::PlacedOutput& output) {
                                   {0, display.pixelWidth});
   const AxisMap rows = MapAxis({{0, all.height}, picture.height}, down, {0, display.pixelHeight},
                                {0, display.pixelHeight});
-  const PixelRect part = {columns.FirstSource(), rows.FirstSource(),
-                          columns.EndOfSource() - columns.FirstSource(),
-                          rows.EndOfSource() - rows.FirstSource()};
-  Frame from = PartOf(picture, part);
-  if (columns.IsPlain() && rows.IsPlain()) return from;
-  Frame frame = NewFrame(display.pixelWidth, display.pixelHeight);
-  if (!frame) return {};
-  Resampler resampler(columns, rows, from.pixels, from.rowBytes);
-  for (int32_t y = 0; y < frame.height; ++y) {
-    std::memcpy(FrameRow(frame, y), resampler.Row(static_cast<size_t>(y)), frame.rowBytes);
-  }
-  return frame;
+  return Resampled(PartOf(picture, SourceOf(columns, rows)), columns, rows);
 }
 
 // The displays of one capture are cut from one picture, so that a person is asked once for it.
-Frame Portal::Capture(const wayland::PlacedOutput& output, const PixelRect& part,
-                      std::string& problem) {
+Frame Portal::Take(const wayland::OutputShare& share, std::string& problem) {
+  const wayland::PlacedOutput& output = share.output;
   const bool isFresh = picture_ && Clock::now() - takenAt_ < kPictureLife;
   if (!isFresh || served_.contains(output.display.id)) {
     picture_ = {};
@@ -130,7 +119,7 @@ Frame Portal::Capture(const wayland::PlacedOutput& output, const PixelRect& part
   served_.insert(output.display.id);
   const Frame frame = Cut(picture_, output);
   if (!frame) problem = kNoMemory;
-  return frame ? PartOf(frame, part) : Frame{};
+  return frame ? PartOf(frame, share.part) : Frame{};
 }
 
 bool Portal::TakeNewPicture(std::string& problem) {

@@ -1,0 +1,32 @@
+// A part of a display that an image shows: captured when the image is drawn, so that the parts of
+// several displays that are drawn into one bitmap can be under way at once.
+#ifndef PLATFORM_COREGRAPHICS_DISPLAY_PART_H_
+#define PLATFORM_COREGRAPHICS_DISPLAY_PART_H_
+
+#include <QRV/Desktop.h>
+
+#include "platform/pixels/resample.h"
+
+namespace qrv::coregraphics {
+
+class DisplayPart {
+ public:
+  // Units from the display's top-left corner, which lie within it; there are some. Each is a pixel,
+  // averaged from those that the display has for it. Throws std::bad_alloc.
+  DisplayPart(const desktop::Display& display, const desktop::PixelRect& units);
+
+  // The display's own pixels.
+  const desktop::Share& share() const { return share_; }
+
+  // Empty when they can't be had. Throws std::bad_alloc.
+  desktop::Frame Capture() const;
+
+ private:
+  pixels::AxisMap columns_;
+  pixels::AxisMap rows_;
+  desktop::Share share_;
+};
+
+}  // namespace qrv::coregraphics
+
+#endif  // PLATFORM_COREGRAPHICS_DISPLAY_PART_H_

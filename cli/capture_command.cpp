@@ -111,6 +111,9 @@ Captured Capturer::Call(const Shot& shot, const Displays& displays, const Method
 
 Captured Capturer::Take(const Shot& shot, const Displays& displays) {
   const Rect& area = shot.area;
+  if (shot.isScaled || shot.display || shot.density == 1) {
+    host_.ExpectPicture(shot.pixels.width, shot.pixels.height);
+  }
   if (shot.isScaled) {
     return Call(shot, displays, methods::kScreenshotRectScaled, area.left, area.top, area.width,
                 area.height, shot.pixels.width, shot.pixels.height);

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "cli/failure.h"
+#include "cli/strips.h"
 #include "cli/write_jpeg.h"
 #include "cli/write_png.h"
 #include "cli/write_webp.h"
@@ -34,12 +35,24 @@ void WritePpm(const Rows& rows, const Encoding& /*encoding*/, OutputFile& file) 
   const std::string header =
       "P6\n" + std::to_string(rows.width) + " " + std::to_string(rows.height) + "\n255\n";
   file.Write(header.data(), header.size());
-  std::vector<uint8_t> row(static_cast<size_t>(rows.width) * 4);
-  for (int32_t y = 0; y < rows.height; ++y) {
-    rows.read(y, row.data());
-    PackRgb(row.data(), rows.width);
-    file.Write(row.data(), static_cast<size_t>(rows.width) * 3);
-    file.ShowProgress(y, rows.height);
+  const size_t rowBytes = static_cast<size_t>(rows.width) * 3;
+  Strips strips(rows.width, rows.height, [&](int32_t first, int32_t end) {
+    // Of the last row there is the alpha, too.
+    std::vector<uint8_t> packed(static_cast<size_t>(end - first) * rowBytes +
+                                static_cast<size_t>(rows.width));
+    for (int32_t y = first; y < end; ++y) {
+      uint8_t* const row = &packed[static_cast<size_t>(y - first) * rowBytes];
+      rows.read(y, row);
+      PackRgb(row, rows.width);
+    }
+    packed.resize(static_cast<size_t>(end - first) * rowBytes);
+    return packed;
+  });
+  for (size_t done = 0; !strips.IsDone();) {
+    const std::vector<uint8_t> packed = strips.Take();
+    file.Write(packed.data(), packed.size());
+    file.ShowProgress(static_cast<int64_t>(done += packed.size()),
+                      static_cast<int64_t>(rowBytes) * rows.height);
   }
 }
 

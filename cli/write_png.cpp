@@ -8,20 +8,14 @@
 #include <array>
 #include <cmath>
 #include <cstring>
-#include <deque>
-#include <future>
-#include <thread>
 #include <vector>
 
 #include "cli/png_strip.h"
+#include "cli/strips.h"
 
 namespace qrv::cli {
 
 namespace {
-
-// Large enough that strips lose nothing by not knowing one another, small enough that even a small
-// picture keeps every processor busy.
-constexpr int64_t kStripPixels = int64_t{1} << 17;
 
 using Word = std::array<uint8_t, 4>;
 
@@ -85,50 +79,12 @@ void WriteDensity(OutputFile& file, double density) {
   WriteChunk(file, "pHYs", data);
 }
 
-// The strips of a picture in order, made ahead on every processor.
-class StripMaker {
- public:
-  StripMaker(const Rows& rows, std::optional<int> compression)
-      : rows_(rows),
-        compression_(compression),
-        stripRows_(static_cast<int32_t>(std::max<int64_t>(kStripPixels / rows.width, 1))) {
-    const unsigned ahead = std::max(std::thread::hardware_concurrency(), 1U) + 1;
-    while (pending_.size() < ahead && started_ < rows_.height) StartNext();
-  }
-
-  bool IsDone() const { return pending_.empty(); }
-
-  PngStrip Take() {
-    PngStrip strip = pending_.front().get();
-    pending_.pop_front();
-    if (started_ < rows_.height) StartNext();
-    return strip;
-  }
-
- private:
-  // Without a thread to be had the strip is made when it is taken, as is the only strip of a small
-  // picture, which takes less time than to start a thread.
-  void StartNext() {
-    const int32_t first = started_;
-    started_ += std::min(stripRows_, rows_.height - first);
-    const auto policy = stripRows_ >= rows_.height ? std::launch::deferred
-                                                   : std::launch::async | std::launch::deferred;
-    pending_.push_back(std::async(policy, [this, first, end = started_] {
-      return MakePngStrip(rows_, first, end, compression_);
-    }));
-  }
-
-  const Rows& rows_;
-  std::optional<int> compression_;
-  int32_t stripRows_;
-  int32_t started_ = 0;  // rows
-  std::deque<std::future<PngStrip>> pending_;
-};
-
 // One zlib stream over all strips, in one chunk a strip.
 void WriteStrips(OutputFile& file, const Rows& rows, std::optional<int> compression) {
   constexpr uint8_t kZlibHeader[] = {0x78, 0x01};
-  StripMaker strips(rows, compression);
+  Strips strips(rows.width, rows.height, [&](int32_t first, int32_t end) {
+    return MakePngStrip(rows, first, end, compression);
+  });
   uLong sum = 1;
   int64_t done = 0;  // bytes of filtered rows
   const int64_t rowLength = int64_t{rows.width} * (rows.hasTransparency ? 4 : 3) + 1;

@@ -29,7 +29,6 @@ Host::~Host() {
   if (currentHost == state_.get()) currentHost = nullptr;
   for (REALobjectStruct* object : state_->objects) delete object;
   for (REALstringStruct* string : state_->strings) DestroyString(string);
-  for (char* data : state_->stringData) free(data);
 }
 
 void Host::StartPlugin(REALPluginMainFunction pluginMain) { pluginMain(ResolveEntryPoint); }
@@ -57,6 +56,10 @@ long Host::References(const REALstringStruct* string) {
 
 long Host::References(const REALpictureStruct* picture) {
   return picture == nullptr ? 0 : picture->references;
+}
+
+void Host::ExpectPicture(int32_t width, int32_t height) const {
+  runtime::ExpectPicture(*state_, width, height);
 }
 
 void Host::Release(REALstringStruct* string) {

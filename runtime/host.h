@@ -104,6 +104,10 @@ class Host {
                                      std::forward<Arguments>(arguments)...);
   }
 
+  // The next method to be called will give a picture of that size: memory for it is made ready
+  // meanwhile.
+  void ExpectPicture(int32_t width, int32_t height) const;
+
   // A new string with one reference; `encoding` is the host's code.
   REALstringStruct* NewString(std::string_view bytes, uint32_t encoding = kRawBytesEncoding);
   static std::string_view Bytes(const REALstringStruct* string);

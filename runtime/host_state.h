@@ -4,9 +4,11 @@
 #define RUNTIME_HOST_STATE_H_
 
 #include <new>
+#include <unordered_map>
 #include <unordered_set>
 #include <vector>
 
+#include "runtime/blocks.h"
 #include "runtime/host.h"
 
 namespace qrv::runtime {
@@ -19,7 +21,7 @@ struct HostState {
   // Everything alive, so that a pointer from the plug-in can be told from a stale one.
   std::unordered_set<REALobjectStruct*> objects;
   std::unordered_set<REALstringStruct*> strings;
-  std::unordered_set<char*> stringData;
+  std::unordered_map<char*, Block> stringData;
 };
 
 // The host of this process, or null while there is none.

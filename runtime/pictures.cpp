@@ -3,7 +3,6 @@
 #include <stdlib.h>
 #include <string.h>
 
-#include "platform/large_pages.h"
 #include "runtime/entry_points.h"
 
 namespace qrv::runtime {
@@ -52,15 +51,18 @@ RowReader ReaderOf(uint32_t alphaInfo) {
 }
 
 // The context allocates rows of whole 16 bytes, as the system's own bitmaps do.
-constexpr size_t kRowAlignment = 16;
+size_t BitmapRowBytes(size_t width) {
+  constexpr size_t kRowAlignment = 16;
+  return (width * 4 + kRowAlignment - 1) / kRowAlignment * kRowAlignment;
+}
 
 bool GiveBitmap(const HostState& host, REALpictureStruct& picture, size_t width, size_t height) {
   const bool hasAlpha = host.options.picturesHaveAlpha;
   const uint32_t alphaInfo = host.options.bitmapAlphaInfo.value_or(
       hasAlpha ? kCGImageAlphaPremultipliedFirst : kCGImageAlphaNoneSkipFirst);
   picture.readRow = ReaderOf(alphaInfo);
-  picture.rowBytes = (width * 4 + kRowAlignment - 1) / kRowAlignment * kRowAlignment;
-  picture.memory.reset(static_cast<uint8_t*>(calloc(height, picture.rowBytes)));
+  picture.rowBytes = BitmapRowBytes(width);
+  picture.memory = NewZeroedBlock(height * picture.rowBytes);
   if (!picture.memory || picture.readRow == nullptr) return false;
   CGColorSpaceRef space = CGColorSpaceCreateDeviceRGB();
   picture.bitmap.reset(CGBitmapContextCreate(picture.memory.get(), width, height, 8,
@@ -70,7 +72,7 @@ bool GiveBitmap(const HostState& host, REALpictureStruct& picture, size_t width,
   return picture.bitmap != nullptr;
 }
 
-// A black, opaque image. Its rows are one zeroed block, not touched before somebody writes them.
+// A black, opaque image. Its rows are one zeroed block.
 bool GiveConsoleImage(REALpictureStruct& picture, int32_t width, int32_t height) {
   const auto rowLength = static_cast<size_t>(width);
   const auto rowCount = static_cast<size_t>(height);
@@ -79,9 +81,9 @@ bool GiveConsoleImage(REALpictureStruct& picture, int32_t width, int32_t height)
   if (!image) return false;
   image->tpixels = static_cast<int32_t**>(calloc(rowCount, sizeof(int32_t*)));
   if (image->tpixels == nullptr) return false;
-  image->tpixels[0] = static_cast<int32_t*>(calloc(rowCount, rowLength * sizeof(int32_t)));
-  if (image->tpixels[0] == nullptr) return false;
-  PreferLargePages(image->tpixels[0], rowCount * rowLength * sizeof(int32_t));
+  picture.memory = NewZeroedBlock(rowCount * rowLength * sizeof(int32_t));
+  if (!picture.memory) return false;
+  image->tpixels[0] = reinterpret_cast<int32_t*>(picture.memory.get());
   for (size_t y = 1; y < rowCount; ++y) image->tpixels[y] = image->tpixels[0] + y * rowLength;
   image->sx = width;
   image->sy = height;
@@ -94,13 +96,8 @@ bool GiveConsoleImage(REALpictureStruct& picture, int32_t width, int32_t height)
 
 }  // namespace
 
-void MemoryDeleter::operator()(void* memory) const { free(memory); }
-
 void ConsoleImageDeleter::operator()(ConsoleImage* image) const {
-  if (image->tpixels != nullptr) {
-    free(image->tpixels[0]);
-    free(image->tpixels);
-  }
+  free(image->tpixels);
   free(image);
 }
 
@@ -124,6 +121,13 @@ bool GivePixels(const HostState& host, REALpictureStruct& picture, long width, l
     picture.height = static_cast<int32_t>(height);
   }
   return given;
+}
+
+void ExpectPicture(const HostState& host, int32_t width, int32_t height) {
+  const auto rowLength = static_cast<size_t>(width);
+  const bool isBitmap = host.options.application == ApplicationKind::kDesktop;
+  PrepareBlock(static_cast<size_t>(height) *
+               (isBitmap ? BitmapRowBytes(rowLength) : rowLength * 4));
 }
 
 REALpictureStruct* MakePicture(HostState& host, long width, long height) {

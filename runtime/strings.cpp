@@ -5,8 +5,8 @@
 
 #include <limits>
 #include <memory>
+#include <utility>
 
-#include "platform/large_pages.h"
 #include "runtime/entry_points.h"
 
 namespace qrv::runtime {
@@ -17,12 +17,17 @@ bool CanConvert(uint32_t from, unsigned long to) {
   return from == to || from == kRawBytesEncoding || to == kRawBytesEncoding;
 }
 
-// Counts string data as handed out; false when there is no memory.
-bool Record(HostState& host, char* data) {
-  return Guarded([&host, data] {
-    host.stringData.insert(data);
+// String data to hand out, and counted until it is back; null when there is no memory. A plug-in
+// that can't give it back frees it.
+char* NewStringData(HostState& host, size_t length) {
+  if (!TakesBackBy(REALDisposeStringDataName)) return static_cast<char*>(malloc(length));
+  return Guarded([&host, length]() -> char* {
+    Block block = NewBlock(length);
+    if (!block) return nullptr;
+    char* const data = reinterpret_cast<char*>(block.get());
+    host.stringData.emplace(data, std::move(block));
     ++host.ledger.stringDataBuffers;
-    return true;
+    return data;
   });
 }
 
@@ -30,13 +35,11 @@ bool Record(HostState& host, char* data) {
 
 REALstringStruct* MakeString(HostState& host, std::string_view bytes, uint32_t encoding) {
   if (bytes.size() > std::numeric_limits<int32_t>::max() - 2U) throw std::bad_alloc();
-  std::unique_ptr<unsigned char, void (*)(void*)> block(
-      static_cast<unsigned char*>(malloc(bytes.size() + 2)), free);
+  Block block = NewBlock(bytes.size() + 2);
   if (!block) throw std::bad_alloc();
-  PreferLargePages(block.get(), bytes.size());
-  block.get()[0] = 0;
-  if (!bytes.empty()) memcpy(block.get() + 1, bytes.data(), bytes.size());
-  block.get()[bytes.size() + 1] = 0;
+  block[0] = 0;
+  if (!bytes.empty()) memcpy(&block[1], bytes.data(), bytes.size());
+  block[bytes.size() + 1] = 0;
 
   auto string = std::make_unique<REALstringStruct>();
   string->length = static_cast<int32_t>(bytes.size());
@@ -47,7 +50,7 @@ REALstringStruct* MakeString(HostState& host, std::string_view bytes, uint32_t e
     string->head.length = string->length;
   }
   host.strings.insert(string.get());
-  string->block = block.release();
+  string->block = std::move(block);
   ++host.ledger.strings;
   ++host.ledger.references;
   return string.release();
@@ -82,10 +85,7 @@ void DropReference(HostState& host, REALstringStruct* string) {
   DestroyString(string);
 }
 
-void DestroyString(REALstringStruct* string) {
-  free(string->block);
-  delete string;
-}
+void DestroyString(REALstringStruct* string) { delete string; }
 
 REALstringStruct* BuildString(const char* bytes, int length) noexcept {
   HostState* host = CurrentHost();
@@ -146,15 +146,10 @@ bool GetStringData(REALstringStruct* string, unsigned long encoding, REALstringD
   HostState* host = HostOf(string);
   if (host == nullptr || !CanConvert(string->encoding, encoding)) return false;
   const auto length = static_cast<size_t>(string->length);
-  char* copy = static_cast<char*>(malloc(length == 0 ? 1 : length));
-  if (copy == nullptr) return false;
-  if (TakesBackBy(REALDisposeStringDataName) && !Record(*host, copy)) {
-    free(copy);
-    return false;
-  }
-  PreferLargePages(copy, length);
-  memcpy(copy, string->Bytes(), length);
-  *out = {copy, static_cast<uint32_t>(length), static_cast<uint32_t>(encoding)};
+  char* const data = NewStringData(*host, length == 0 ? 1 : length);
+  if (data == nullptr) return false;
+  memcpy(data, string->Bytes(), length);
+  *out = {data, static_cast<uint32_t>(length), static_cast<uint32_t>(encoding)};
   return true;
 }
 
@@ -165,7 +160,6 @@ void DisposeStringData(REALstringData* data) noexcept {
     ++host->ledger.violations;
     return;
   }
-  free(data->data);
   --host->ledger.stringDataBuffers;
 }
 

@@ -6,19 +6,20 @@
 
 #include <screenshotqrv/host.h>
 
+#include "runtime/blocks.h"
 #include "runtime/host_state.h"
 
 struct REALstringStruct {
   // What plug-ins read on hosts before version 2013.0. Newer hosts keep the reference count alone
   // there, so that a plug-in that still reads the bytes in place gets none.
   LegacyHostString head;
-  // Allocated with malloc: the host's own byte, the string's bytes, a terminating zero.
-  unsigned char* block;
+  // The host's own byte, the string's bytes, a terminating zero.
+  qrv::runtime::Block block;
   int32_t length;  // bytes
   int32_t locks;
   uint32_t encoding;
 
-  char* Bytes() const { return reinterpret_cast<char*>(block) + 1; }
+  char* Bytes() const { return reinterpret_cast<char*>(block.get()) + 1; }
 };
 
 namespace qrv::runtime {

@@ -7,7 +7,6 @@
 #include <QRV/Desktop.h>
 #include "platform/coregraphics/bitmap.h"
 #include "platform/guarded.h"
-#include "platform/large_pages.h"
 
 namespace {
 
@@ -68,8 +67,11 @@ CGContextRef CGBitmapContextCreate(void* data, size_t width, size_t height, size
     void* const pixels = isOwn ? calloc(height, bytesPerRow) : data;
     if (pixels == nullptr) return nullptr;
     std::shared_ptr<void> owner;
-    if (isOwn) owner.reset(pixels, free);
-    qrv::PreferLargePages(pixels, height * bytesPerRow);
+    if (isOwn) {
+      owner.reset(pixels, free);
+    } else {
+      qrv::FetchPages(pixels, height * bytesPerRow);
+    }
     return new CGContext{qrv::coregraphics::kContextTag,
                          std::move(owner),
                          static_cast<uint8_t*>(pixels),

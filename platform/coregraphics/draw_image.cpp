@@ -81,12 +81,18 @@ void CopyPixels(const CGImage& image, const Edges& area, const PixelBox& box,
   }
 }
 
+// The context's own memory is not touched before something is drawn.
+void BeginDrawing(CGContext& context) {
+  if (context.isBlank) qrv::FetchPages(context.pixels, context.height * context.bytesPerRow);
+  context.isBlank = false;
+}
+
 }  // namespace
 
 void qrv::coregraphics::DrawPending(CGContext& context) noexcept {
   if (context.pending.empty()) return;
   const std::vector<PendingDraw> draws = std::exchange(context.pending, {});
-  context.isBlank = false;
+  BeginDrawing(context);
   Guarded([&] {
     std::vector<desktop::Share> shares;
     for (const PendingDraw& each : draws) shares.push_back(each.part->share());
@@ -115,7 +121,7 @@ void CGContextDrawImage(CGContextRef context, CGRect rect, CGImageRef image) {
     return;
   }
   DrawPending(*context);
-  context->isBlank = false;
+  BeginDrawing(*context);
   CopyPixels(*image, *area, box, *context);
 }
 

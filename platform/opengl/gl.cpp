@@ -10,7 +10,6 @@
 #include <cstring>
 
 #include <QRV/Desktop.h>
-#include "platform/large_pages.h"
 #include "platform/opengl/context.h"
 
 using qrv::desktop::Display;
@@ -117,7 +116,7 @@ void glReadPixels(GLint x, GLint y, GLsizei width, GLsizei height, GLenum format
   const auto row = static_cast<size_t>(context->packSkipRows + (area.bottom - y));
   uint8_t* const first =
       static_cast<uint8_t*>(pixels) + row * bytesBetweenRows + column * kPixelBytes;
-  qrv::PreferLargePages(first, static_cast<size_t>(frame.height - 1) * bytesBetweenRows +
-                                   static_cast<size_t>(frame.width) * kPixelBytes);
+  qrv::FetchPages(first, static_cast<size_t>(frame.height - 1) * bytesBetweenRows +
+                             static_cast<size_t>(frame.width) * kPixelBytes);
   StoreRowsReversed(frame, first, bytesBetweenRows);
 }

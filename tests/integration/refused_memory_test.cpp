@@ -58,10 +58,18 @@ class RefusedMemory : public ::testing::TestWithParam<const char*> {
 #if defined(__SANITIZE_ADDRESS__)
     GTEST_SKIP() << "the sanitizer has an allocator of its own";
 #endif
-    if (IsVirtual()) UseDesktop(std::string("virtual:") + kLayout);
+    if (IsOn("X11")) server_.emplace();
+    if (IsOn("Wayland")) compositor_.emplace();
+    if (IsOn("Virtual")) UseDesktop(std::string("virtual:") + kLayout);
   }
 
-  static bool IsVirtual() { return std::string(GetParam()) == "Virtual"; }
+  static bool IsOn(std::string_view desktop) { return GetParam() == desktop; }
+
+  Image Expected(const Area& part) const {
+    return server_       ? server_->Part(part)
+           : compositor_ ? compositor_->Part(part)
+                         : Cards(kLayout, part);
+  }
 
   // Captures with one allocation refused, and once more.
   static Outcome Try(Plugin& plugin, const Capture& capture, const Image& expected, long n) {
@@ -76,7 +84,7 @@ class RefusedMemory : public ::testing::TestWithParam<const char*> {
   // Refuses one allocation after the other, until there are no more.
   template <typename Attempt>
   void RefuseEach(const Capture& capture, const Attempt& attempt) {
-    const Image expected = IsVirtual() ? Cards(kLayout, capture.part) : server_.Part(capture.part);
+    const Image expected = Expected(capture.part);
     long n = 0;
     int outcome = kRefused;
     while (outcome == kRefused) outcome = attempt(expected, n++);
@@ -85,7 +93,8 @@ class RefusedMemory : public ::testing::TestWithParam<const char*> {
     std::cout << capture.name << " on " << capture.system << ": " << n - 1 << " refused\n";
   }
 
-  TwoMonitors server_;
+  std::optional<TwoMonitors> server_;
+  std::optional<TwoOutputs> compositor_;
 };
 
 TEST_P(RefusedMemory, OfALongLivedHostGivesTheRightPictureOrNil) {
@@ -101,7 +110,7 @@ TEST_P(RefusedMemory, OfALongLivedHostGivesTheRightPictureOrNil) {
 // for all.
 TEST_P(RefusedMemory, OfAFirstCaptureGivesTheRightPictureOrNil) {
   for (const Capture& capture : kCaptures) {
-    if (!IsVirtual() && std::string(capture.name) != "AcrossBoth") continue;
+    if (!IsOn("Virtual") && std::string(capture.name) != "AcrossBoth") continue;
     RefuseEach(capture, [&](const Image& expected, long n) {
       return WEXITSTATUS(WaitForEnd(Fork([&] {
         Plugin plugin;
@@ -111,7 +120,7 @@ TEST_P(RefusedMemory, OfAFirstCaptureGivesTheRightPictureOrNil) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(On, RefusedMemory, ::testing::Values("Virtual", "X11"),
+INSTANTIATE_TEST_SUITE_P(On, RefusedMemory, ::testing::Values("Virtual", "X11", "Wayland"),
                          [](const auto& instance) { return std::string(instance.param); });
 
 }  // namespace

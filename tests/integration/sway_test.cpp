@@ -4,6 +4,7 @@
 
 #include "runtime/desktop_view.h"
 #include "tests/integration/plugin.h"
+#include "tests/wayland/server.h"
 
 namespace qrv::testing {
 namespace {
@@ -58,6 +59,30 @@ TEST(Wayland, IsShownUprightPixelForPixelAsOutputsChangeAndCome) {
   EXPECT_TRUE(plugin.Main().has_value());
   compositor.Fill({plain, other, third});
   ExpectShown(plugin, compositor);
+}
+
+// The frames of all outputs are under way before the first one is ready.
+TEST(Wayland, HasTheOutputsOfARectangleCapturedAtOnce) {
+  const Area area = {30, 0, 61, 40};
+  Image expected = {area.width, area.height, {}};
+  for (int i = 0; i < area.width * area.height; ++i) {
+    const uint32_t color = ColorAt(1, 0, (area.left + i % area.width) % 61, i / area.width);
+    for (const int shift : {16, 8, 0}) {
+      expected.rgba.push_back(static_cast<uint8_t>(color >> shift));
+    }
+    expected.rgba.push_back(255);
+  }
+  for (const int imageCopy : {0, 1}) {
+    CompositorSetup setup = {.imageCopy = imageCopy};
+    setup.outputs.push_back({.name = "TEST-2", .x = 61});
+    Compositor compositor(setup);
+    compositor.script().fault = Fault::kAwaitsAll;
+    UseDesktop("wayland:" + compositor.path());
+    Plugin plugin;
+    for (const char* system : {kDisplayImage, kQuickDraw}) {
+      EXPECT_EQ(Difference(plugin.On(system).Rect(area), expected), "") << imageCopy << system;
+    }
+  }
 }
 
 TEST(Wayland, RectanglesShowAllOutputsThatTheyMeetAndBlackBeyond) {

@@ -16,6 +16,7 @@
 #include <stdexcept>
 #include <string_view>
 #include <tuple>
+#include <utility>
 
 #include "ext-image-capture-source-v1-server-protocol.h"
 #include "ext-image-copy-capture-v1-server-protocol.h"
@@ -95,6 +96,7 @@ CompositorSetup all;
 Script* orders;
 std::deque<ShownOutput> outputs;
 std::deque<Image> images;
+std::vector<wl_resource*> unfinished;  // frames
 
 bool Makes(Fault fault) { return orders->fault == fault; }
 
@@ -217,6 +219,13 @@ bool Fill(const Image& image, wl_resource* frame) {
   return true;
 }
 
+template <typename Finish>
+void FinishInTime(wl_resource* frame, Finish finish) {
+  unfinished.push_back(frame);
+  if (Makes(Fault::kAwaitsAll) && unfinished.size() < outputs.size()) return;
+  for (wl_resource* const each : std::exchange(unfinished, {})) finish(each);
+}
+
 // --- Outputs ---
 
 constexpr struct wl_output_interface kOutput = {Destroy};
@@ -247,11 +256,12 @@ void BindOutput(wl_client* client, void* data, uint32_t version, uint32_t id) {
 // --- zwlr_screencopy ---
 
 void Copy(wl_client*, wl_resource* frame, wl_resource* buffer) {
-  auto& image = *DataOf<Image>(frame);
-  image.buffer = buffer;
-  if (!Fill(image, frame)) return zwlr_screencopy_frame_v1_send_failed(frame);
-  zwlr_screencopy_frame_v1_send_flags(frame, all.isInverted ? 1 : 0);
-  if (!Makes(Fault::kNeverReady)) zwlr_screencopy_frame_v1_send_ready(frame, 0, 0, 0);
+  DataOf<Image>(frame)->buffer = buffer;
+  FinishInTime(frame, [](wl_resource* each) {
+    if (!Fill(*DataOf<Image>(each), each)) return zwlr_screencopy_frame_v1_send_failed(each);
+    zwlr_screencopy_frame_v1_send_flags(each, all.isInverted ? 1 : 0);
+    if (!Makes(Fault::kNeverReady)) zwlr_screencopy_frame_v1_send_ready(each, 0, 0, 0);
+  });
 }
 
 constexpr struct zwlr_screencopy_frame_v1_interface kScreencopyFrame = {Copy, Destroy, Copy};
@@ -316,10 +326,13 @@ void CaptureFrame(wl_client*, wl_resource* frame) {
     if (!isEarly) TellConstraints(image);
     return;
   }
-  if (!Fill(image, frame)) return ext_image_copy_capture_frame_v1_send_failed(frame, 0);
-  ext_image_copy_capture_frame_v1_send_transform(
-      frame, static_cast<uint32_t>(image.output->setup.transform));
-  if (!Makes(Fault::kNeverReady)) ext_image_copy_capture_frame_v1_send_ready(frame);
+  FinishInTime(frame, [](wl_resource* each) {
+    const Image& its = *DataOf<Image>(each);
+    if (!Fill(its, each)) return ext_image_copy_capture_frame_v1_send_failed(each, 0);
+    ext_image_copy_capture_frame_v1_send_transform(
+        each, static_cast<uint32_t>(its.output->setup.transform));
+    if (!Makes(Fault::kNeverReady)) ext_image_copy_capture_frame_v1_send_ready(each);
+  });
 }
 
 constexpr struct ext_image_copy_capture_frame_v1_interface kFrame = {

@@ -149,7 +149,10 @@ int main(int argc, char** argv) try {
   }
   // Once: large blocks are fresh from the system each time, as in a program that captures once.
   // Left alone, as in a host that goes on capturing, malloc keeps some.
-  if (series == "once") mallopt(M_MMAP_THRESHOLD, 1 << 20);
+  if (series == "once") {
+    mallopt(M_MMAP_THRESHOLD, 1 << 20);
+    qrv::bench::CaptureAsIfOnce();
+  }
   Run(argv[1], series == "once");
   return 0;
 } catch (const std::exception& failure) {

@@ -2,11 +2,20 @@
 
 #include <stdexcept>
 
+#include "runtime/blocks.h"
+
 namespace qrv::bench {
 namespace {
 
 using runtime::Host;
 namespace methods = runtime::methods;
+
+// A host that captures once finds no block that it has kept.
+bool isOnce = false;
+void DropKeptBlock() {
+  constexpr size_t kAnother = size_t{4} << 20;
+  runtime::NewBlock(kAnother).reset();
+}
 
 // A call of the method, whatever it returns. What it writes goes into the call's own copy.
 template <typename Function, typename... Arguments>
@@ -15,6 +24,7 @@ Call MakeCall(Host& host, const runtime::Method<Function>& method, Arguments... 
     auto* const result = host.Call(method, arguments...);
     if (result == nullptr) return false;
     host.Release(result);
+    if (isOnce) DropKeptBlock();
     return true;
   };
 }
@@ -45,6 +55,8 @@ std::unique_ptr<Host> StartHost(const std::string& form) {
   if (!host->LoadPlugin(QRV_BUILD_DIR "/ScreenshotQRV.so", error)) throw std::runtime_error(error);
   return host;
 }
+
+void CaptureAsIfOnce() { isOnce = true; }
 
 Call CaptureMain(Host& host) { return MakeCall(host, methods::kScreenshot); }
 

@@ -24,6 +24,9 @@ struct Method {
 // be loaded.
 std::unique_ptr<runtime::Host> StartHost(const std::string& form);
 
+// From now on the host finds at each call what one finds that has called nothing before.
+void CaptureAsIfOnce();
+
 Call CaptureMain(runtime::Host& host);
 Call CaptureRect(runtime::Host& host, int32_t width, int32_t height);
 

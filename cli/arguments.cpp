@@ -95,7 +95,13 @@ std::string DescribeNoCommand(const Words& left) {
   }
   if (left.empty()) return "No command is given; there are " + list;
   const std::string& word = left.front();
-  if (word.starts_with('-')) return "There is no option " + word + " before the command";
+  if (word.starts_with('-')) {
+    return "There is no option " + word + " before the command; did you mean `qrvshot capture " +
+           word + "`?";
+  }
+  if (word.find_first_of("./") != std::string::npos) {
+    return "There is no command " + word + "; did you mean `qrvshot capture " + word + "`?";
+  }
   const std::string meant = DidYouMean(word, names);
   return "There is no command " + word + (meant.empty() ? "; there are " + list : meant);
 }
@@ -125,6 +131,9 @@ void RequireValues(const CLI::App& app, const Words& line) {
   for (const CLI::Option* option : app.get_options()) {
     const Words& values = option->results();
     if (std::find(values.begin(), values.end(), "") == values.end()) continue;
+    if (option->check_lname("rect")) {
+      throw UsageFault("--rect has an empty value, as of slop and slurp when they are cancelled");
+    }
     throw UsageFault((option->get_positional() ? "The file name" : AsTyped(*option, line)) +
                      " has an empty value");
   }

@@ -122,7 +122,7 @@ void Interpreter::RequireSense() const {
   }
   for (const auto& [one, other] : kNeeded) {
     if (Find(one) != nullptr && Find(other) == nullptr) {
-      Fail(Typed(one) + " says nothing without " + other);
+      Fail(Typed(one) + " has no effect without " + other);
     }
   }
 }
@@ -154,9 +154,10 @@ void Interpreter::InterpretArea() {
   arguments_.display = words_.display;
   arguments_.inUnits = words_.units;
   if (words_.rect.empty()) return;
-  const Rect rect =
-      Require(ParseRect(words_.rect), "--rect", words_.rect,
-              "a rectangle: X,Y,W,H or WxH+X+Y or \"X,Y WxH\", in whole numbers (+-5 below 0)");
+  const Rect rect = Require(
+      ParseRect(words_.rect), "--rect", words_.rect,
+      "a rectangle in whole numbers: X,Y,W,H or WxH+X+Y or \"X,Y WxH\"; a negative place is "
+      "10x10+-5+0, and places from the right or the bottom (-20-30) can't be given");
   if (std::min(rect.width, rect.height) < 1 ||
       std::max(rect.width, rect.height) > runtime::kMaximumPictureSide) {
     Fail(Typed("--rect") + " " + words_.rect + ": width and height must lie in 1 to 32767");
@@ -193,11 +194,15 @@ void Interpreter::InterpretTime() {
   }
 }
 
-// A file name behind --output and one on its own mean the same; the last one counts.
+// A file name behind --output and one on its own mean the same. One on its own overrules the
+// --output of an alias or a script before it; the other way round somebody has named two files.
 void Interpreter::InterpretOutput() {
   const TypedOption* const option = Find("--output");
   const TypedOption* const file = Find("FILE");
-  const bool isFile = arguments_.command == Capture && file != nullptr && option < file;
+  const bool isFile = arguments_.command == Capture && file != nullptr;
+  if (isFile && option > file) {
+    Fail(file->typed + " and " + option->typed + " " + words_.output + " both name the file");
+  }
   arguments_.output = isFile ? words_.file : words_.output;
   arguments_.copies = words_.copy;
   if (arguments_.command == WriteRaw && words_.output.empty()) arguments_.output = "screenshot.raw";
@@ -233,7 +238,7 @@ const ImageFormat* Interpreter::FormatOfName(const char* option) const {
 
 void Interpreter::InterpretEncoding() {
   Encoding& encoding = arguments_.encoding;
-  const std::string format = std::string(" says nothing of ") + encoding.format->name + " files";
+  const std::string format = std::string(" has no effect on ") + encoding.format->name + " files";
   if (!words_.quality.empty()) {
     if (!encoding.format->hasQuality) Fail(Typed("--quality") + format);
     encoding.quality = RequireInteger("--quality", words_.quality, 1, 100);

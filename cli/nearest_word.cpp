@@ -27,7 +27,8 @@ size_t Distance(std::string_view one, std::string_view other) {
 
 std::string DidYouMean(std::string_view typed, const std::vector<std::string>& words) {
   const std::string* nearest = nullptr;
-  size_t least = std::min(size_t{3}, typed.size() / 2 + 1);  // as far as is still a slip
+  const auto dashes = static_cast<size_t>(std::ranges::count(typed, '-'));
+  size_t least = std::min<size_t>(3, (typed.size() - dashes) / 3 + 1);  // as far as is a slip
   for (const std::string& word : words) {
     // What was begun counts as a slip too.
     const size_t distance = typed.size() > 2 && word.starts_with(typed) ? 1 : Distance(typed, word);

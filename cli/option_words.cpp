@@ -49,7 +49,7 @@ Options CaptureOptions() {
   return {
       {"", "FILE", "FILE", "The image file, like --output", &OptionWords::file},
       {kWhat, "--display", "N",
-       "One display: its index or name, as `qrvshot displays` lists it, or main for the main one",
+       "One display: its index, from 0, or its name, as `qrvshot displays` lists it; or main",
        &OptionWords::display},
       {kWhat, "--rect", "AREA",
        "A rectangle: X,Y,W,H or WxH+X+Y (as slop prints it) or \"X,Y WxH\" (as slurp does)",
@@ -59,7 +59,8 @@ Options CaptureOptions() {
       {kWhat, "--scale", "N%", "Scale to this part of the size, such as 25%", &OptionWords::scale},
       {kWhat, "--units", "", "One pixel a unit, also of displays that have more pixels than units",
        nullptr, &OptionWords::units},
-      {kWhen, "--delay", "SECONDS", "Wait so long first", &OptionWords::delay},
+      {kWhen, "--delay", "SECONDS", "Wait so long first; on a terminal it counts down",
+       &OptionWords::delay},
       {kWhen, "--count", "N", "Capture so many times, into numbered files", &OptionWords::count},
       {kWhen, "--interval", "MS",
        "From one capture of --count to the next, in milliseconds (default: 1000)",
@@ -69,8 +70,8 @@ Options CaptureOptions() {
        "a dated file here)",
        &OptionWords::output},
       {kWhere, "--copy", "",
-       "Copy to the clipboard as PNG, by wl-copy or xclip; into a file only with --output", nullptr,
-       &OptionWords::copy},
+       "Copy to the clipboard as PNG, by wl-copy or xclip; into a file too only where one is named",
+       nullptr, &OptionWords::copy},
       {kWhere, "--json", "", "Tell of each file in a line of JSON", nullptr, &OptionWords::json},
       {kWhere, "-q,--quiet", "", "Tell of failures alone", nullptr, &OptionWords::quiet},
   };
@@ -78,7 +79,8 @@ Options CaptureOptions() {
 
 Options RawOptions() {
   return {
-      {kWhat, "--display", "N", "Its index or name, as `qrvshot displays` lists it (default: main)",
+      {kWhat, "--display", "N",
+       "Its index, from 0, or its name, as `qrvshot displays` lists it (default: main)",
        &OptionWords::display},
       {kWhere, "-o,--output", "FILE", "The file; - is standard output (default: screenshot.raw)",
        &OptionWords::output},
@@ -115,7 +117,7 @@ const char kSummary[] = "Captures the screen into an image file.";
 const char kExamples[] =
     "  qrvshot capture                   the whole desktop, to screenshot-DATE-TIME.png\n"
     "  qrvshot capture shot.jpg          to this file: PNG, JPEG, WebP or PPM by its name\n"
-    "  qrvshot capture --display 1       one display; `qrvshot displays` lists them\n"
+    "  qrvshot capture --display 1       the second display; `qrvshot displays` lists them\n"
     "  qrvshot capture --rect \"$(slop)\"  what you mark with the mouse\n"
     "  qrvshot capture --delay 3 --copy  in three seconds, to the clipboard\n";
 
@@ -140,8 +142,11 @@ const std::vector<CommandText>& Commands() {
        "  qrvshot capture --size 800x small.webp    scaled to a width of 800\n"
        "  qrvshot capture --delay 3 --copy          in three seconds, to the clipboard\n"
        "  qrvshot capture --count 5 --interval 200  five captures, 200 ms apart\n",
-       "Coordinates are the desktop's own, in its units: what slop, slurp, xdotool and xwininfo "
-       "print and `qrvshot displays` lists. On X11 0,0 is the top-left corner of the screen that "
+       "Coordinates are the desktop's own, in its units: what slop, slurp and xdotool print, and "
+       "xwininfo as the upper-left corner, width and height (its -geometry may count letters), and "
+       "`qrvshot displays` lists. For a window, `eval \"$(xdotool selectwindow getwindowgeometry "
+       "--shell)\"` sets $X, $Y, $WIDTH and $HEIGHT. On X11 0,0 is the top-left corner of the "
+       "screen that "
        "holds all displays, on the virtual desktop that of its main display. Negative ones work "
        "(--rect -50,0,100,100, 100x100+-50+0). What lies on no display is black.\n\n"
        "The desktop `virtual` is a built-in test card on two displays; --desktop virtual:LAYOUT "

@@ -35,7 +35,7 @@ Mapping Map(size_t bytes) {
   void* const memory =
       mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
   if (memory == MAP_FAILED) return {};
-  FetchPages(memory, size);
+  PreferLargePages(memory, size);
   return {static_cast<uint8_t*>(memory), size};
 }
 
@@ -64,15 +64,21 @@ bool StartThread(Task task) {
 // destroyed.
 class Keeper {
  public:
-  Mapping Take(size_t bytes) {
+  // Of any content, unless it is to be all zero.
+  Mapping Take(size_t bytes, bool isZero) {
     std::unique_lock lock(mutex_);
-    isReady_.wait(lock, [this] { return !isPreparing_; });
+    changed_.wait(lock, [this] { return !isAtWork_; });
     const Mapping kept = std::exchange(kept_, {});
-    lock.unlock();
     // Of one that is much larger, most would lie idle.
-    if (kept.size >= bytes && kept.size - bytes <= bytes / 4) return kept;
-    Unmap(kept);
-    return Map(bytes);
+    const bool isReused = kept.size >= bytes && kept.size - bytes <= bytes / 4;
+    isZeroedAhead_ = isReused && isZero;
+    lock.unlock();
+    if (!isReused) {
+      Unmap(kept);
+      return Map(bytes);
+    }
+    if (isZero && !kept.isZero) memset(kept.memory, 0, bytes);
+    return kept;
   }
 
   void Keep(const Mapping& mapping) {
@@ -81,45 +87,62 @@ class Keeper {
     keptUntil_ = Clock::now() + kKept;
     if (!isWatched_) isWatched_ = StartThread([this] { Watch(); });
     if (!isWatched_) Unmap(std::exchange(kept_, {}));
+    changed_.notify_all();
   }
 
   void Prepare(size_t bytes) {
     {
       const std::lock_guard lock(mutex_);
-      if (isPreparing_ || kept_.memory != nullptr) return;
-      isPreparing_ = true;
+      if (isAtWork_ || kept_.memory != nullptr) return;
+      isAtWork_ = true;
     }
-    const bool isStarted = StartThread([this, bytes] { EndPreparing(Map(bytes)); });
-    if (!isStarted) EndPreparing({});
+    const bool isStarted = StartThread([this, bytes] {
+      const Mapping fresh = Map(bytes);
+      if (fresh.memory != nullptr) {
+        FetchPages(fresh.memory, fresh.size);
+        Keep(fresh);
+      }
+      EndWork();
+    });
+    if (!isStarted) EndWork();
   }
 
  private:
-  void EndPreparing(const Mapping& fresh) {
-    if (fresh.memory != nullptr) Keep(fresh);
+  void EndWork() {
     const std::lock_guard lock(mutex_);
-    isPreparing_ = false;
-    isReady_.notify_all();
+    isAtWork_ = false;
+    changed_.notify_all();
   }
 
-  // Unmaps what has been kept for its time.
+  // Zeroes what is kept, when the last one was asked for like that, and unmaps it after its time.
   void Watch() {
     std::unique_lock lock(mutex_);
     while (kept_.memory != nullptr && Clock::now() < keptUntil_) {
-      const Clock::time_point until = keptUntil_;
-      lock.unlock();
-      std::this_thread::sleep_until(until);
-      lock.lock();
+      if (isZeroedAhead_ && !kept_.isZero) {
+        Mapping kept = std::exchange(kept_, {});
+        isAtWork_ = true;
+        lock.unlock();
+        memset(kept.memory, 0, kept.size);
+        lock.lock();
+        kept.isZero = true;
+        Unmap(std::exchange(kept_, kept));
+        isAtWork_ = false;
+        changed_.notify_all();
+      } else {
+        changed_.wait_until(lock, keptUntil_);
+      }
     }
     Unmap(std::exchange(kept_, {}));
     isWatched_ = false;
   }
 
   std::mutex mutex_;
-  std::condition_variable isReady_;
+  std::condition_variable changed_;
   Mapping kept_;
   Clock::time_point keptUntil_;
-  bool isWatched_ = false;
-  bool isPreparing_ = false;
+  bool isZeroedAhead_ = false;
+  bool isWatched_ = false;  // by a thread
+  bool isAtWork_ = false;   // a thread, on what is to be kept
 };
 
 Keeper& TheKeeper() {
@@ -142,14 +165,13 @@ void BlockDeleter::operator()(uint8_t* memory) const {
 
 Block NewZeroedBlock(size_t bytes) {
   if (!IsLarge(bytes)) return Block(static_cast<uint8_t*>(calloc(1, bytes)));
-  const Mapping mapping = TheKeeper().Take(bytes);
-  if (!mapping.isZero) memset(mapping.memory, 0, bytes);
+  const Mapping mapping = TheKeeper().Take(bytes, true);
   return Block(mapping.memory, BlockDeleter{mapping.size});
 }
 
 Block NewBlock(size_t bytes) {
   if (!IsLarge(bytes)) return Block(static_cast<uint8_t*>(malloc(bytes)));
-  const Mapping mapping = TheKeeper().Take(bytes);
+  const Mapping mapping = TheKeeper().Take(bytes, false);
   return Block(mapping.memory, BlockDeleter{mapping.size});
 }
 

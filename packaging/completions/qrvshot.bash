@@ -11,9 +11,13 @@ _qrvshot() {
     --strategy) COMPREPLY=($(compgen -W "display-image opengl quickdraw" -- "$cur")) && return ;;
     --app) COMPREPLY=($(compgen -W "desktop console web" -- "$cur")) && return ;;
     --display)
-      COMPREPLY=($(compgen -W "main $("$1" displays 2>/dev/null | cut -d' ' -f1)" -- "$cur"))
+      COMPREPLY=($(compgen -W "main $("$1" displays --json 2>/dev/null |
+        grep -oE '"(index|name)": "?[^",]*' | sed 's/.*[ "]//')" -- "$cur"))
       return
       ;;
+    --desktop) COMPREPLY=($(compgen -W "wayland portal x11 virtual" -- "$cur")) && return ;;
+    --rect | --size | --scale | --delay | --count | --interval | --quality | --compression | \
+      --host-version | --system-version | --width | --height | --row-bytes) return ;;
     -o | --output | --plugin)
       compopt -o filenames 2>/dev/null
       COMPREPLY=($(compgen -f -- "$cur"))

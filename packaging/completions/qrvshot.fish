@@ -15,6 +15,11 @@ function __qrvshot_options
         string match -r '.+'
 end
 
+function __qrvshot_displays
+    qrvshot displays --json 2>/dev/null | string match -r -a '"(?:index|name)": "?[^",]*' |
+        string replace -r '.*[ "]' ''
+end
+
 function __qrvshot_after
     contains -- (commandline -opc)[-1] $argv
 end
@@ -24,4 +29,6 @@ complete -c qrvshot -n 'string match -q -- "-*" (commandline -ct)' -f -a '(__qrv
 complete -c qrvshot -n '__qrvshot_after --format' -f -a 'png jpg webp ppm'
 complete -c qrvshot -n '__qrvshot_after --strategy' -f -a 'display-image opengl quickdraw'
 complete -c qrvshot -n '__qrvshot_after --app' -f -a 'desktop console web'
-complete -c qrvshot -n '__qrvshot_after --display' -f -a 'main (qrvshot displays 2>/dev/null | cut -d" " -f1)'
+complete -c qrvshot -n '__qrvshot_after --display' -f -a 'main (__qrvshot_displays)'
+complete -c qrvshot -n '__qrvshot_after --desktop' -f -a 'wayland portal x11 virtual'
+complete -c qrvshot -f -n '__qrvshot_after --rect --size --scale --delay --count --interval --quality --compression --host-version --system-version --width --height --row-bytes'

@@ -67,24 +67,29 @@ inline constexpr uint64_t kContextTag = 0x7478657443475251;
 
 }  // namespace qrv::coregraphics
 
-// Memory is either the caller's, and `owner` is empty, or the context's own, until an image takes
-// it over: that saves a copy, and whoever makes an image has done drawing.
+// Memory is either the caller's, or the context's own: that is there once somebody draws or looks,
+// until an image takes it over, which saves a copy, for whoever makes an image has done drawing.
 struct CGContext {
   uint8_t* Row(size_t y) const { return pixels + y * bytesPerRow; }
 
   uint64_t tag;
-  std::shared_ptr<void> owner;
-  uint8_t* pixels;  // row 0 is the top row; null when an image has taken the memory
+  bool isOwn;
+  bool hasImage;                // which has taken the memory
+  std::shared_ptr<void> owner;  // of own memory
+  uint8_t* pixels;              // row 0 is the top row
   size_t width;
   size_t height;
   size_t bytesPerRow;
   qrv::coregraphics::PixelLayout layout;
   CGColorSpaceRef colorSpace;
-  bool isBlank;  // own memory that is all zero, as it was allocated
   std::vector<qrv::coregraphics::PendingDraw> pending = {};  // in order; drawn before all else
 };
 
 namespace qrv::coregraphics {
+
+// Whether the context has memory to draw in, once it has been tried to give it its own. Without, its
+// pixels are lost.
+bool HasMemory(CGContext& context) noexcept;
 
 // Captures what is pending, and draws it. Pixels that can't be had are missing, or lost.
 void DrawPending(CGContext& context) noexcept;

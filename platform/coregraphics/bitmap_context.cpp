@@ -10,6 +10,7 @@
 
 namespace {
 
+using qrv::coregraphics::HasMemory;
 using qrv::coregraphics::IsContext;
 using qrv::coregraphics::PixelLayout;
 using qrv::pixels::ByteOrder;
@@ -38,7 +39,7 @@ bool SizesAreUsable(size_t width, size_t height, size_t bytesPerRow) {
 // When all that was drawn is one part of a display that fills the context: that part as it was
 // captured, which saves a copy. Else null.
 CGImageRef CaptureAsImage(CGContext& context) {
-  if (!context.isBlank || context.pending.size() != 1) return nullptr;
+  if (context.pixels != nullptr || context.pending.size() != 1) return nullptr;
   const qrv::coregraphics::Edges& area = context.pending.front().area;
   if (area.left != 0 || area.top != 0 || area.right != static_cast<double>(context.width) ||
       area.bottom != static_cast<double>(context.height)) {
@@ -48,12 +49,24 @@ CGImageRef CaptureAsImage(CGContext& context) {
   qrv::Guarded([&] {
     const qrv::desktop::Frame frame = context.pending.front().part->Capture();
     context.pending.clear();
+    context.hasImage = static_cast<bool>(frame);
     if (frame) image = new CGImage(qrv::coregraphics::ImageOf(frame));
   });
   return image;
 }
 
 }  // namespace
+
+bool qrv::coregraphics::HasMemory(CGContext& context) noexcept {
+  if (context.pixels == nullptr && !context.hasImage) {
+    Guarded([&] {
+      context.owner = std::shared_ptr<void>(calloc(context.height, context.bytesPerRow), free);
+    });
+    context.pixels = static_cast<uint8_t*>(context.owner.get());
+    if (context.pixels == nullptr) desktop::LosePixels(desktop::kNoMemory);
+  }
+  return context.pixels != nullptr;
+}
 
 CGContextRef CGBitmapContextCreate(void* data, size_t width, size_t height, size_t bitsPerComponent,
                                    size_t bytesPerRow, CGColorSpaceRef space, uint32_t bitmapInfo) {
@@ -62,25 +75,17 @@ CGContextRef CGBitmapContextCreate(void* data, size_t width, size_t height, size
   if (CGColorSpaceGetModel(space) != kCGColorSpaceModelRGB) return nullptr;
   if (!SizesAreUsable(width, height, bytesPerRow)) return nullptr;
 
-  return qrv::Guarded<CGContextRef>(nullptr, [=]() -> CGContextRef {
-    const bool isOwn = data == nullptr;
-    void* const pixels = isOwn ? calloc(height, bytesPerRow) : data;
-    if (pixels == nullptr) return nullptr;
-    std::shared_ptr<void> owner;
-    if (isOwn) {
-      owner.reset(pixels, free);
-    } else {
-      qrv::FetchPages(pixels, height * bytesPerRow);
-    }
-    return new CGContext{qrv::coregraphics::kContextTag,
-                         std::move(owner),
-                         static_cast<uint8_t*>(pixels),
-                         width,
-                         height,
-                         bytesPerRow,
-                         *layout,
-                         space,
-                         isOwn};
+  return qrv::Guarded<CGContextRef>(nullptr, [=] {
+    return new CGContext{.tag = qrv::coregraphics::kContextTag,
+                         .isOwn = data == nullptr,
+                         .hasImage = false,
+                         .owner = nullptr,
+                         .pixels = static_cast<uint8_t*>(data),
+                         .width = width,
+                         .height = height,
+                         .bytesPerRow = bytesPerRow,
+                         .layout = *layout,
+                         .colorSpace = space};
   });
 }
 
@@ -89,8 +94,7 @@ void CGContextRelease(CGContextRef context) { delete context; }
 void* CGBitmapContextGetData(CGContextRef context) {
   if (!IsContext(context)) return nullptr;
   qrv::coregraphics::DrawPending(*context);
-  context->isBlank = false;
-  return context->pixels;
+  return HasMemory(*context) ? context->pixels : nullptr;
 }
 
 size_t CGBitmapContextGetBitsPerPixel(CGContextRef context) { return IsContext(context) ? 32 : 0; }
@@ -113,10 +117,11 @@ CGImageAlphaInfo CGBitmapContextGetAlphaInfo(CGContextRef context) {
 
 // There is no image while a part that was to be drawn is missing.
 CGImageRef CGBitmapContextCreateImage(CGContextRef context) {
-  if (!IsContext(context) || context->owner == nullptr) return nullptr;
+  if (!IsContext(context) || !context->isOwn || context->hasImage) return nullptr;
   if (CGImageRef image = CaptureAsImage(*context)) return image;
   qrv::coregraphics::DrawPending(*context);
-  if (qrv::desktop::HasLostPixels()) return nullptr;
+  if (!HasMemory(*context) || qrv::desktop::HasLostPixels()) return nullptr;
+  context->hasImage = true;
   return qrv::Guarded<CGImageRef>(nullptr, [=] {
     return new CGImage{std::move(context->owner),
                        std::exchange(context->pixels, nullptr),

@@ -12,12 +12,14 @@
 #include "platform/coregraphics/bitmap.h"
 #include "platform/coregraphics/rectangles.h"
 #include "platform/guarded.h"
+#include "platform/page_fetcher.h"
 
 namespace {
 
 using qrv::coregraphics::DrawPending;
 using qrv::coregraphics::Edges;
 using qrv::coregraphics::EdgesOf;
+using qrv::coregraphics::HasMemory;
 
 // Pixels of a context, counted from its top-left corner; right and bottom exclusive.
 struct PixelBox {
@@ -69,22 +71,18 @@ void CopyPixels(const CGImage& image, const Edges& area, const PixelBox& box,
   const qrv::pixels::RowKernel kernel = qrv::pixels::ReorderingKernel(
       image.layout.order, context.layout.order, image.layout.hasAlpha);
 
-  size_t count = box.width();
-  size_t rows = box.height();
-  const bool rowsTouch = image.bytesPerRow == count * 4 && context.bytesPerRow == count * 4;
-  if (rowsTouch) {
-    count *= rows;
-    rows = 1;
+  // Rows that touch in both are one long row.
+  constexpr size_t kAtOnce = size_t{64} << 10;  // bytes
+  const size_t rowBytes = box.width() * 4;
+  const bool rowsTouch = image.bytesPerRow == rowBytes && context.bytesPerRow == rowBytes;
+  const size_t step = rowsTouch ? std::max<size_t>(kAtOnce / rowBytes, 1) : 1;
+  qrv::PageFetcher pages(target, (box.height() - 1) * context.bytesPerRow + rowBytes);
+  for (size_t row = 0; row < box.height(); row += step) {
+    const size_t count = std::min(step, box.height() - row);
+    uint8_t* const first = target + row * context.bytesPerRow;
+    pages.Reach(first + (count - 1) * context.bytesPerRow + rowBytes);
+    kernel(source + row * image.bytesPerRow, first, count * box.width());
   }
-  for (size_t row = 0; row < rows; ++row) {
-    kernel(source + row * image.bytesPerRow, target + row * context.bytesPerRow, count);
-  }
-}
-
-// The context's own memory is not touched before something is drawn.
-void BeginDrawing(CGContext& context) {
-  if (context.isBlank) qrv::FetchPages(context.pixels, context.height * context.bytesPerRow);
-  context.isBlank = false;
 }
 
 }  // namespace
@@ -92,7 +90,7 @@ void BeginDrawing(CGContext& context) {
 void qrv::coregraphics::DrawPending(CGContext& context) noexcept {
   if (context.pending.empty()) return;
   const std::vector<PendingDraw> draws = std::exchange(context.pending, {});
-  BeginDrawing(context);
+  if (!HasMemory(context)) return;
   Guarded([&] {
     std::vector<desktop::Share> shares;
     for (const PendingDraw& each : draws) shares.push_back(each.part->share());
@@ -110,25 +108,25 @@ void CGContextDrawImage(CGContextRef context, CGRect rect, CGImageRef image) {
   if (!area) return;
   const PixelBox box = CoveredPixels(*context, *area);
   if (box.empty()) return;
-  if (context->pixels == nullptr || !IsPixelForPixel(*image, *area)) {
+  if (context->hasImage || !IsPixelForPixel(*image, *area)) {
     qrv::desktop::LosePixels("an image was to be drawn other than pixel for pixel");
     return;
   }
   if (image->toCapture) {
     qrv::Guarded([&] { context->pending.push_back({image->toCapture, *area}); });
     // The caller may look at its own memory at any time.
-    if (context->owner == nullptr) DrawPending(*context);
+    if (!context->isOwn) DrawPending(*context);
     return;
   }
   DrawPending(*context);
-  BeginDrawing(*context);
+  if (!HasMemory(*context)) return;
   CopyPixels(*image, *area, box, *context);
 }
 
 void CGContextClearRect(CGContextRef context, CGRect rect) {
-  if (!qrv::coregraphics::IsContext(context) || context->pixels == nullptr) return;
+  if (!qrv::coregraphics::IsContext(context)) return;
   DrawPending(*context);
-  if (context->isBlank) return;
+  if (context->pixels == nullptr) return;  // all zero as yet, or an image's
   const std::optional<Edges> area = AreaInPixels(*context, rect);
   if (!area) return;
   const PixelBox box = CoveredPixels(*context, *area);

@@ -37,7 +37,9 @@ constexpr char kNoSocket[] = "WAYLAND_DISPLAY is not set";
 constexpr char kWaylandAdvice[] =
     "Check that the compositor runs and that you may connect to it (WAYLAND_DISPLAY and "
     "XDG_RUNTIME_DIR). One without a capture protocol needs xdg-desktop-portal with a backend for "
-    "this desktop, and an answer to its question.";
+    "this desktop, and an answer to its question. KWin allows programs whose desktop file it "
+    "finds, "
+    "as the installed package has one.";
 
 std::unique_ptr<Desktop> OpenX11(const std::string& display, std::string& problem) {
   ServerName name;
@@ -66,7 +68,9 @@ constexpr DesktopKind kKinds[] = {
 };
 const DesktopKind& kSubstitute = *(std::end(kKinds) - 1);
 
-constexpr char kSetIt[] = "Set it, or take the desktop virtual (--desktop or QRV_DESKTOP).";
+constexpr char kSetIt[] =
+    "Start it within the desktop's session, set one of them (like DISPLAY=:0), or take the desktop "
+    "virtual (--desktop or QRV_DESKTOP).";
 
 // Takes the default, or what `any` names when there is none.
 constexpr std::string_view kAny = "any";

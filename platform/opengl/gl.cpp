@@ -11,6 +11,7 @@
 
 #include <QRV/Desktop.h>
 #include "platform/opengl/context.h"
+#include "platform/page_fetcher.h"
 
 using qrv::desktop::Display;
 using qrv::desktop::Frame;
@@ -52,9 +53,12 @@ size_t BytesBetweenRows(const _CGLContextObject& context, GLsizei width) {
 // Stores the frame bottom row first. `first` is where its bottom-left pixel goes.
 void StoreRowsReversed(const Frame& frame, uint8_t* first, size_t bytesBetweenRows) {
   const auto height = static_cast<size_t>(frame.height);
+  const size_t rowBytes = static_cast<size_t>(frame.width) * kPixelBytes;
+  qrv::PageFetcher pages(first, (height - 1) * bytesBetweenRows + rowBytes);
   for (size_t row = 0; row < height; ++row) {
-    memcpy(first + row * bytesBetweenRows, frame.pixels + (height - 1 - row) * frame.rowBytes,
-           static_cast<size_t>(frame.width) * kPixelBytes);
+    uint8_t* const target = first + row * bytesBetweenRows;
+    pages.Reach(target + rowBytes);
+    memcpy(target, frame.pixels + (height - 1 - row) * frame.rowBytes, rowBytes);
   }
 }
 
@@ -116,7 +120,5 @@ void glReadPixels(GLint x, GLint y, GLsizei width, GLsizei height, GLenum format
   const auto row = static_cast<size_t>(context->packSkipRows + (area.bottom - y));
   uint8_t* const first =
       static_cast<uint8_t*>(pixels) + row * bytesBetweenRows + column * kPixelBytes;
-  qrv::FetchPages(first, static_cast<size_t>(frame.height - 1) * bytesBetweenRows +
-                             static_cast<size_t>(frame.width) * kPixelBytes);
   StoreRowsReversed(frame, first, bytesBetweenRows);
 }

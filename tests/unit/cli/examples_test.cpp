@@ -92,12 +92,13 @@ TEST(Examples, AreInTheManualPageWithEveryOption) {
 
 TEST(Completion, InBashKnowsTheOptionsOfHelp) {
   const ScratchFolder folder;
-  const std::pair<const char*, const char*> cases[] = {{"cap", "capture"},
-                                                       {"capture --o", "--output"},
-                                                       {"capture --display m", "main"},
-                                                       {"capture --display ''", "main 0 1"},
-                                                       {"raw --format j", "jpg"},
-                                                       {"displays --j", "--json"}};
+  const std::pair<const char*, const char*> cases[] = {
+      {"cap", "capture"},
+      {"capture --o", "--output"},
+      {"capture --display m", "main"},
+      {"capture --display ''", "main 0 VIRTUAL-1 1 VIRTUAL-2"},
+      {"raw --format j", "jpg"},
+      {"displays --j", "--json"}};
   for (const auto& [line, completed] : cases) {
     const std::string script =
         std::string(". " QRV_SOURCE_DIR

@@ -119,12 +119,12 @@ Bytes DeflateSmall(const FilteredRows& rows, int level, Filter filter, bool isLa
 
 Bytes DeflateFast(const FilteredRows& rows, bool isLast) {
   constexpr size_t kLeastBytes = 4096;
-  Bytes tables(ISAL_DEF_LVL1_DEFAULT);
+  const auto tables = std::make_unique_for_overwrite<uint8_t[]>(ISAL_DEF_LVL1_DEFAULT);
   const auto stream = std::make_unique<isal_zstream>();
   isal_deflate_init(stream.get());
   stream->level = 1;
-  stream->level_buf = tables.data();
-  stream->level_buf_size = static_cast<uint32_t>(tables.size());
+  stream->level_buf = tables.get();
+  stream->level_buf_size = ISAL_DEF_LVL1_DEFAULT;
   stream->flush = SYNC_FLUSH;
   stream->end_of_stream = isLast ? 1 : 0;
   stream->next_in = rows.Data();

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <bit>
 #include <limits>
 
 #include "platform/desktop/signals.h"
@@ -13,11 +14,16 @@
 namespace qrv::desktop {
 namespace {
 
-constexpr size_t kMaxFree = 2;
-// Sizes are multiples of this, so that captures of similar sizes share a segment.
-constexpr uint64_t kSizeStep = uint64_t{1} << 20;
+constexpr size_t kMaxFree = 4;
+constexpr uint64_t kLeastSizeStep = uint64_t{64} << 10;
 // Protocols state sizes as signed integers.
 constexpr uint64_t kMaxSize = std::numeric_limits<int32_t>::max();
+
+// Rounded up by an eighth at most, so that captures of similar sizes share a segment.
+uint64_t SegmentSize(uint64_t bytes) {
+  const uint64_t step = std::max(kLeastSizeStep, std::bit_floor(bytes) / 8);
+  return (bytes + step - 1) / step * step;
+}
 
 bool IsFree(const std::shared_ptr<Segment>& segment) {
   if (segment.use_count() != 1) return false;
@@ -56,7 +62,7 @@ std::shared_ptr<Segment> SegmentPool::Acquire(uint64_t bytes, const char*& refus
       [bytes](const auto& segment) { return segment->size() >= bytes && IsFree(segment); });
   if (found != segments_.rend()) return *found;
   KeepFree(0);
-  const uint64_t size = (bytes + kSizeStep - 1) / kSizeStep * kSizeStep;
+  const uint64_t size = SegmentSize(bytes);
   if (size > kMaxSize) {
     refusal = "no shared memory is that large";
     return nullptr;

@@ -34,7 +34,7 @@ class Segment {
 //   - a segment that only the pool holds is free, and the next capture overwrites it; frames are
 //     let go on any thread, but only the pool hands segments out, so a free one stays free;
 //   - the pool tells the other process to forget a segment when it lets one go, and it lets go only
-//     of free ones: all but the two largest, and those that are too small when none suffices;
+//     of free ones: all but the four largest, and those that are too small when none suffices;
 //   - the other process forgets all of them when the connection closes; the last owner unmaps.
 class SegmentPool {
  public:

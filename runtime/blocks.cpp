@@ -107,6 +107,19 @@ class Keeper {
     if (!isStarted) EndWork();
   }
 
+  // A fork's process has none of the threads, so none may be at work, and what they were to give
+  // back goes.
+  void BeforeFork() {
+    std::unique_lock lock(mutex_);
+    changed_.wait(lock, [this] { return !isAtWork_; });
+    lock.release();
+  }
+  void AfterFork(bool isChild) {
+    if (isChild) Unmap(std::exchange(kept_, {}));
+    isWatched_ = isWatched_ && !isChild;
+    mutex_.unlock();
+  }
+
  private:
   void EndWork() {
     const std::lock_guard lock(mutex_);
@@ -147,7 +160,11 @@ class Keeper {
 
 Keeper& TheKeeper() {
   alignas(Keeper) static unsigned char memory[sizeof(Keeper)];
-  static Keeper* const keeper = new (memory) Keeper;
+  static Keeper* const keeper = [] {
+    pthread_atfork([] { TheKeeper().BeforeFork(); }, [] { TheKeeper().AfterFork(false); },
+                   [] { TheKeeper().AfterFork(true); });
+    return new (memory) Keeper;
+  }();
   return *keeper;
 }
 

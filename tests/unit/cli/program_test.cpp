@@ -27,7 +27,6 @@ TEST(Capture, NamesFilesByTheTimeUnlessItIsToldTo) {
       {"capture --format jpeg", dated + ".jpeg"},
       {"capture a.webp", "a.webp"},
       {"capture -o b.png a.ppm", "a.ppm"},
-      {"capture a.ppm -o b.jpg", "b.jpg"},
       {"capture --count 2 --interval 1", dated + "-0.png"},
       {"capture --count 10 --interval 0 a.ppm", "a-00.ppm"},
   };

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 #include <sys/mman.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
@@ -43,6 +45,21 @@ TEST(Block, IsKeptForTheNextOfItsSizeUntilNobodyAsks) {
   EXPECT_NE(NewBlock(kBytes * 3 / 5), nullptr);  // for which that would be too large
   std::this_thread::sleep_for(std::chrono::milliseconds(1500));
   EXPECT_EQ(PagesInMemory(memory), -1);
+}
+
+TEST(Block, IsHadInAForkWhateverTheThreadsOfItsParentDid) {
+  NewZeroedBlock(kBytes).reset();
+  for (int i = 0; i < 50; ++i) {
+    NewZeroedBlock(kBytes).reset();  // which is zeroed meanwhile
+    const pid_t child = fork();
+    if (child == 0) {
+      alarm(20);
+      _exit(IsZero(NewZeroedBlock(kBytes)) ? 0 : 1);
+    }
+    int status = -1;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    ASSERT_EQ(status, 0) << i;
+  }
 }
 
 TEST(Block, IsReadyWhenItWasPrepared) {

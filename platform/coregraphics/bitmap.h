@@ -29,8 +29,8 @@ inline constexpr PixelLayout kDesktopLayout = {kCGImageAlphaNoneSkipFirst, pixel
 
 }  // namespace qrv::coregraphics
 
-// Rows from top to bottom. `owner` keeps `pixels` alive and unchanged. Both are null while the image
-// is yet to be captured.
+// Rows from top to bottom. `owner` keeps `pixels` alive and unchanged. Both are null while the
+// image is yet to be captured.
 struct CGImage {
   std::shared_ptr<void> owner;
   const uint8_t* pixels;
@@ -87,8 +87,8 @@ struct CGContext {
 
 namespace qrv::coregraphics {
 
-// Whether the context has memory to draw in, once it has been tried to give it its own. Without, its
-// pixels are lost.
+// Whether the context has memory to draw in, once it has been tried to give it its own. Without,
+// its pixels are lost.
 bool HasMemory(CGContext& context) noexcept;
 
 // Captures what is pending, and draws it. Pixels that can't be had are missing, or lost.

@@ -75,7 +75,7 @@ void CopyPixels(const CGImage& image, const Edges& area, const PixelBox& box,
   constexpr size_t kAtOnce = size_t{64} << 10;  // bytes
   const size_t rowBytes = box.width() * 4;
   const bool rowsTouch = image.bytesPerRow == rowBytes && context.bytesPerRow == rowBytes;
-  const size_t step = rowsTouch ? std::max<size_t>(kAtOnce / rowBytes, 1) : 1;
+  const size_t step = rowsTouch ? 1 + kAtOnce / (rowBytes + 1) : 1;
   qrv::PageFetcher pages(target, (box.height() - 1) * context.bytesPerRow + rowBytes);
   for (size_t row = 0; row < box.height(); row += step) {
     const size_t count = std::min(step, box.height() - row);
@@ -93,6 +93,7 @@ void qrv::coregraphics::DrawPending(CGContext& context) noexcept {
   if (!HasMemory(context)) return;
   Guarded([&] {
     std::vector<desktop::Share> shares;
+    shares.reserve(draws.size());
     for (const PendingDraw& each : draws) shares.push_back(each.part->share());
     desktop::ExpectCaptures(shares);
     for (const PendingDraw& each : draws) {

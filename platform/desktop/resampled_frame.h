@@ -20,8 +20,7 @@ inline PixelRect SourceOf(const pixels::AxisMap& columns, const pixels::AxisMap&
 inline Frame Resampled(const Frame& source, const pixels::AxisMap& columns,
                        const pixels::AxisMap& rows) {
   if (columns.IsPlain() && rows.IsPlain()) return source;
-  Frame frame =
-      NewFrame(static_cast<int32_t>(columns.size()), static_cast<int32_t>(rows.size()));
+  Frame frame = NewFrame(static_cast<int32_t>(columns.size()), static_cast<int32_t>(rows.size()));
   if (!frame) return {};
   pixels::Resampler resampler(columns, rows, source.pixels, source.rowBytes);
   for (int32_t y = 0; y < frame.height; ++y) {

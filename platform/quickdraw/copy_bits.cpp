@@ -47,8 +47,7 @@ void CopyScaled(const desktop::Frame& from, const OpaqueGrafPtr& world, uint8_t*
                 const PendingCopy& copy) {
   pixels::Resampler resampler(copy.columns, copy.rows, from.pixels, from.rowBytes);
   for (size_t row = 0; row < copy.rows.size(); ++row) {
-    world.layout->convert(resampler.Row(row), target + row * world.rowBytes,
-                          copy.columns.size());
+    world.layout->convert(resampler.Row(row), target + row * world.rowBytes, copy.columns.size());
   }
 }
 
@@ -72,6 +71,7 @@ void DrawPending(OpaqueGrafPtr& world) noexcept {
   const std::vector<PendingCopy> copies = std::exchange(world.pending, {});
   Guarded([&] {
     std::vector<desktop::Share> shares;
+    shares.reserve(copies.size());
     for (const PendingCopy& each : copies) shares.push_back(each.share());
     desktop::ExpectCaptures(shares);
     for (const PendingCopy& each : copies) Draw(each, world);

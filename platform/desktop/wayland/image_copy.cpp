@@ -154,8 +154,8 @@ void ImageCopy::Ask(Taking& taking, std::string& problem) {
   taking.isOver = taking.image->buffer() == 0;
   if (taking.isOver) return;
   taking.frameTold = {};
-  taking.frame = connection_.NewObject(
-      [&told = taking.frameTold](uint32_t event, Arguments& arguments) {
+  taking.frame =
+      connection_.NewObject([&told = taking.frameTold](uint32_t event, Arguments& arguments) {
         HandleFrameEvent(told, event, arguments);
       });
   connection_.Send(taking.session, kCopySessionCreateFrame, {taking.frame});

@@ -72,7 +72,7 @@ TEST(Block, IsReadyWhenItWasPrepared) {
   EXPECT_GE(PagesInMemory(unwritten.get()), 1024);  // of the whole large pages
   PrepareBlock(kBytes * 3);
   EXPECT_TRUE(IsZero(NewZeroedBlock(kBytes)));
-  EXPECT_EQ(NewBlock(SIZE_MAX / 2), nullptr);
+  EXPECT_EQ(NewBlock(SIZE_MAX / 8 * 7), nullptr);
 }
 
 }  // namespace

@@ -50,7 +50,7 @@ class Strips {
  private:
   // Large enough that strips lose nothing by not knowing one another, small enough that even a
   // small picture keeps every processor busy.
-  static constexpr int64_t kStripPixels = int64_t{1} << 17;
+  static constexpr int64_t kStripPixels = int64_t{1} << 16;
   static constexpr std::ptrdiff_t kAhead = 8;  // strips that wait to be taken, at most
 
   // Without a thread to be had each strip is made when it is taken, as is the only strip of a small

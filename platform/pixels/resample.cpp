@@ -57,6 +57,16 @@ QRV_TARGET_CLONES void AddToSums(uint16_t* __restrict sums, const uint8_t* __res
   for (size_t i = 0; i < count; ++i) sums[i] = static_cast<uint16_t>(sums[i] + row[i] * weight);
 }
 
+// Two rows at once, which is what halving takes.
+QRV_TARGET_CLONES void AverageTwo(uint8_t* __restrict line, const uint8_t* __restrict one,
+                                  const uint8_t* __restrict other, size_t count, uint16_t weight,
+                                  uint16_t otherWeight) {
+  for (size_t i = 0; i < count; ++i) {
+    const auto sum = static_cast<uint16_t>(one[i] * weight + other[i] * otherWeight + 128);
+    line[i] = static_cast<uint8_t>(sum >> 8);
+  }
+}
+
 QRV_TARGET_CLONES void RoundSums(uint8_t* __restrict line, const uint16_t* __restrict sums,
                                  size_t count) {
   for (size_t i = 0; i < count; ++i) line[i] = static_cast<uint8_t>((sums[i] + 128) >> 8);
@@ -123,11 +133,15 @@ const uint8_t* Resampler::AverageRows(const AxisMap::Taps& taps) {
   const uint8_t* source =
       pixels_ + static_cast<size_t>(taps.first - rows_.FirstSource()) * rowBytes_;
   if (taps.count == 1) return source;
-  SetSums(sums_.data(), source, lineBytes_, rows_.weights[taps.weights]);
+  const uint16_t* const weights = &rows_.weights[taps.weights];
+  if (taps.count == 2) {
+    AverageTwo(line_.data(), source, source + rowBytes_, lineBytes_, weights[0], weights[1]);
+    return line_.data();
+  }
+  SetSums(sums_.data(), source, lineBytes_, weights[0]);
   for (int32_t i = 1; i < taps.count; ++i) {
     source += rowBytes_;
-    AddToSums(sums_.data(), source, lineBytes_,
-              rows_.weights[taps.weights + static_cast<size_t>(i)]);
+    AddToSums(sums_.data(), source, lineBytes_, weights[i]);
   }
   RoundSums(line_.data(), sums_.data(), lineBytes_);
   return line_.data();
@@ -146,11 +160,14 @@ void Resampler::AverageColumns(const uint8_t* line) {
       uint32_t even = kHalf;
       uint32_t odd = kHalf;
       const uint16_t* weight = columns_.weights.data() + taps.weights;
-      for (int32_t i = 0; i < taps.count; ++i, source += 4) {
-        const uint32_t pixel = LoadWord(source);
+      const auto add = [&](int32_t i) {
+        const uint32_t pixel = LoadWord(source + ptrdiff_t{4} * i);
         even += (pixel & kEverySecond) * weight[i];
         odd += (pixel >> 8 & kEverySecond) * weight[i];
-      }
+      };
+      add(0);
+      add(1);
+      for (int32_t i = 2; i < taps.count; ++i) add(i);
       const uint32_t word = (even >> 8 & kEverySecond) | (odd & ~kEverySecond);
       memcpy(target, &word, 4);
     }

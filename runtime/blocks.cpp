@@ -21,7 +21,6 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr size_t kLargeBlock = size_t{4} << 20;  // smaller ones are malloc's
-constexpr size_t kSizeStep = size_t{2} << 20;    // of a large page
 constexpr std::chrono::seconds kKept{1};
 
 struct Mapping {
@@ -31,7 +30,7 @@ struct Mapping {
 };
 
 Mapping Map(size_t bytes) {
-  const size_t size = (bytes + kSizeStep - 1) / kSizeStep * kSizeStep;
+  const size_t size = (bytes + kLargePageBytes - 1) / kLargePageBytes * kLargePageBytes;
   void* const memory =
       mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
   if (memory == MAP_FAILED) return {};
@@ -168,7 +167,7 @@ Keeper& TheKeeper() {
   return *keeper;
 }
 
-bool IsLarge(size_t bytes) { return bytes >= kLargeBlock && bytes <= SIZE_MAX - kSizeStep; }
+bool IsLarge(size_t bytes) { return bytes >= kLargeBlock && bytes <= SIZE_MAX - kLargePageBytes; }
 
 }  // namespace
 

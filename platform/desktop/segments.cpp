@@ -19,7 +19,7 @@ constexpr uint64_t kLeastSizeStep = uint64_t{64} << 10;
 // Protocols state sizes as signed integers.
 constexpr uint64_t kMaxSize = std::numeric_limits<int32_t>::max();
 
-// Rounded up by an eighth at most, so that captures of similar sizes share a segment.
+// Rounded up by an eighth, or to the least step, so that captures of similar sizes share a segment.
 uint64_t SegmentSize(uint64_t bytes) {
   const uint64_t step = std::max(kLeastSizeStep, std::bit_floor(bytes) / 8);
   return (bytes + step - 1) / step * step;

@@ -99,7 +99,7 @@ __attribute__((weak)) CGImageRef CGDisplayCreateImage(CGDirectDisplayID display)
     QRV_SYMBOL("CGDisplayCreateImage");
 
 // An image of a part of the display, in units from the display's top-left corner, or null when
-// the part does not meet the display or can't be captured.
+// the part does not meet it. It is captured when what it is drawn into is looked at.
 __attribute__((weak)) CGImageRef CGDisplayCreateImageForRect(CGDirectDisplayID display, CGRect rect)
     QRV_SYMBOL("CGDisplayCreateImageForRect");
 
@@ -131,8 +131,9 @@ void CGImageRelease(CGImageRef image) QRV_SYMBOL("CGImageRelease");
 // --- Bitmap contexts ---
 
 // A context over `data`, or over zeroed memory of its own when `data` is null. 8 bits a component,
-// RGB, alpha info 1, 2, 5 or 6 in the default byte order; null for anything else and when there is
-// no memory. `bytesPerRow` is at least width x 4. The caller's `data` outlives the context.
+// RGB, alpha info 1, 2, 5 or 6 in the default byte order; null for anything else. Without memory of
+// its own when that is drawn in, its address and its image are null. `bytesPerRow` is at least
+// width x 4. The caller's `data` outlives the context.
 //
 // A context is drawn, then read through its address or made one image of, and then released.
 CGContextRef CGBitmapContextCreate(void* data, size_t width, size_t height, size_t bitsPerComponent,

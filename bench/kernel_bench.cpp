@@ -3,6 +3,7 @@
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <functional>
@@ -11,6 +12,8 @@
 #include <string>
 
 #include "bench/plain_loop.h"
+#include "platform/pixels/prefetch.h"
+#include "platform/pixels/resample.h"
 #include "platform/pixels/rows.h"
 #include "plugin/picture/row_kernels.h"
 
@@ -101,10 +104,10 @@ void RegisterPictureKernels() {
       const std::string name = std::string(source.name) + "-to-" + target.name;
       Pass pass = picture::ChooseRowKernel(source.layout, target.pixelFormat);
       if (source.layout == SourceLayout::kBgrSkip) {
-        // Bottom-up rows are never joined.
+        // Bottom-up rows are never joined, and read as they lie in memory.
         pass = [kernel = pass](const uint8_t* from, uint8_t* to, size_t) {
           for (size_t y = 0; y < kHeight; ++y) {
-            kernel(from + (kHeight - 1 - y) * kWidth * 4, to + y * kWidth * 4, kWidth);
+            kernel(from + y * kWidth * 4, to + (kHeight - 1 - y) * kWidth * 4, kWidth);
           }
         };
       }
@@ -117,6 +120,24 @@ void RegisterPictureKernels() {
   }
 }
 
+// Of a picture so many times as large as the one that is written; the rate is of the larger one.
+void RegisterScaling(const std::string& name, double times) {
+  using qrv::pixels::MapAxis;
+  const auto map = [times](int64_t pixels) {
+    const auto scaled = std::llround(static_cast<double>(pixels) / times);
+    return MapAxis({{0, pixels}, static_cast<int32_t>(pixels)}, {0, pixels}, {0, scaled},
+                   {0, scaled});
+  };
+  Register(name, [columns = map(kWidth), rows = map(kHeight)](const uint8_t* from, uint8_t* to,
+                                                              size_t) {
+    qrv::pixels::Resampler resampler(columns, rows, from, kWidth * 4);
+    const size_t rowBytes = columns.size() * 4;
+    for (size_t y = 0; y < rows.size(); ++y) {
+      memcpy(to + y * rowBytes, resampler.Row(y), rowBytes);
+    }
+  });
+}
+
 void RegisterPlatformKernels() {
   using qrv::pixels::ByteOrder;
   Register("draw/BGRX-to-XRGB",
@@ -126,9 +147,13 @@ void RegisterPlatformKernels() {
   Register("screen/BGRX-to-world32", qrv::pixels::FindWorldLayout(32)->convert);
   Register("read-back/BGRX-bottom-up", [](const uint8_t* from, uint8_t* to, size_t) {
     for (size_t y = 0; y < kHeight; ++y) {
-      memcpy(to + y * kWidth * 4, from + (kHeight - 1 - y) * kWidth * 4, kWidth * 4);
+      const uint8_t* const row = from + (kHeight - 1 - y) * kWidth * 4;
+      qrv::pixels::PrefetchRowAhead(row, -ptrdiff_t{kWidth * 4}, kWidth * 4);
+      memcpy(to + y * kWidth * 4, row, kWidth * 4);
     }
   });
+  RegisterScaling("scale/to-half", 2);
+  RegisterScaling("scale/to-two-thirds", 1.5);
 }
 
 }  // namespace

@@ -82,6 +82,7 @@ class Keeper {
 
   void Keep(const Mapping& mapping) {
     const std::lock_guard lock(mutex_);
+    PreferLargePages(mapping.memory, mapping.size);  // they may not have been at hand before
     Unmap(std::exchange(kept_, mapping));
     keptUntil_ = Clock::now() + kKept;
     if (!isWatched_) isWatched_ = StartThread([this] { Watch(); });

@@ -66,23 +66,11 @@ void CopyPixels(const CGImage& image, const Edges& area, const PixelBox& box,
                 const CGContext& context) {
   const auto imageX = static_cast<size_t>(static_cast<double>(box.left) - area.left);
   const auto imageY = static_cast<size_t>(static_cast<double>(box.top) - area.top);
-  const uint8_t* source = image.pixels + imageY * image.bytesPerRow + imageX * 4;
-  uint8_t* target = FirstPixel(context, box);
   const qrv::pixels::RowKernel kernel = qrv::pixels::ReorderingKernel(
       image.layout.order, context.layout.order, image.layout.hasAlpha);
-
-  // Rows that touch in both are one long row.
-  constexpr size_t kAtOnce = size_t{64} << 10;  // bytes
-  const size_t rowBytes = box.width() * 4;
-  const bool rowsTouch = image.bytesPerRow == rowBytes && context.bytesPerRow == rowBytes;
-  const size_t step = rowsTouch ? 1 + kAtOnce / (rowBytes + 1) : 1;
-  qrv::PageFetcher pages(target, (box.height() - 1) * context.bytesPerRow + rowBytes);
-  for (size_t row = 0; row < box.height(); row += step) {
-    const size_t count = std::min(step, box.height() - row);
-    uint8_t* const first = target + row * context.bytesPerRow;
-    pages.Reach(first + (count - 1) * context.bytesPerRow + rowBytes);
-    kernel(source + row * image.bytesPerRow, first, count * box.width());
-  }
+  qrv::ConvertRows(kernel,
+                   {image.pixels + imageY * image.bytesPerRow + imageX * 4, image.bytesPerRow},
+                   {FirstPixel(context, box), context.bytesPerRow}, 4, box.width(), box.height());
 }
 
 }  // namespace

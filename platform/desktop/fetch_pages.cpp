@@ -1,6 +1,7 @@
 #include <QRV/Desktop.h>
 #include <sys/mman.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <chrono>
@@ -10,45 +11,78 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// Zeroing a large page takes a fraction of that, fetching it from a virtual machine's host several
-// times that.
+// Zeroing a large page takes a fraction of kAtHand, the ordinary ones in its place less than
+// kNoFaster; fetching either from a virtual machine's host takes several times that.
 constexpr std::chrono::milliseconds kAtHand{1};
+constexpr std::chrono::milliseconds kNoFaster{3};
 constexpr std::chrono::milliseconds kRemembered{500};
 
-// Until then large pages are taken not to be at hand.
+// Until then large pages are taken not to be at hand; or ordinary ones to be no faster.
 std::atomic<Clock::time_point> avoidedUntil{Clock::time_point{}};
+std::atomic<Clock::time_point> toleratedUntil{Clock::time_point{}};
 
-// Calls `use` with the address of each whole large page while it yields true.
+// What it took to fetch one, or the ordinary ones in its place.
+void Learn(bool isLarge, Clock::time_point begin, Clock::time_point end) {
+  if (isLarge && end - begin > kAtHand && end >= toleratedUntil.load()) {
+    avoidedUntil = end + kRemembered;
+  } else if (!isLarge && end - begin > kNoFaster) {
+    avoidedUntil = Clock::time_point{};
+    toleratedUntil = end + kRemembered;
+  }
+}
+
+constexpr size_t kPageBytes = 4096;
+
+size_t RoundUp(size_t value, size_t step) { return (value + step - 1) / step * step; }
+
+bool Advise(uintptr_t start, size_t size, int advice) {
+  return madvise(reinterpret_cast<void*>(start), size, advice) == 0;
+}
+
+// Calls `use` with the address and the size of what each large page has of the whole pages of that
+// memory, while it yields true.
 template <typename Use>
-void ForEachLargePage(void* memory, size_t size, Use use) {
+void ForEachLargePage(const void* memory, size_t size, Use use) {
   const auto start = reinterpret_cast<uintptr_t>(memory);
-  const uintptr_t end = start + size;
+  const uintptr_t end = (start + size) / kPageBytes * kPageBytes;
   const int error = errno;
-  uintptr_t page = (start + kLargePageBytes - 1) / kLargePageBytes * kLargePageBytes;
-  while (page + kLargePageBytes <= end && use(reinterpret_cast<void*>(page))) {
-    page += kLargePageBytes;
+  for (uintptr_t next, at = RoundUp(start, kPageBytes); at < end; at = next) {
+    next = std::min(RoundUp(at + 1, kLargePageBytes), end);
+    if (!use(at, next - at)) break;
   }
   errno = error;
+}
+
+// Memory that has been written before has its pages from the start on.
+bool HasPages(uintptr_t start, size_t size) {
+  unsigned char isThere = 0;
+  void* const last = reinterpret_cast<void*>(start + size - kPageBytes);
+  return mincore(last, kPageBytes, &isThere) == 0 && (isThere & 1) != 0;
 }
 
 }  // namespace
 
 void FetchPages(void* memory, size_t size) noexcept {
-  ForEachLargePage(memory, size, [](void* page) {
+  ForEachLargePage(memory, size, [](uintptr_t start, size_t bytes) {
+    const bool isWhole = bytes == kLargePageBytes;
+    if (HasPages(start, bytes)) {
+      // The system makes a large one of them in its own time.
+      return !isWhole || Advise(start, bytes, MADV_HUGEPAGE);
+    }
     const Clock::time_point begin = Clock::now();
-    const bool isLarge = begin >= avoidedUntil.load();
-    if (isLarge) madvise(page, kLargePageBytes, MADV_HUGEPAGE);
-    const bool isDone = madvise(page, kLargePageBytes, MADV_POPULATE_WRITE) == 0;
-    const Clock::time_point end = Clock::now();
-    if (isLarge && end - begin > kAtHand) avoidedUntil = end + kRemembered;
+    const bool isLarge = isWhole && begin >= avoidedUntil.load();
+    if (isLarge) Advise(start, bytes, MADV_HUGEPAGE);
+    const bool isDone = Advise(start, bytes, MADV_POPULATE_WRITE);
+    Learn(isLarge, begin, Clock::now());
     return isDone;
   });
 }
 
 void PreferLargePages(void* memory, size_t size) noexcept {
   if (Clock::now() < avoidedUntil.load()) return;
-  ForEachLargePage(memory, size,
-                   [](void* page) { return madvise(page, kLargePageBytes, MADV_HUGEPAGE) == 0; });
+  ForEachLargePage(memory, size, [](uintptr_t start, size_t bytes) {
+    return bytes < kLargePageBytes || Advise(start, bytes, MADV_HUGEPAGE);
+  });
 }
 
 }  // namespace qrv

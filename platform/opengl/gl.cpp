@@ -12,6 +12,7 @@
 #include <QRV/Desktop.h>
 #include "platform/opengl/context.h"
 #include "platform/page_fetcher.h"
+#include "platform/pixels/prefetch.h"
 
 using qrv::desktop::Display;
 using qrv::desktop::Frame;
@@ -58,7 +59,9 @@ void StoreRowsReversed(const Frame& frame, uint8_t* first, size_t bytesBetweenRo
   for (size_t row = 0; row < height; ++row) {
     uint8_t* const target = first + row * bytesBetweenRows;
     pages.Reach(target + rowBytes);
-    memcpy(target, frame.pixels + (height - 1 - row) * frame.rowBytes, rowBytes);
+    const uint8_t* const source = frame.pixels + (height - 1 - row) * frame.rowBytes;
+    qrv::pixels::PrefetchRowAhead(source, -static_cast<ptrdiff_t>(frame.rowBytes), rowBytes);
+    memcpy(target, source, rowBytes);
   }
 }
 

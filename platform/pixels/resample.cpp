@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "platform/pixels/prefetch.h"
 #include "platform/pixels/target_clones.h"
 
 namespace qrv::pixels {
@@ -57,7 +58,7 @@ QRV_TARGET_CLONES void AddToSums(uint16_t* __restrict sums, const uint8_t* __res
   for (size_t i = 0; i < count; ++i) sums[i] = static_cast<uint16_t>(sums[i] + row[i] * weight);
 }
 
-// Two rows at once, which is what halving takes.
+// Two rows at once.
 QRV_TARGET_CLONES void AverageTwo(uint8_t* __restrict line, const uint8_t* __restrict one,
                                   const uint8_t* __restrict other, size_t count, uint16_t weight,
                                   uint16_t otherWeight) {
@@ -67,15 +68,43 @@ QRV_TARGET_CLONES void AverageTwo(uint8_t* __restrict line, const uint8_t* __res
   }
 }
 
+// The same for equal weights, for which there is an instruction.
+QRV_TARGET_CLONES void AverageEvenly(uint8_t* __restrict line, const uint8_t* __restrict one,
+                                     const uint8_t* __restrict other, size_t count) {
+  for (size_t i = 0; i < count; ++i) line[i] = static_cast<uint8_t>((one[i] + other[i] + 1) >> 1);
+}
+
 QRV_TARGET_CLONES void RoundSums(uint8_t* __restrict line, const uint16_t* __restrict sums,
                                  size_t count) {
   for (size_t i = 0; i < count; ++i) line[i] = static_cast<uint8_t>((sums[i] + 128) >> 8);
 }
 
-uint32_t LoadWord(const uint8_t* at) {
-  uint32_t word;
+template <typename T>
+T Load(const uint8_t* at) {
+  T word;
   memcpy(&word, at, sizeof word);
   return word;
+}
+
+// Makes one pixel of every two.
+QRV_TARGET_CLONES void HalveColumns(uint8_t* __restrict target, const uint8_t* __restrict line,
+                                    size_t count) {
+  constexpr uint32_t kUpperSeven = 0xFEFEFEFE;  // bits of each channel
+  for (size_t i = 0; i < count; ++i) {
+    const auto one = Load<uint32_t>(line + i * 8);
+    const auto other = Load<uint32_t>(line + i * 8 + 4);
+    const uint32_t average = (one | other) - (((one ^ other) & kUpperSeven) >> 1);
+    memcpy(target + i * 4, &average, 4);
+  }
+}
+
+// Every second channel of a pixel, and of two neighbours. A weighted sum of such fits its 16 bits.
+constexpr uint32_t kEverySecond = 0x00FF00FF;
+constexpr uint64_t kEverySecondOfTwo = 0x00FF00FF00FF00FF;
+
+// The weighted sums of every second channel of two neighbours, the first of which is the low word.
+uint32_t SumOfTwo(uint64_t channels, uint64_t weights) {
+  return static_cast<uint32_t>(channels * weights >> 32);
 }
 
 }  // namespace
@@ -86,6 +115,15 @@ bool AxisMap::IsPlain() const {
       return false;
   }
   return true;
+}
+
+bool AxisMap::Halves() const {
+  for (size_t i = 0; i < taps.size(); ++i) {
+    if (taps[i].count != 2 || taps[i].first != taps[0].first + 2 * static_cast<int32_t>(i))
+      return false;
+  }
+  return std::all_of(weights.begin(), weights.end(),
+                     [](uint16_t weight) { return weight == kWholeWeight / 2; });
 }
 
 AxisMap MapAxis(const SourceAxis& source, Span from, Span to, Span target) {
@@ -114,6 +152,7 @@ Resampler::Resampler(const AxisMap& columns, const AxisMap& rows, const uint8_t*
                      size_t rowBytes)
     : columns_(columns),
       rows_(rows),
+      halvesColumns_(columns.Halves()),
       pixels_(pixels),
       rowBytes_(rowBytes),
       lineBytes_(static_cast<size_t>(columns.EndOfSource() - columns.FirstSource()) * 4),
@@ -132,10 +171,17 @@ const uint8_t* Resampler::Row(size_t row) {
 const uint8_t* Resampler::AverageRows(const AxisMap::Taps& taps) {
   const uint8_t* source =
       pixels_ + static_cast<size_t>(taps.first - rows_.FirstSource()) * rowBytes_;
+  const auto step = static_cast<ptrdiff_t>(rowBytes_);
+  for (int32_t i = 0; i < taps.count; ++i) PrefetchRowAhead(source + i * step, step, lineBytes_);
   if (taps.count == 1) return source;
   const uint16_t* const weights = &rows_.weights[taps.weights];
   if (taps.count == 2) {
-    AverageTwo(line_.data(), source, source + rowBytes_, lineBytes_, weights[0], weights[1]);
+    const uint8_t* const other = source + rowBytes_;
+    if (weights[0] == weights[1]) {
+      AverageEvenly(line_.data(), source, other, lineBytes_);
+    } else {
+      AverageTwo(line_.data(), source, other, lineBytes_, weights[0], weights[1]);
+    }
     return line_.data();
   }
   SetSums(sums_.data(), source, lineBytes_, weights[0]);
@@ -147,27 +193,33 @@ const uint8_t* Resampler::AverageRows(const AxisMap::Taps& taps) {
   return line_.data();
 }
 
-// Two channels at a time: a sum of weighted bytes fits 16 bits.
 void Resampler::AverageColumns(const uint8_t* line) {
-  constexpr uint32_t kEverySecond = 0x00FF00FF;
-  constexpr uint32_t kHalf = 0x00800080;
   uint8_t* target = target_.data();
+  if (halvesColumns_) {
+    HalveColumns(target, line, columns_.size());
+    return;
+  }
   for (const AxisMap::Taps& taps : columns_.taps) {
     const uint8_t* source = line + static_cast<size_t>(taps.first - columns_.FirstSource()) * 4;
     if (taps.count == 1) {
       memcpy(target, source, 4);
     } else {
+      constexpr uint32_t kHalf = 0x00800080;
       uint32_t even = kHalf;
       uint32_t odd = kHalf;
       const uint16_t* weight = columns_.weights.data() + taps.weights;
-      const auto add = [&](int32_t i) {
-        const uint32_t pixel = LoadWord(source + ptrdiff_t{4} * i);
-        even += (pixel & kEverySecond) * weight[i];
-        odd += (pixel >> 8 & kEverySecond) * weight[i];
-      };
-      add(0);
-      add(1);
-      for (int32_t i = 2; i < taps.count; ++i) add(i);
+      int32_t i = 0;
+      for (; i + 1 < taps.count; i += 2) {
+        const auto two = Load<uint64_t>(source + ptrdiff_t{4} * i);
+        const uint64_t weights = uint64_t{weight[i]} << 32 | weight[i + 1];
+        even += SumOfTwo(two & kEverySecondOfTwo, weights);
+        odd += SumOfTwo(two >> 8 & kEverySecondOfTwo, weights);
+      }
+      if (i < taps.count) {
+        const auto last = Load<uint32_t>(source + ptrdiff_t{4} * i);
+        even += (last & kEverySecond) * weight[i];
+        odd += (last >> 8 & kEverySecond) * weight[i];
+      }
       const uint32_t word = (even >> 8 & kEverySecond) | (odd & ~kEverySecond);
       memcpy(target, &word, 4);
     }

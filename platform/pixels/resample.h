@@ -37,6 +37,8 @@ struct AxisMap {
   size_t size() const { return taps.size(); }
   // Whether neighbours take neighbours: nothing is scaled.
   bool IsPlain() const;
+  // Whether each takes two pixels of its own, to equal shares.
+  bool Halves() const;
   int32_t FirstSource() const { return taps.front().first; }
   int32_t EndOfSource() const { return taps.back().first + taps.back().count; }
 
@@ -66,6 +68,7 @@ class Resampler {
 
   const AxisMap& columns_;
   const AxisMap& rows_;
+  bool halvesColumns_;
   const uint8_t* pixels_;
   size_t rowBytes_;
   size_t lineBytes_;             // of the source columns that are taken

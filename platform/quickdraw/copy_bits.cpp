@@ -3,6 +3,7 @@
 
 #include <QRV/Desktop.h>
 #include "platform/guarded.h"
+#include "platform/page_fetcher.h"
 #include "platform/pixels/resample.h"
 #include "platform/quickdraw/device.h"
 #include "platform/quickdraw/quickdraw.h"
@@ -10,8 +11,6 @@
 
 namespace qrv::quickdraw {
 namespace {
-
-constexpr size_t kScreenPixelBytes = 4;
 
 pixels::Span Horizontal(const Rect& rect) { return {rect.left, rect.right}; }
 pixels::Span Vertical(const Rect& rect) { return {rect.top, rect.bottom}; }
@@ -30,24 +29,19 @@ PendingCopy MapPixels(const desktop::Display& display, const Rect& from, const R
 
 void CopyUnscaled(const desktop::Frame& from, const OpaqueGrafPtr& world, uint8_t* target,
                   const PendingCopy& copy) {
-  const pixels::WorldLayout& layout = *world.layout;
-  size_t count = copy.columns.size();
-  size_t rowCount = copy.rows.size();
-  // Rows that touch in both are one long row.
-  if (count * kScreenPixelBytes == from.rowBytes &&
-      count * layout.bytesPerPixel == world.rowBytes) {
-    count *= std::exchange(rowCount, 1);
-  }
-  for (size_t row = 0; row < rowCount; ++row) {
-    layout.convert(from.pixels + row * from.rowBytes, target + row * world.rowBytes, count);
-  }
+  ConvertRows(world.layout->convert, {from.pixels, from.rowBytes}, {target, world.rowBytes},
+              world.layout->bytesPerPixel, copy.columns.size(), copy.rows.size());
 }
 
 void CopyScaled(const desktop::Frame& from, const OpaqueGrafPtr& world, uint8_t* target,
                 const PendingCopy& copy) {
   pixels::Resampler resampler(copy.columns, copy.rows, from.pixels, from.rowBytes);
+  const size_t rowBytes = copy.columns.size() * world.layout->bytesPerPixel;
+  PageFetcher pages(target, (copy.rows.size() - 1) * world.rowBytes + rowBytes);
   for (size_t row = 0; row < copy.rows.size(); ++row) {
-    world.layout->convert(resampler.Row(row), target + row * world.rowBytes, copy.columns.size());
+    uint8_t* const first = target + row * world.rowBytes;
+    pages.Reach(first + rowBytes);
+    world.layout->convert(resampler.Row(row), first, copy.columns.size());
   }
 }
 

@@ -5,11 +5,11 @@ namespace {
 
 int32_t Least(int32_t a, int32_t b) { return a < b ? a : b; }
 
-// True when each of the picture's rows from the writer's on, `width` pixels of it, begins where the
-// one above ends.
-bool RowsTouch(const PictureWriter& writer, int32_t width, int32_t rows) {
+// True when each of the picture's rows from `first` on, `width` pixels of it, begins where the one
+// above ends.
+bool RowsTouch(const PictureWriter& writer, int32_t first, int32_t width, int32_t rows) {
   const ptrdiff_t bytes = static_cast<ptrdiff_t>(width) * 4;
-  for (int32_t y = writer.row + 1; y < writer.row + rows; ++y) {
+  for (int32_t y = first + 1; y < first + rows; ++y) {
     if (writer.RowStart(y) - writer.RowStart(y - 1) != bytes) return false;
   }
   return true;
@@ -26,15 +26,15 @@ void WriteRows(PictureWriter& writer, const SourceRows& source, int32_t x, int32
   const auto pixels = static_cast<size_t>(width);
   const auto sourceRow = static_cast<ptrdiff_t>(pixels * BytesPerPixel(source.layout));
   const ptrdiff_t left = static_cast<ptrdiff_t>(x) * writer.bytesPerPixel;
-  writer.MoveToRow(y);
-  if (source.step == sourceRow && RowsTouch(writer, width, height)) {
-    kernel(source.top, writer.cursor + left, pixels * static_cast<size_t>(height));
+  if (source.step == sourceRow && RowsTouch(writer, y, width, height)) {
+    kernel(source.top, writer.RowStart(y) + left, pixels * static_cast<size_t>(height));
     return;
   }
-  const uint8_t* row = source.top;
-  for (int32_t r = 0; r < height; ++r, row += source.step) {
-    kernel(row, writer.cursor + left, pixels);
-    writer.NextRow();
+  // In the order in which the source lies in memory: the processor fetches ahead of what is read,
+  // and what is written can wait.
+  for (int32_t i = 0; i < height; ++i) {
+    const int32_t r = source.step < 0 ? height - 1 - i : i;
+    kernel(source.top + r * source.step, writer.RowStart(y + r) + left, pixels);
   }
 }
 
@@ -45,8 +45,8 @@ void WriteRowsWithMask(PictureWriter& colour, PictureWriter& mask, const SourceR
   if (kernel == nullptr || width < 1 || height < 1) return;
 
   const auto pixels = static_cast<size_t>(width);
-  if (source.step == static_cast<ptrdiff_t>(pixels * 4) && RowsTouch(colour, width, height) &&
-      RowsTouch(mask, width, height)) {
+  if (source.step == static_cast<ptrdiff_t>(pixels * 4) && RowsTouch(colour, colour.row, width, height) &&
+      RowsTouch(mask, mask.row, width, height)) {
     kernel(source.top, colour.cursor, mask.cursor, pixels * static_cast<size_t>(height));
     return;
   }

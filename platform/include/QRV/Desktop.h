@@ -150,14 +150,16 @@ namespace qrv {
 // The size of a large page, and where it begins is a multiple of it.
 inline constexpr size_t kLargePageBytes = size_t{2} << 20;
 
-// Has the system hand out the whole large pages of memory that is about to be written: that is most
-// of the cost of a picture that is written once. They are large pages indeed, unless the system is
-// slow to find those: a virtual machine that has given its free memory back to its host fetches
-// each of them anew, and has ordinary ones ten times as fast. Changes neither the content nor
-// errno; where it can't be done, the pages come as the memory is written. In any thread.
+// Has the system hand out the pages of memory that is about to be written: that is most of the cost
+// of a picture that is written once. Where the memory has whole large pages, it gets large ones,
+// unless the system is slow to find those: a virtual machine that has given its free memory back to
+// its host fetches each of them anew, and has ordinary ones ten times as fast. Memory that has
+// ordinary ones already gets large ones when the system comes round to it. Changes neither the
+// content nor errno; where it can't be done, the pages come as the memory is written. In any
+// thread.
 void FetchPages(void* memory, size_t size) noexcept;
 
-// Has them be large pages when they come, unless those were slow to find lately.
+// Has its whole large pages be such when they come, unless those were slow to find lately.
 void PreferLargePages(void* memory, size_t size) noexcept;
 
 // Whether the file is a library for this process with all of its segments: mapping one that was cut

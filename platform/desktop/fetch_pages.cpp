@@ -1,3 +1,5 @@
+#include "platform/desktop/large_pages.h"
+
 #include <QRV/Desktop.h>
 #include <sys/mman.h>
 
@@ -9,7 +11,7 @@
 namespace qrv {
 namespace {
 
-using Clock = std::chrono::steady_clock;
+using desktop::Clock;
 
 // Zeroing a large page takes a fraction of kAtHand, the ordinary ones in its place less than
 // kNoFaster; fetching either from a virtual machine's host takes several times that.
@@ -21,14 +23,14 @@ constexpr std::chrono::milliseconds kRemembered{500};
 std::atomic<Clock::time_point> avoidedUntil{Clock::time_point{}};
 std::atomic<Clock::time_point> toleratedUntil{Clock::time_point{}};
 
-// What it took to fetch one, or the ordinary ones in its place.
-void Learn(bool isLarge, Clock::time_point begin, Clock::time_point end) {
-  if (isLarge && end - begin > kAtHand && end >= toleratedUntil.load()) {
-    avoidedUntil = end + kRemembered;
-  } else if (!isLarge && end - begin > kNoFaster) {
-    avoidedUntil = Clock::time_point{};
-    toleratedUntil = end + kRemembered;
-  }
+// Large pages. A single one may have been slow because another thread had the processor.
+std::atomic<int> slowInARow = 0;
+
+void LearnOrdinaryPages(Clock::time_point begin) {
+  const Clock::time_point end = Clock::now();
+  if (end - begin <= kNoFaster) return;
+  avoidedUntil = Clock::time_point{};
+  toleratedUntil = end + kRemembered;
 }
 
 constexpr size_t kPageBytes = 4096;
@@ -62,6 +64,17 @@ bool HasPages(uintptr_t start, size_t size) {
 
 }  // namespace
 
+bool desktop::LargePagesAreAtHand() { return Clock::now() >= avoidedUntil.load(); }
+
+void desktop::LearnLargePage(Clock::time_point begin) {
+  const Clock::time_point end = Clock::now();
+  if (end - begin <= kAtHand || end < toleratedUntil.load()) {
+    slowInARow = 0;
+  } else if (++slowInARow > 1) {
+    avoidedUntil = end + kRemembered;
+  }
+}
+
 void FetchPages(void* memory, size_t size) noexcept {
   ForEachLargePage(memory, size, [](uintptr_t start, size_t bytes) {
     const bool isWhole = bytes == kLargePageBytes;
@@ -70,16 +83,20 @@ void FetchPages(void* memory, size_t size) noexcept {
       return !isWhole || Advise(start, bytes, MADV_HUGEPAGE);
     }
     const Clock::time_point begin = Clock::now();
-    const bool isLarge = isWhole && begin >= avoidedUntil.load();
+    const bool isLarge = isWhole && desktop::LargePagesAreAtHand();
     if (isLarge) Advise(start, bytes, MADV_HUGEPAGE);
     const bool isDone = Advise(start, bytes, MADV_POPULATE_WRITE);
-    Learn(isLarge, begin, Clock::now());
+    if (isLarge) {
+      desktop::LearnLargePage(begin);
+    } else {
+      LearnOrdinaryPages(begin);
+    }
     return isDone;
   });
 }
 
 void PreferLargePages(void* memory, size_t size) noexcept {
-  if (Clock::now() < avoidedUntil.load()) return;
+  if (!desktop::LargePagesAreAtHand()) return;
   ForEachLargePage(memory, size, [](uintptr_t start, size_t bytes) {
     return bytes < kLargePageBytes || Advise(start, bytes, MADV_HUGEPAGE);
   });

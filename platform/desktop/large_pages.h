@@ -1,0 +1,17 @@
+// What this process has seen of the system's large pages.
+#ifndef PLATFORM_DESKTOP_LARGE_PAGES_H_
+#define PLATFORM_DESKTOP_LARGE_PAGES_H_
+
+#include "platform/desktop/waiting.h"
+
+namespace qrv::desktop {
+
+// False for a while after one was slow to get, unless ordinary ones in its place were no faster.
+bool LargePagesAreAtHand();
+
+// To be told, once one was asked for, when that was.
+void LearnLargePage(Clock::time_point begin);
+
+}  // namespace qrv::desktop
+
+#endif  // PLATFORM_DESKTOP_LARGE_PAGES_H_

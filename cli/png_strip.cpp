@@ -122,7 +122,7 @@ Bytes DeflateSmall(const FilteredRows& rows, int level, Filter filter, bool isLa
 Bytes DeflateFast(const FilteredRows& rows, bool isLast) {
   constexpr size_t kLeastBytes = 4096;
   const auto tables = std::make_unique_for_overwrite<uint8_t[]>(ISAL_DEF_LVL1_DEFAULT);
-  const auto stream = std::make_unique<isal_zstream>();
+  const auto stream = std::make_unique_for_overwrite<isal_zstream>();
   isal_deflate_init(stream.get());
   stream->level = 1;
   stream->level_buf = tables.get();

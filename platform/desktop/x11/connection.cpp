@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <pthread.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -14,6 +15,7 @@
 #include <condition_variable>
 #include <mutex>
 #include <optional>
+#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -22,8 +24,8 @@
 namespace qrv::desktop {
 namespace {
 
-// xcb waits without limit while it sets up a connection and while it reads a reply of more than one
-// packet. The watchdog ends such a wait.
+// xcb waits without limit while it reads a reply of more than one packet. The watchdog ends such a
+// wait.
 //
 // A thread that shuts the socket down at the deadline, unless the watchdog is destroyed before:
 // whoever waits for the socket then sees the connection end. The thread runs none of the process's
@@ -116,24 +118,40 @@ bool HasWholeReply(int socket, unsigned sequence) {
 
 // Gives xcb, at the other end of a pair of sockets, the server's answer to its greeting, once it
 // has greeted: xcb takes what comes before for something else.
+//
+// The thread allocates nothing: the first time that one does, malloc makes it a heap of its own,
+// which takes as long as all of this.
 class Answerer {
  public:
-  Answerer(int end, const std::string& answer, Deadline deadline) {
+  // Throws std::system_error when there is no thread to be had.
+  Answerer(int end, const std::string& answer, Deadline deadline)
+      : end_(end), answer_(answer), deadline_(deadline) {
     const AllSignalsBlocked blocked;
-    thread_ = std::thread([end, &answer, deadline] {
-      const bool isGreeted = WaitFor(end, POLLIN, deadline);
-      if (!isGreeted || send(end, answer.data(), answer.size(), MSG_DONTWAIT | MSG_NOSIGNAL) !=
-                            static_cast<ssize_t>(answer.size())) {
-        shutdown(end, SHUT_RDWR);
-      }
-    });
+    const int error = pthread_create(&thread_, nullptr, Run, this);
+    if (error != 0) throw std::system_error(error, std::generic_category());
   }
   Answerer(const Answerer&) = delete;
   Answerer& operator=(const Answerer&) = delete;
-  ~Answerer() { thread_.join(); }
+  ~Answerer() { pthread_join(thread_, nullptr); }
 
  private:
-  std::thread thread_;
+  static void* Run(void* answerer) {
+    static_cast<const Answerer*>(answerer)->Answer();
+    return nullptr;
+  }
+
+  void Answer() const {
+    const bool isGreeted = WaitFor(end_, POLLIN, deadline_);
+    if (!isGreeted || send(end_, answer_.data(), answer_.size(), MSG_DONTWAIT | MSG_NOSIGNAL) !=
+                          static_cast<ssize_t>(answer_.size())) {
+      shutdown(end_, SHUT_RDWR);
+    }
+  }
+
+  int end_;
+  const std::string& answer_;
+  Deadline deadline_;
+  pthread_t thread_ = {};
 };
 
 // A connection of xcb's over a socket on which the server has given that answer already: xcb is set
@@ -203,8 +221,7 @@ bool Connection::SetUp(UniqueFd socket, const std::string& answer, int screenNum
     problem = "the X server's pixel format is not supported";
     return false;
   }
-  Watchdog watchdog(socket_.get(), deadline);
-  return FindExtensions() && !watchdog.HasBitten() && !isLost();
+  return FindExtensions() && !isLost();
 }
 
 // What xcb holds goes with it, unless its descriptor's number is another file's by now: xcb would
@@ -243,6 +260,10 @@ bool Connection::FindScreen(int number) {
 bool Connection::FindExtensions() {
   xcb_prefetch_extension_data(xcb_, &xcb_randr_id);
   xcb_prefetch_extension_data(xcb_, &xcb_shm_id);
+  // xcb waits for those without limit, but no longer once a later reply is there.
+  const auto later =
+      AwaitShort<xcb_get_input_focus_reply_t>(xcb_get_input_focus(xcb_).sequence);
+  if (!later) return false;
   const xcb_query_extension_reply_t* const randr = xcb_get_extension_data(xcb_, &xcb_randr_id);
   const xcb_query_extension_reply_t* const shm = xcb_get_extension_data(xcb_, &xcb_shm_id);
   if (randr == nullptr || shm == nullptr) return false;

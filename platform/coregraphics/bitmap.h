@@ -39,7 +39,8 @@ struct CGImage {
   size_t bytesPerRow;
   qrv::coregraphics::PixelLayout layout;
   CGColorSpaceRef colorSpace;  // null when the image has none
-  std::shared_ptr<const qrv::coregraphics::DisplayPart> toCapture = nullptr;
+  std::shared_ptr<qrv::coregraphics::DisplayPart> toCapture = nullptr;
+  bool isUnderWay = false;  // the desktop is at it already
 };
 
 namespace qrv::coregraphics {
@@ -55,11 +56,16 @@ inline CGImage ImageOf(const desktop::Frame& frame) {
           CGColorSpaceCreateDeviceRGB()};
 }
 
+// What shows the part as it is now, in that many pixels: captured, or with its capture under way.
+// Null when it can't be had. Throws std::bad_alloc.
+CGImage* ImageOf(std::shared_ptr<DisplayPart> part, size_t width, size_t height);
+
 // An image that was drawn before it was captured. `area` is where all of it goes, in pixels from
 // the context's top-left corner.
 struct PendingDraw {
-  std::shared_ptr<const DisplayPart> part;
+  std::shared_ptr<DisplayPart> part;
   Edges area;
+  bool isUnderWay;
 };
 
 // What a context begins with. A host that hands out something else for one is refused.
@@ -83,6 +89,7 @@ struct CGContext {
   qrv::coregraphics::PixelLayout layout;
   CGColorSpaceRef colorSpace;
   std::vector<qrv::coregraphics::PendingDraw> pending = {};  // in order; drawn before all else
+  bool isIncomplete = false;  // an image whose capture was under way could not be had
 };
 
 namespace qrv::coregraphics {

@@ -36,9 +36,9 @@ bool SizesAreUsable(size_t width, size_t height, size_t bytesPerRow) {
          bytesPerRow <= PTRDIFF_MAX / height;
 }
 
-// When all that was drawn is one part of a display that fills the context: that part as it was
-// captured, which saves a copy. Else null.
-CGImageRef CaptureAsImage(CGContext& context) {
+// When all that was drawn is one part of a display that fills the context: that part, which saves a
+// copy. Else null.
+CGImageRef PartAsImage(CGContext& context) {
   if (context.pixels != nullptr || context.pending.size() != 1) return nullptr;
   const qrv::coregraphics::Edges& area = context.pending.front().area;
   if (area.left != 0 || area.top != 0 || area.right != static_cast<double>(context.width) ||
@@ -47,10 +47,10 @@ CGImageRef CaptureAsImage(CGContext& context) {
   }
   CGImageRef image = nullptr;
   qrv::Guarded([&] {
-    const qrv::desktop::Frame frame = context.pending.front().part->Capture();
+    const auto part = context.pending.front().part;
     context.pending.clear();
-    context.hasImage = static_cast<bool>(frame);
-    if (frame) image = new CGImage(qrv::coregraphics::ImageOf(frame));
+    image = qrv::coregraphics::ImageOf(part, context.width, context.height);
+    context.hasImage = image != nullptr;
   });
   return image;
 }
@@ -94,7 +94,7 @@ void CGContextRelease(CGContextRef context) { delete context; }
 void* CGBitmapContextGetData(CGContextRef context) {
   if (!IsContext(context)) return nullptr;
   qrv::coregraphics::DrawPending(*context);
-  return HasMemory(*context) ? context->pixels : nullptr;
+  return HasMemory(*context) && !context->isIncomplete ? context->pixels : nullptr;
 }
 
 size_t CGBitmapContextGetBitsPerPixel(CGContextRef context) { return IsContext(context) ? 32 : 0; }
@@ -118,9 +118,11 @@ CGImageAlphaInfo CGBitmapContextGetAlphaInfo(CGContextRef context) {
 // There is no image while a part that was to be drawn is missing.
 CGImageRef CGBitmapContextCreateImage(CGContextRef context) {
   if (!IsContext(context) || !context->isOwn || context->hasImage) return nullptr;
-  if (CGImageRef image = CaptureAsImage(*context)) return image;
+  if (CGImageRef image = PartAsImage(*context)) return image;
   qrv::coregraphics::DrawPending(*context);
-  if (!HasMemory(*context) || qrv::desktop::HasLostPixels()) return nullptr;
+  if (!HasMemory(*context) || context->isIncomplete || qrv::desktop::HasLostPixels()) {
+    return nullptr;
+  }
   context->hasImage = true;
   return qrv::Guarded<CGImageRef>(nullptr, [=] {
     return new CGImage{std::move(context->owner),

@@ -31,13 +31,30 @@ DisplayPart::DisplayPart(const Display& display, const PixelRect& units)
                             {0, units.height})),
       share_{display, desktop::SourceOf(columns_, rows_)} {}
 
-desktop::Frame DisplayPart::Capture() const {
+desktop::Frame DisplayPart::Capture() {
+  if (frame_) return frame_;
   const desktop::Frame dense =
       desktop::Capture(share_.display, share_.part, desktop::Strategy::kDisplayImage);
   if (!dense) return {};
-  desktop::Frame frame = desktop::Resampled(dense, columns_, rows_);
-  if (!frame) throw std::bad_alloc();
-  return frame;
+  frame_ = desktop::Resampled(dense, columns_, rows_);
+  if (!frame_) throw std::bad_alloc();
+  return frame_;
+}
+
+CGImage* ImageOf(std::shared_ptr<DisplayPart> part, size_t width, size_t height) {
+  const bool isUnderWay = desktop::ExpectCaptures({&part->share(), 1});
+  const desktop::Frame frame = isUnderWay ? desktop::Frame{} : part->Capture();
+  if (frame) return new CGImage(ImageOf(frame));
+  if (!isUnderWay) return nullptr;
+  return new CGImage{.owner = nullptr,
+                     .pixels = nullptr,
+                     .width = width,
+                     .height = height,
+                     .bytesPerRow = 0,
+                     .layout = kDesktopLayout,
+                     .colorSpace = CGColorSpaceCreateDeviceRGB(),
+                     .toCapture = std::move(part),
+                     .isUnderWay = true};
 }
 
 }  // namespace qrv::coregraphics
@@ -66,10 +83,9 @@ CGImageRef CGDisplayCreateImage(CGDirectDisplayID displayID) {
   qrv::Guarded([&] {
     const std::optional<Display> display = qrv::desktop::FindDisplay(displayID);
     if (!display) return;
-    const qrv::desktop::Frame frame =
-        qrv::desktop::Capture(*display, {0, 0, display->pixelWidth, display->pixelHeight},
-                              qrv::desktop::Strategy::kDisplayImage);
-    if (frame) image = new CGImage(qrv::coregraphics::ImageOf(frame));
+    image = qrv::coregraphics::ImageOf(std::make_shared<DisplayPart>(*display),
+                                       static_cast<size_t>(display->pixelWidth),
+                                       static_cast<size_t>(display->pixelHeight));
   });
   return image;
 }
@@ -82,7 +98,7 @@ CGImageRef CGDisplayCreateImageForRect(CGDirectDisplayID displayID, CGRect rect)
     const std::optional<PixelRect> units = TouchedUnits(*display, rect);
     if (!units) return;
     CGImage shown = qrv::coregraphics::ImageOf({{}, nullptr, units->width, units->height});
-    shown.toCapture = std::make_shared<const DisplayPart>(*display, *units);
+    shown.toCapture = std::make_shared<DisplayPart>(*display, *units);
     image = new CGImage(std::move(shown));
   });
   return image;

@@ -1,5 +1,6 @@
-// A part of a display that an image shows: captured when the image is drawn, so that the parts of
-// several displays that are drawn into one bitmap can be under way at once.
+// A part of a display that an image shows: captured when the image is drawn first, so that the
+// parts of several displays that are drawn into one bitmap can be under way at once, and whoever
+// draws the image has its memory ready meanwhile.
 #ifndef PLATFORM_COREGRAPHICS_DISPLAY_PART_H_
 #define PLATFORM_COREGRAPHICS_DISPLAY_PART_H_
 
@@ -15,16 +16,22 @@ class DisplayPart {
   // averaged from those that the display has for it. Throws std::bad_alloc.
   DisplayPart(const desktop::Display& display, const desktop::PixelRect& units);
 
+  // All of the display, in its own pixels.
+  explicit DisplayPart(const desktop::Display& display)
+      : share_{display, {0, 0, display.pixelWidth, display.pixelHeight}} {}
+
   // The display's own pixels.
   const desktop::Share& share() const { return share_; }
 
-  // Empty when they can't be had. Throws std::bad_alloc.
-  desktop::Frame Capture() const;
+  // The same ones each time. Empty when they can't be had. Throws std::bad_alloc.
+  desktop::Frame Capture();
 
  private:
+  // Both are empty where nothing is scaled.
   pixels::AxisMap columns_;
   pixels::AxisMap rows_;
   desktop::Share share_;
+  desktop::Frame frame_;  // once captured
 };
 
 }  // namespace qrv::coregraphics

@@ -79,16 +79,26 @@ void qrv::coregraphics::DrawPending(CGContext& context) noexcept {
   if (context.pending.empty()) return;
   const std::vector<PendingDraw> draws = std::exchange(context.pending, {});
   if (!HasMemory(context)) return;
+  const auto isUnderWay = [](const PendingDraw& draw) { return draw.isUnderWay; };
+  bool isMissing = std::any_of(draws.begin(), draws.end(), isUnderWay);
   Guarded([&] {
     std::vector<desktop::Share> shares;
     shares.reserve(draws.size());
-    for (const PendingDraw& each : draws) shares.push_back(each.part->share());
-    desktop::ExpectCaptures(shares);
+    for (const PendingDraw& each : draws) {
+      if (!each.isUnderWay) shares.push_back(each.part->share());
+    }
+    if (shares.empty() || desktop::ExpectCaptures(shares)) {
+      FetchPages(context.pixels, context.height * context.bytesPerRow);
+    }
+    bool isMissed = false;
     for (const PendingDraw& each : draws) {
       const desktop::Frame frame = each.part->Capture();
       if (frame) CopyPixels(ImageOf(frame), each.area, CoveredPixels(context, each.area), context);
+      isMissed = isMissed || (!frame && each.isUnderWay);
     }
+    isMissing = isMissed;
   });
+  context.isIncomplete = context.isIncomplete || isMissing;
 }
 
 void CGContextDrawImage(CGContextRef context, CGRect rect, CGImageRef image) {
@@ -102,7 +112,12 @@ void CGContextDrawImage(CGContextRef context, CGRect rect, CGImageRef image) {
     return;
   }
   if (image->toCapture) {
-    qrv::Guarded([&] { context->pending.push_back({image->toCapture, *area}); });
+    bool isPending = false;
+    qrv::Guarded([&] {
+      context->pending.push_back({image->toCapture, *area, image->isUnderWay});
+      isPending = true;
+    });
+    if (!isPending && image->isUnderWay) context->isIncomplete = true;
     // The caller may look at its own memory at any time.
     if (!context->isOwn) DrawPending(*context);
     return;

@@ -27,9 +27,9 @@ class Desktop {
   // time, refuses, or there is no memory.
   virtual Frame Capture(const Display& display, const PixelRect& part, bool& isGone) = 0;
 
-  // All of these parts of displays are captured next, unless the list is made anew before. Throws
-  // nothing but std::bad_alloc.
-  virtual void Expect(std::span<const Share>) {}
+  // All of these parts of displays are captured next, unless the list is made anew before. True
+  // when each is under way: its pixels are as they are now. Throws nothing but std::bad_alloc.
+  virtual bool Expect(std::span<const Share>) { return false; }
 
   // What a person calls it: "X11 :0", "the virtual desktop". Lives as long as the desktop.
   virtual const char* Name() const = 0;

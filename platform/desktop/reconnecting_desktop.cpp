@@ -38,6 +38,10 @@ Frame ReconnectingDesktop::Capture(const Display& display, const PixelRect& part
   return frame;
 }
 
+bool ReconnectingDesktop::Expect(std::span<const Share> shares) {
+  return Call([this] { return IsConnected(); }, [&](Link& link) { return link.Expect(shares); });
+}
+
 // Runs an operation on a live connection. A connection that is lost meanwhile is closed, and the
 // next list opens another; so is one that an exception left in the middle of its replies.
 template <typename Connector, typename Operation>

@@ -38,7 +38,7 @@ class Link {
   virtual bool ListDisplays(std::vector<Display>& displays, std::string& problem) = 0;
   virtual Frame Capture(uint32_t displayId, const PixelRect& part, bool& isGone,
                         std::string& problem) = 0;
-  virtual void Expect(std::span<const Share>) {}
+  virtual bool Expect(std::span<const Share>) = 0;
   virtual const char* Note() const { return ""; }
   virtual const char* Way() const = 0;
 
@@ -63,9 +63,7 @@ class ReconnectingDesktop : public Desktop {
 
   bool ListDisplays(std::vector<Display>& displays) override;
   Frame Capture(const Display& display, const PixelRect& part, bool& isGone) override;
-  void Expect(std::span<const Share> shares) override {
-    if (link_) link_->Expect(shares);
-  }
+  bool Expect(std::span<const Share> shares) override;
   const char* Name() const override { return name_.c_str(); }
   const char* Problem() const override { return problem_.c_str(); }
   const char* Note() const override { return link_ ? link_->Note() : ""; }

@@ -24,8 +24,8 @@ class Session {
   const std::vector<Display>* Latest() { return isListed_ ? &displays_ : Refresh(); }
   std::optional<Display> Find(uint32_t id);
   Frame Capture(const Display& display, const PixelRect& part, Strategy strategy);
-  void Expect(std::span<const Share> shares) {
-    if (desktop_) desktop_->Expect(shares);
+  bool Expect(std::span<const Share> shares) {
+    return desktop_ && held_.empty() && desktop_->Expect(shares);
   }
   bool Hold(const Display& display);
   void Release(uint32_t id);
@@ -196,8 +196,8 @@ Frame Capture(const Display& display, const PixelRect& part, Strategy strategy) 
   return Guarded([&] { return TheSession()->Capture(display, part, strategy); });
 }
 
-void ExpectCaptures(std::span<const Share> shares) noexcept {
-  Guarded([&] { TheSession()->Expect(shares); });
+bool ExpectCaptures(std::span<const Share> shares) noexcept {
+  return Guarded([&] { return TheSession()->Expect(shares); });
 }
 
 bool HoldPixels(const Display& display) noexcept {

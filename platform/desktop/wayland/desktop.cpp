@@ -31,7 +31,7 @@ class WaylandLink : public Link {
   const char* Way() const override { return source_ ? source_->Name() : ""; }
 
   bool ListDisplays(std::vector<Display>& displays, std::string& problem) override;
-  void Expect(std::span<const Share> shares) override;
+  bool Expect(std::span<const Share> shares) override;
   Frame Capture(uint32_t displayId, const PixelRect& part, bool& isGone,
                 std::string& problem) override;
 
@@ -74,13 +74,14 @@ const PlacedOutput* WaylandLink::Find(uint32_t displayId) const {
   return found == outputs_.end() ? nullptr : &*found;
 }
 
-void WaylandLink::Expect(std::span<const Share> shares) {
+bool WaylandLink::Expect(std::span<const Share> shares) {
   expected_.clear();
   for (const Share& each : shares) {
     if (const PlacedOutput* const output = Find(each.display.id)) {
       expected_.push_back({*output, each.part});
     }
   }
+  return false;
 }
 
 // Frames that were captured together are taken one by one.

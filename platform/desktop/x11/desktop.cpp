@@ -37,13 +37,19 @@ class X11Link : public Link {
     return true;
   }
 
+  bool Expect(std::span<const Share> shares) override;
   Frame Capture(uint32_t displayId, const PixelRect& part, bool& isGone,
                 std::string& problem) override;
 
  private:
   bool List() {
+    pixels_.GiveUpBegun();
     displays_ = QueryDisplays(*connection_, displays_);
     return !displays_.empty();
+  }
+  // Of the root window.
+  static PixelRect Place(const PixelRect& area, const PixelRect& part) {
+    return {area.x + part.x, area.y + part.y, part.width, part.height};
   }
   // Empty when there is no such display.
   PixelRect AreaOf(uint32_t displayId) const;
@@ -60,11 +66,18 @@ PixelRect X11Link::AreaOf(uint32_t displayId) const {
   return found == displays_.end() ? PixelRect{} : found->area;
 }
 
+bool X11Link::Expect(std::span<const Share> shares) {
+  return std::all_of(shares.begin(), shares.end(), [this](const Share& each) {
+    const PixelRect area = AreaOf(each.display.id);
+    return Contains(area.width, area.height, each.part) && pixels_.Begin(Place(area, each.part));
+  });
+}
+
 Frame X11Link::Capture(uint32_t displayId, const PixelRect& part, bool& isGone,
                        std::string& problem) {
   const PixelRect area = AreaOf(displayId);
   if (Contains(area.width, area.height, part)) {
-    Frame frame = pixels_.Fetch({area.x + part.x, area.y + part.y, part.width, part.height});
+    Frame frame = pixels_.Fetch(Place(area, part));
     if (frame) return frame;
     problem = pixels_.problem();
     // A server refuses what lies outside of its screen, which may have shrunk since the list.

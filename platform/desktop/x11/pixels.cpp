@@ -26,32 +26,78 @@ PixelFetcher::PixelFetcher(Connection& connection)
 Frame PixelFetcher::Fetch(const PixelRect& part) {
   problem_ = "the X server refuses to give the pixels";
   note_[0] = '\0';
+  const auto found = FindBegun(part);
+  if (found != begun_.end()) {
+    const Begun begun = *found;
+    begun_.erase(found);
+    return FetchShared(begun, 0);
+  }
   if (connection_.hasSegments()) {
-    const uint64_t bytes = uint64_t{ImageRowBytes(connection_.format().pixels, part.width)} *
-                           static_cast<uint32_t>(part.height);
-    const char* refusal = "";
-    if (const auto segment = segments_.Acquire(bytes, refusal)) return FetchShared(part, segment);
-    std::snprintf(note_, sizeof note_,
-                  "%s, so the pixels come over the connection, which is slower", refusal);
+    if (const auto segment = AcquireSegment(part)) {
+      const unsigned colors = RequestColors();
+      return FetchShared({part, segment, RequestShared(part, *segment)}, colors);
+    }
   }
   return connection_.isLost() ? Frame{} : FetchInStrips(part);
 }
 
-Frame PixelFetcher::FetchShared(const PixelRect& part, const std::shared_ptr<Segment>& segment) {
-  const unsigned colors = RequestColors();
-  const auto cookie = xcb_shm_get_image(
-      connection_.get(), connection_.screen().root, static_cast<int16_t>(part.x),
-      static_cast<int16_t>(part.y), static_cast<uint16_t>(part.width),
-      static_cast<uint16_t>(part.height), kAllPlanes, XCB_IMAGE_FORMAT_Z_PIXMAP, segment->id(), 0);
+bool PixelFetcher::Begin(const PixelRect& part) {
+  if (!connection_.hasSegments() || !isFrameFormat_) return false;
+  GiveUp(FindBegun(part));
+  const auto segment = AcquireSegment(part);
+  if (!segment) return false;
+  begun_.push_back({part, segment, RequestShared(part, *segment)});
+  xcb_flush(connection_.get());
+  return true;
+}
+
+void PixelFetcher::GiveUpBegun() {
+  while (!begun_.empty()) GiveUp(begun_.begin());
+}
+
+// The segment may be another capture's at once: the server does what it is asked in order.
+void PixelFetcher::GiveUp(std::vector<Begun>::iterator begun) {
+  if (begun == begun_.end()) return;
+  xcb_discard_reply(connection_.get(), begun->sequence);
+  begun_.erase(begun);
+}
+
+std::vector<PixelFetcher::Begun>::iterator PixelFetcher::FindBegun(const PixelRect& part) {
+  return std::find_if(begun_.begin(), begun_.end(),
+                      [&](const Begun& each) { return each.part == part; });
+}
+
+std::shared_ptr<Segment> PixelFetcher::AcquireSegment(const PixelRect& part) {
+  const uint64_t bytes = uint64_t{ImageRowBytes(connection_.format().pixels, part.width)} *
+                         static_cast<uint32_t>(part.height);
+  const char* refusal = "";
+  auto segment = segments_.Acquire(bytes, refusal);
+  if (!segment) {
+    std::snprintf(note_, sizeof note_,
+                  "%s, so the pixels come over the connection, which is slower", refusal);
+  }
+  return segment;
+}
+
+unsigned PixelFetcher::RequestShared(const PixelRect& part, const Segment& segment) {
+  return xcb_shm_get_image(connection_.get(), connection_.screen().root,
+                           static_cast<int16_t>(part.x), static_cast<int16_t>(part.y),
+                           static_cast<uint16_t>(part.width), static_cast<uint16_t>(part.height),
+                           kAllPlanes, XCB_IMAGE_FORMAT_Z_PIXMAP, segment.id(), 0)
+      .sequence;
+}
+
+Frame PixelFetcher::FetchShared(const Begun& begun, unsigned colors) {
   const bool hasColors = TakeColors(colors);
-  const auto image = connection_.AwaitShort<xcb_shm_get_image_reply_t>(cookie.sequence);
+  const auto image = connection_.AwaitShort<xcb_shm_get_image_reply_t>(begun.sequence);
   if (!image || !hasColors) return {};
+  const PixelRect& part = begun.part;
   if (isFrameFormat_) {
-    return {segment, segment->memory(), part.width, part.height,
+    return {begun.segment, begun.segment->memory(), part.width, part.height,
             ImageRowBytes(connection_.format().pixels, part.width)};
   }
   Frame frame = MakeFrame(part);
-  if (frame) CopyRows(segment->memory(), part.height, frame, 0);
+  if (frame) CopyRows(begun.segment->memory(), part.height, frame, 0);
   return frame;
 }
 

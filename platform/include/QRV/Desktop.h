@@ -95,8 +95,9 @@ std::optional<Display> FindDisplay(uint32_t id) noexcept;
 Frame Capture(const Display& display, const PixelRect& part, Strategy strategy) noexcept;
 
 // Tells that all of these parts are captured next, so that a desktop may have them under way at
-// once. Each part lies within its display's pixels.
-void ExpectCaptures(std::span<const Share> shares) noexcept;
+// once. Each part lies within its display's pixels. True when they are under way: as they are now,
+// while the caller does something else.
+bool ExpectCaptures(std::span<const Share> shares) noexcept;
 
 // Captures the whole display ahead of the captures of its parts, for callers that can't fail by
 // then. False when pixels are lost. Held until they are released, and until the next refresh.

@@ -133,6 +133,30 @@ TEST(X11Desktop, LeavesAHeldFrameUnchangedWhateverBecomesOfTheServer) {
   EXPECT_EQ(screen.CountWrongPixels(held), 0);
 }
 
+TEST(X11Desktop, ShowsAnExpectedDisplayAsItWasThenAndOnce) {
+  Screen screen;
+  const auto expect = [&](uint32_t seed) {
+    screen.Fill(seed);
+    const Display& display = screen.displays.at(0);
+    const Share whole = {display, {0, 0, display.pixelWidth, display.pixelHeight}};
+    EXPECT_TRUE(screen.desktop->Expect({&whole, 1}));
+  };
+  const auto countWrong = [&] { return screen.CountWrongPixels(screen.CaptureWhole()); };
+  ASSERT_EQ(screen.List(), 1U);
+  expect(1);
+  expect(2);  // in its place
+  const testing::RgbImage then = screen.seen;
+  screen.Fill(3);
+  const testing::RgbImage now = std::exchange(screen.seen, then);
+  EXPECT_EQ(countWrong(), 0);
+  screen.seen = now;
+  EXPECT_EQ(countWrong(), 0);
+  expect(4);
+  screen.Fill(5);
+  ASSERT_EQ(screen.List(), 1U);  // what was expected before is not any more
+  EXPECT_EQ(countWrong(), 0);
+}
+
 // The server stops while it delivers a large image, after a quarter, half and three quarters of
 // the time that this takes. A stop that comes late lets the capture end; not every one does.
 TEST(X11Desktop, FailsInTimeWhenItsServerStopsInTheMiddle) {

@@ -128,14 +128,14 @@ void RegisterScaling(const std::string& name, double times) {
     return MapAxis({{0, pixels}, static_cast<int32_t>(pixels)}, {0, pixels}, {0, scaled},
                    {0, scaled});
   };
-  Register(name, [columns = map(kWidth), rows = map(kHeight)](const uint8_t* from, uint8_t* to,
-                                                              size_t) {
-    qrv::pixels::Resampler resampler(columns, rows, from, kWidth * 4);
-    const size_t rowBytes = columns.size() * 4;
-    for (size_t y = 0; y < rows.size(); ++y) {
-      memcpy(to + y * rowBytes, resampler.Row(y), rowBytes);
-    }
-  });
+  Register(name,
+           [columns = map(kWidth), rows = map(kHeight)](const uint8_t* from, uint8_t* to, size_t) {
+             qrv::pixels::Resampler resampler(columns, rows, from, kWidth * 4);
+             const size_t rowBytes = columns.size() * 4;
+             for (size_t y = 0; y < rows.size(); ++y) {
+               memcpy(to + y * rowBytes, resampler.Row(y), rowBytes);
+             }
+           });
 }
 
 void RegisterPlatformKernels() {

@@ -1,5 +1,6 @@
 #include "plugin/picture/row_kernels.h"
 
+#include <algorithm>
 #include <random>
 
 #include <gtest/gtest.h>
@@ -59,6 +60,27 @@ TEST(RowKernel, StoresWhatTheEditorWouldAtOddWidthsAndPlaces) {
               << "layout " << static_cast<int>(from.layout) << " format " << format;
         }
       }
+    }
+  }
+}
+
+TEST(RowKernel, StoresPicturesThatAreLargerThanCachesAsItStoresTheirRows) {
+  constexpr size_t kPixels = (size_t{4} << 20) + 301;
+  constexpr size_t kRow = 1000;
+  std::mt19937 random;
+  Bytes source(kPixels * 4);
+  for (uint8_t& byte : source) byte = static_cast<uint8_t>(random());
+  Bytes whole(kPixels * 4 + 4), rows(whole.size());
+  for (const int32_t format : {5, 6, kConsolePixelFormat}) {
+    const RowKernel kernel = ChooseRowKernel(SourceLayout::kSkipRgb, format);
+    for (const size_t offset : {0U, 1U, 4U}) {
+      kernel(source.data(), whole.data() + offset, kPixels);
+      for (size_t x = 0; x < kPixels; x += kRow) {
+        kernel(source.data() + x * 4, rows.data() + offset + x * 4, std::min(kRow, kPixels - x));
+      }
+      ASSERT_TRUE(
+          std::equal(whole.begin() + offset, whole.end() - 4 + offset, rows.begin() + offset))
+          << format << " at " << offset;
     }
   }
 }

@@ -102,7 +102,7 @@ void RegisterPictureKernels() {
   for (const auto& source : sources) {
     for (const auto& target : targets) {
       const std::string name = std::string(source.name) + "-to-" + target.name;
-      Pass pass = picture::ChooseRowKernel(source.layout, target.pixelFormat);
+      Pass pass = picture::ChooseRowKernel(source.layout, target.pixelFormat, kPixels);
       if (source.layout == SourceLayout::kBgrSkip) {
         // Bottom-up rows are never joined, and read as they lie in memory.
         pass = [kernel = pass](const uint8_t* from, uint8_t* to, size_t) {

@@ -18,16 +18,19 @@ bool RowsTouch(const PictureWriter& writer, int32_t first, int32_t width, int32_
 }  // namespace
 
 void WriteRows(PictureWriter& writer, const SourceRows& source, int32_t x, int32_t y) {
-  const RowKernel kernel = ChooseRowKernel(source.layout, writer.pixelFormat);
   const int32_t width = Least(source.width, writer.width - x);
   const int32_t height = Least(source.height, writer.height - y);
-  if (kernel == nullptr || width < 1 || height < 1) return;
-
+  if (width < 1 || height < 1) return;
   const auto pixels = static_cast<size_t>(width);
+  const size_t allPixels = pixels * static_cast<size_t>(height);
+  const RowKernel kernel = ChooseRowKernel(source.layout, writer.pixelFormat, allPixels);
+  if (kernel == nullptr) return;
+
   const auto sourceRow = static_cast<ptrdiff_t>(pixels * BytesPerPixel(source.layout));
   const ptrdiff_t left = static_cast<ptrdiff_t>(x) * writer.bytesPerPixel;
   if (source.step == sourceRow && RowsTouch(writer, y, width, height)) {
-    kernel(source.top, writer.RowStart(y) + left, pixels * static_cast<size_t>(height));
+    kernel(source.top, writer.RowStart(y) + left, allPixels);
+    FinishRows();
     return;
   }
   // In the order in which the source lies in memory: the processor fetches ahead of what is read,
@@ -36,6 +39,7 @@ void WriteRows(PictureWriter& writer, const SourceRows& source, int32_t x, int32
     const int32_t r = source.step < 0 ? height - 1 - i : i;
     kernel(source.top + r * source.step, writer.RowStart(y + r) + left, pixels);
   }
+  FinishRows();
 }
 
 void WriteRowsWithMask(PictureWriter& colour, PictureWriter& mask, const SourceRows& source) {
@@ -45,8 +49,8 @@ void WriteRowsWithMask(PictureWriter& colour, PictureWriter& mask, const SourceR
   if (kernel == nullptr || width < 1 || height < 1) return;
 
   const auto pixels = static_cast<size_t>(width);
-  if (source.step == static_cast<ptrdiff_t>(pixels * 4) && RowsTouch(colour, colour.row, width, height) &&
-      RowsTouch(mask, mask.row, width, height)) {
+  if (source.step == static_cast<ptrdiff_t>(pixels * 4) &&
+      RowsTouch(colour, colour.row, width, height) && RowsTouch(mask, mask.row, width, height)) {
     kernel(source.top, colour.cursor, mask.cursor, pixels * static_cast<size_t>(height));
     return;
   }

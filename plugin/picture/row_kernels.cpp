@@ -13,6 +13,8 @@
 namespace picture {
 namespace {
 
+typedef uint32_t FourWords __attribute__((vector_size(16)));
+
 // What a source layout yields of a pixel.
 struct Colour {
   uint32_t rgb;  // red in the low byte, then green, then blue; the high byte is 0
@@ -27,11 +29,15 @@ QRV_INLINE uint32_t LoadWord(const uint8_t* address) {
 
 QRV_INLINE void StoreWord(uint8_t* address, uint32_t word) { memcpy(address, &word, sizeof(word)); }
 
-// --- Source layouts: the bytes of a pixel, and how its colours are read ---
+// --- Source layouts: the bytes of a pixel, and how its colours are read, or those of four ---
 
 struct FromSkipRgb {
   static constexpr size_t kBytes = 4;
   static QRV_INLINE Colour Load(const uint8_t* pixel) { return {LoadWord(pixel) >> 8, 255}; }
+  static QRV_INLINE FourWords Rgb(FourWords words) { return words >> 8; }
+  static QRV_INLINE FourWords Bgr(FourWords words) {
+    return words >> 24 | (words >> 8 & 0xFF00) | (words << 8 & 0xFF0000);
+  }
 };
 
 struct FromAlphaRgb {
@@ -47,6 +53,10 @@ struct FromBgrSkip {
   static QRV_INLINE Colour Load(const uint8_t* pixel) {
     return {__builtin_bswap32(LoadWord(pixel)) >> 8, 255};
   }
+  static QRV_INLINE FourWords Rgb(FourWords words) {
+    return (words >> 16 & 255) | (words & 0xFF00) | (words & 255) << 16;
+  }
+  static QRV_INLINE FourWords Bgr(FourWords words) { return words & 0xFFFFFF; }
 };
 
 QRV_INLINE uint32_t PackRgb(uint32_t red, uint32_t green, uint32_t blue) {
@@ -93,32 +103,35 @@ struct FromPremultipliedRgba {
   }
 };
 
-// --- Picture layouts: the word that is stored for a pixel ---
-
-// Or the words of several pixels, in a vector.
+// --- Picture layouts: the word that is stored for a pixel, and those for four opaque ones ---
 
 struct ToRgba {  // red, green, blue, alpha
-  template <typename Words>
-  static QRV_INLINE Words Word(Words rgb, uint32_t alpha) {
-    return rgb | alpha << 24;
+  static QRV_INLINE uint32_t Word(uint32_t rgb, uint32_t alpha) { return rgb | alpha << 24; }
+  template <typename From>
+  static QRV_INLINE FourWords Words(FourWords words) {
+    return From::Rgb(words) | 0xFF000000;
   }
 };
 
 struct ToArgb {  // alpha, red, green, blue
-  template <typename Words>
-  static QRV_INLINE Words Word(Words rgb, uint32_t alpha) {
-    return rgb << 8 | alpha;
+  static QRV_INLINE uint32_t Word(uint32_t rgb, uint32_t alpha) { return rgb << 8 | alpha; }
+  template <typename From>
+  static QRV_INLINE FourWords Words(FourWords words) {
+    return From::Rgb(words) << 8 | 255;
   }
 };
 
 // Blue, green, red, and the console image's alpha: 0 is opaque, and what is kept of an alpha is
 // its upper seven bits.
 struct ToConsole {
-  template <typename Words>
-  static QRV_INLINE Words Word(Words rgb, uint32_t alpha) {
+  static QRV_INLINE uint32_t Word(uint32_t rgb, uint32_t alpha) {
     // Not a byte swap, for which the baseline has no vector instruction.
-    const Words bgr = (rgb & 255) << 16 | (rgb & 0xFF00) | rgb >> 16;
+    const uint32_t bgr = (rgb & 255) << 16 | (rgb & 0xFF00) | rgb >> 16;
     return bgr | (alpha >> 1) << 24;
+  }
+  template <typename From>
+  static QRV_INLINE FourWords Words(FourWords words) {
+    return From::Bgr(words);
   }
 };
 
@@ -173,10 +186,8 @@ QRV_INLINE void ConvertOpaque(const uint8_t* __restrict source, uint8_t* __restr
 
 #if defined(__SSE2__)
 
-typedef uint32_t FourWords __attribute__((vector_size(16)));
-
-// Past the cache, to an address that is a multiple of 16.
-QRV_INLINE void Stream(uint8_t* address, FourWords words) {
+// To an address that is a multiple of 16.
+QRV_INLINE void StorePastCache(uint8_t* address, FourWords words) {
 #if defined(__clang__)
   __builtin_nontemporal_store(words, reinterpret_cast<FourWords*>(address));
 #else
@@ -185,43 +196,39 @@ QRV_INLINE void Stream(uint8_t* address, FourWords words) {
 #endif
 }
 
-// A picture of this many pixels is out of the cache before it is looked at. Storing past the cache
-// saves the processor from fetching first what it overwrites.
-constexpr size_t kStreamedPixels = size_t{4} << 20;
-
-// Pixels of FromSkipRgb.
-template <typename To>
+// As ConvertOpaque, past the cache, which saves the processor from fetching first what it
+// overwrites.
+template <typename From, typename To>
 QRV_INLINE void StreamOpaque(const uint8_t* __restrict source, uint8_t* __restrict destination,
                              size_t pixels) {
-  const size_t before = (16 - reinterpret_cast<uintptr_t>(destination) % 16) % 16 / 4;
-  ConvertOpaque<FromSkipRgb, To>(source, destination, before);
-  size_t done = before;
-  for (; done + kBlockPixels <= pixels; done += kBlockPixels) {
-    FetchAhead(source + done * 4, kBlockPixels * 4);
-    for (size_t i = done; i < done + kBlockPixels; i += 4) {
-      FourWords words;
-      memcpy(&words, source + i * 4, sizeof(words));
-      Stream(destination + i * 4, To::Word(words >> 8, Opaque<To>::kAlpha));
-    }
-  }
-  __builtin_ia32_sfence();  // before anything that tells other threads of the picture
-  ConvertOpaque<FromSkipRgb, To>(source + done * 4, destination + done * 4, pixels - done);
-}
-
-#endif
-
-// The opaque pixels of a display, whose rows mostly touch.
-template <typename From, typename To>
-QRV_INLINE void ConvertDisplay(const uint8_t* __restrict source, uint8_t* __restrict destination,
-                               size_t pixels) {
-#if defined(__SSE2__)
-  if (pixels >= kStreamedPixels && reinterpret_cast<uintptr_t>(destination) % 4 == 0) {
-    StreamOpaque<To>(source, destination, pixels);
+  constexpr size_t kLinePixels = kLineBytes / 4;
+  const auto place = reinterpret_cast<uintptr_t>(destination);
+  size_t done = (16 - place % 16) % 16 / 4;
+  if (place % 4 != 0 || done > pixels) {
+    ConvertOpaque<From, To>(source, destination, pixels);
     return;
   }
-#endif
+  ConvertOpaque<From, To>(source, destination, done);
+  for (; done + kLinePixels <= pixels; done += kLinePixels) {
+    FetchAhead(source + done * 4, kLineBytes);
+    for (size_t i = done; i < done + kLinePixels; i += 4) {
+      FourWords words;
+      memcpy(&words, source + i * 4, sizeof(words));
+      StorePastCache(destination + i * 4, To::template Words<From>(words));
+    }
+  }
+  ConvertOpaque<From, To>(source + done * 4, destination + done * 4, pixels - done);
+}
+
+#else
+
+template <typename From, typename To>
+QRV_INLINE void StreamOpaque(const uint8_t* __restrict source, uint8_t* __restrict destination,
+                             size_t pixels) {
   ConvertOpaque<From, To>(source, destination, pixels);
 }
+
+#endif
 
 template <typename From, typename To>
 QRV_INLINE void ConvertWithAlpha(const uint8_t* __restrict source, uint8_t* __restrict destination,
@@ -258,8 +265,10 @@ QRV_INLINE void SplitMask(const uint8_t* __restrict source, uint8_t* __restrict 
   QRV_KERNEL(name##ToArgb, convert, from, ToArgb) \
   QRV_KERNEL(name##ToConsole, convert, from, ToConsole)
 
-QRV_KERNELS(SkipRgb, ConvertDisplay, FromSkipRgb)
+QRV_KERNELS(SkipRgb, ConvertOpaque, FromSkipRgb)
+QRV_KERNELS(StreamSkipRgb, StreamOpaque, FromSkipRgb)
 QRV_KERNELS(BgrSkip, ConvertOpaque, FromBgrSkip)
+QRV_KERNELS(StreamBgrSkip, StreamOpaque, FromBgrSkip)
 QRV_KERNELS(AlphaRgb, ConvertWithAlpha, FromAlphaRgb)
 QRV_KERNELS(Rgb, ConvertOpaque, FromRgb)
 QRV_KERNELS(Grey, ConvertOpaque, FromGrey)
@@ -291,16 +300,24 @@ PictureLayout LayoutOf(int32_t pixelFormat) {
 struct LayoutRow {
   size_t bytesPerPixel;
   RowKernel kernels[3];  // by PictureLayout
+  RowKernel streams[3];  // for large pictures; null where there are none
 };
+
+// A picture of this many pixels is out of the cache before anybody looks at it.
+constexpr size_t kLargePicture = size_t{4} << 20;
 
 // By SourceLayout.
 const LayoutRow kLayouts[] = {
-    {4, {SkipRgbToRgba, SkipRgbToArgb, SkipRgbToConsole}},
-    {4, {BgrSkipToRgba, BgrSkipToArgb, BgrSkipToConsole}},
-    {4, {AlphaRgbToRgba, AlphaRgbToArgb, AlphaRgbToConsole}},
-    {3, {RgbToRgba, RgbToArgb, RgbToConsole}},
-    {1, {GreyToRgba, GreyToArgb, GreyToConsole}},
-    {4, {PremultipliedRgbaToRgba, PremultipliedRgbaToArgb, PremultipliedRgbaToConsole}},
+    {4,
+     {SkipRgbToRgba, SkipRgbToArgb, SkipRgbToConsole},
+     {StreamSkipRgbToRgba, StreamSkipRgbToArgb, StreamSkipRgbToConsole}},
+    {4,
+     {BgrSkipToRgba, BgrSkipToArgb, BgrSkipToConsole},
+     {StreamBgrSkipToRgba, StreamBgrSkipToArgb, StreamBgrSkipToConsole}},
+    {4, {AlphaRgbToRgba, AlphaRgbToArgb, AlphaRgbToConsole}, {}},
+    {3, {RgbToRgba, RgbToArgb, RgbToConsole}, {}},
+    {1, {GreyToRgba, GreyToArgb, GreyToConsole}, {}},
+    {4, {PremultipliedRgbaToRgba, PremultipliedRgbaToArgb, PremultipliedRgbaToConsole}, {}},
 };
 
 const MaskRowKernel kMaskKernels[] = {SplitMaskToRgba, SplitMaskToArgb, SplitMaskToConsole};
@@ -311,9 +328,18 @@ const LayoutRow& Row(SourceLayout layout) { return kLayouts[static_cast<size_t>(
 
 size_t BytesPerPixel(SourceLayout layout) { return Row(layout).bytesPerPixel; }
 
-RowKernel ChooseRowKernel(SourceLayout layout, int32_t pixelFormat) {
+RowKernel ChooseRowKernel(SourceLayout layout, int32_t pixelFormat, size_t pixels) {
   const PictureLayout picture = LayoutOf(pixelFormat);
-  return picture == kNone ? nullptr : Row(layout).kernels[picture];
+  if (picture == kNone) return nullptr;
+  const LayoutRow& row = Row(layout);
+  const RowKernel stream = pixels >= kLargePicture ? row.streams[picture] : nullptr;
+  return stream != nullptr ? stream : row.kernels[picture];
+}
+
+void FinishRows() {
+#if defined(__SSE2__)
+  __builtin_ia32_sfence();
+#endif
 }
 
 MaskRowKernel ChooseMaskRowKernel(int32_t pixelFormat) {

@@ -30,8 +30,11 @@ using MaskRowKernel = void (*)(const uint8_t* source, uint8_t* colour, uint8_t* 
 
 size_t BytesPerPixel(SourceLayout layout);
 
-// The kernel into a picture of that `pixelFormat`; null when nothing is to be written to it.
-RowKernel ChooseRowKernel(SourceLayout layout, int32_t pixelFormat);
+// The kernel for so many pixels in all into a picture of that `pixelFormat`; null when nothing is
+// to be written to it. Large pictures may be stored past the cache: FinishRows comes before
+// anything that tells other threads of them.
+RowKernel ChooseRowKernel(SourceLayout layout, int32_t pixelFormat, size_t pixels);
+void FinishRows();
 MaskRowKernel ChooseMaskRowKernel(int32_t pixelFormat);
 
 }  // namespace picture

@@ -97,9 +97,12 @@ void FetchPages(void* memory, size_t size) noexcept {
 
 void PreferLargePages(void* memory, size_t size) noexcept {
   if (!desktop::LargePagesAreAtHand()) return;
-  ForEachLargePage(memory, size, [](uintptr_t start, size_t bytes) {
-    return bytes < kLargePageBytes || Advise(start, bytes, MADV_HUGEPAGE);
-  });
+  const auto address = reinterpret_cast<uintptr_t>(memory);
+  const uintptr_t start = RoundUp(address, kLargePageBytes);
+  const uintptr_t end = (address + size) / kLargePageBytes * kLargePageBytes;
+  const int error = errno;
+  if (start < end) Advise(start, end - start, MADV_HUGEPAGE);
+  errno = error;
 }
 
 }  // namespace qrv

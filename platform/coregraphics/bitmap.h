@@ -40,7 +40,6 @@ struct CGImage {
   qrv::coregraphics::PixelLayout layout;
   CGColorSpaceRef colorSpace;  // null when the image has none
   std::shared_ptr<qrv::coregraphics::DisplayPart> toCapture = nullptr;
-  bool isUnderWay = false;  // the desktop is at it already
 };
 
 namespace qrv::coregraphics {
@@ -56,8 +55,8 @@ inline CGImage ImageOf(const desktop::Frame& frame) {
           CGColorSpaceCreateDeviceRGB()};
 }
 
-// What shows the part as it is now, in that many pixels: captured, or with its capture under way.
-// Null when it can't be had. Throws std::bad_alloc.
+// What shows the part as it is now, in that many pixels: captured, or begun. Null when it can't be
+// had. Throws std::bad_alloc.
 CGImage* ImageOf(std::shared_ptr<DisplayPart> part, size_t width, size_t height);
 
 // An image that was drawn before it was captured. `area` is where all of it goes, in pixels from
@@ -65,7 +64,6 @@ CGImage* ImageOf(std::shared_ptr<DisplayPart> part, size_t width, size_t height)
 struct PendingDraw {
   std::shared_ptr<DisplayPart> part;
   Edges area;
-  bool isUnderWay;
 };
 
 // What a context begins with. A host that hands out something else for one is refused.
@@ -89,7 +87,7 @@ struct CGContext {
   qrv::coregraphics::PixelLayout layout;
   CGColorSpaceRef colorSpace;
   std::vector<qrv::coregraphics::PendingDraw> pending = {};  // in order; drawn before all else
-  bool isIncomplete = false;  // an image whose capture was under way could not be had
+  bool isIncomplete = false;  // what was drawn could not be had: nobody sees the rest
 };
 
 namespace qrv::coregraphics {

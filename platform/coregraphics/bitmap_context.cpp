@@ -49,8 +49,10 @@ CGImageRef PartAsImage(CGContext& context) {
   qrv::Guarded([&] {
     const auto part = context.pending.front().part;
     context.pending.clear();
+    context.isIncomplete = true;
     image = qrv::coregraphics::ImageOf(part, context.width, context.height);
     context.hasImage = image != nullptr;
+    context.isIncomplete = image == nullptr;
   });
   return image;
 }
@@ -94,7 +96,7 @@ void CGContextRelease(CGContextRef context) { delete context; }
 void* CGBitmapContextGetData(CGContextRef context) {
   if (!IsContext(context)) return nullptr;
   qrv::coregraphics::DrawPending(*context);
-  return HasMemory(*context) && !context->isIncomplete ? context->pixels : nullptr;
+  return !context->isIncomplete && HasMemory(*context) ? context->pixels : nullptr;
 }
 
 size_t CGBitmapContextGetBitsPerPixel(CGContextRef context) { return IsContext(context) ? 32 : 0; }
@@ -120,7 +122,7 @@ CGImageRef CGBitmapContextCreateImage(CGContextRef context) {
   if (!IsContext(context) || !context->isOwn || context->hasImage) return nullptr;
   if (CGImageRef image = PartAsImage(*context)) return image;
   qrv::coregraphics::DrawPending(*context);
-  if (!HasMemory(*context) || context->isIncomplete || qrv::desktop::HasLostPixels()) {
+  if (context->isIncomplete || !HasMemory(*context) || qrv::desktop::HasLostPixels()) {
     return nullptr;
   }
   context->hasImage = true;

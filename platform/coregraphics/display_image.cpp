@@ -31,6 +31,11 @@ DisplayPart::DisplayPart(const Display& display, const PixelRect& units)
                             {0, units.height})),
       share_{display, desktop::SourceOf(columns_, rows_)} {}
 
+bool DisplayPart::Begin() {
+  if (!frame_ && !isBegun_) isBegun_ = desktop::ExpectCaptures({&share_, 1});
+  return frame_ || isBegun_;
+}
+
 desktop::Frame DisplayPart::Capture() {
   if (frame_) return frame_;
   const desktop::Frame dense =
@@ -42,10 +47,10 @@ desktop::Frame DisplayPart::Capture() {
 }
 
 CGImage* ImageOf(std::shared_ptr<DisplayPart> part, size_t width, size_t height) {
-  const bool isUnderWay = desktop::ExpectCaptures({&part->share(), 1});
-  const desktop::Frame frame = isUnderWay ? desktop::Frame{} : part->Capture();
-  if (frame) return new CGImage(ImageOf(frame));
-  if (!isUnderWay) return nullptr;
+  if (!part->Begin()) {
+    const desktop::Frame frame = part->Capture();
+    return frame ? new CGImage(ImageOf(frame)) : nullptr;
+  }
   return new CGImage{.owner = nullptr,
                      .pixels = nullptr,
                      .width = width,
@@ -53,8 +58,7 @@ CGImage* ImageOf(std::shared_ptr<DisplayPart> part, size_t width, size_t height)
                      .bytesPerRow = 0,
                      .layout = kDesktopLayout,
                      .colorSpace = CGColorSpaceCreateDeviceRGB(),
-                     .toCapture = std::move(part),
-                     .isUnderWay = true};
+                     .toCapture = std::move(part)};
 }
 
 }  // namespace qrv::coregraphics

@@ -23,6 +23,12 @@ class DisplayPart {
   // The display's own pixels.
   const desktop::Share& share() const { return share_; }
 
+  // Has the pixels captured as they are now. True when that is under way, or done; one capture of a
+  // part is under way at a time: a later part that shows the same takes its place.
+  bool Begin();
+  // Whether it was: then they are to be had, unless something went wrong.
+  bool isBegun() const { return isBegun_; }
+
   // The same ones each time. Empty when they can't be had. Throws std::bad_alloc.
   desktop::Frame Capture();
 
@@ -32,6 +38,7 @@ class DisplayPart {
   pixels::AxisMap rows_;
   desktop::Share share_;
   desktop::Frame frame_;  // once captured
+  bool isBegun_ = false;
 };
 
 }  // namespace qrv::coregraphics

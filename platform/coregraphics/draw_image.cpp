@@ -20,6 +20,7 @@ using qrv::coregraphics::DrawPending;
 using qrv::coregraphics::Edges;
 using qrv::coregraphics::EdgesOf;
 using qrv::coregraphics::HasMemory;
+using qrv::coregraphics::PendingDraw;
 
 // Pixels of a context, counted from its top-left corner; right and bottom exclusive.
 struct PixelBox {
@@ -73,28 +74,41 @@ void CopyPixels(const CGImage& image, const Edges& area, const PixelBox& box,
                    {FirstPixel(context, box), context.bytesPerRow}, 4, box.width(), box.height());
 }
 
+// The pages of the rows that are drawn, while the desktop captures what is drawn there.
+void FetchRows(const CGContext& context, const std::vector<PendingDraw>& draws) {
+  size_t top = context.height;
+  size_t bottom = 0;
+  for (const PendingDraw& each : draws) {
+    const PixelBox box = CoveredPixels(context, each.area);
+    top = std::min(top, box.top);
+    bottom = std::max(bottom, box.bottom);
+  }
+  if (top < bottom) qrv::FetchPages(context.Row(top), (bottom - top) * context.bytesPerRow);
+}
+
 }  // namespace
 
 void qrv::coregraphics::DrawPending(CGContext& context) noexcept {
   if (context.pending.empty()) return;
   const std::vector<PendingDraw> draws = std::exchange(context.pending, {});
-  if (!HasMemory(context)) return;
-  const auto isUnderWay = [](const PendingDraw& draw) { return draw.isUnderWay; };
-  bool isMissing = std::any_of(draws.begin(), draws.end(), isUnderWay);
+  const auto isBegun = [](const PendingDraw& draw) { return draw.part->isBegun(); };
+  bool isMissing = std::any_of(draws.begin(), draws.end(), isBegun);
+  if (!HasMemory(context)) {
+    context.isIncomplete = true;
+    return;
+  }
   Guarded([&] {
     std::vector<desktop::Share> shares;
     shares.reserve(draws.size());
     for (const PendingDraw& each : draws) {
-      if (!each.isUnderWay) shares.push_back(each.part->share());
+      if (!each.part->isBegun()) shares.push_back(each.part->share());
     }
-    if (shares.empty() || desktop::ExpectCaptures(shares)) {
-      FetchPages(context.pixels, context.height * context.bytesPerRow);
-    }
+    if (shares.empty() || desktop::ExpectCaptures(shares)) FetchRows(context, draws);
     bool isMissed = false;
     for (const PendingDraw& each : draws) {
       const desktop::Frame frame = each.part->Capture();
       if (frame) CopyPixels(ImageOf(frame), each.area, CoveredPixels(context, each.area), context);
-      isMissed = isMissed || (!frame && each.isUnderWay);
+      isMissed = isMissed || (!frame && each.part->isBegun());
     }
     isMissing = isMissed;
   });
@@ -112,12 +126,11 @@ void CGContextDrawImage(CGContextRef context, CGRect rect, CGImageRef image) {
     return;
   }
   if (image->toCapture) {
-    bool isPending = false;
+    const bool isIncomplete = std::exchange(context->isIncomplete, true);
     qrv::Guarded([&] {
-      context->pending.push_back({image->toCapture, *area, image->isUnderWay});
-      isPending = true;
+      context->pending.push_back({image->toCapture, *area});
+      context->isIncomplete = isIncomplete;
     });
-    if (!isPending && image->isUnderWay) context->isIncomplete = true;
     // The caller may look at its own memory at any time.
     if (!context->isOwn) DrawPending(*context);
     return;

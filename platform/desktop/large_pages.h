@@ -6,7 +6,7 @@
 
 namespace qrv::desktop {
 
-// False for a while after one was slow to get, unless ordinary ones in its place were no faster.
+// False for a while after two in a row were slow to get, unless ordinary ones were no faster.
 bool LargePagesAreAtHand();
 
 // To be told, once one was asked for, when that was.

@@ -18,7 +18,6 @@ namespace {
 
 constexpr size_t kPageBytes = 4096;
 constexpr int kMakeLarge = 25;  // MADV_COLLAPSE since Linux 6.1, which libraries' headers may lack
-constexpr size_t kMaxFree = 4;
 constexpr uint64_t kLeastSizeStep = uint64_t{64} << 10;
 // Protocols state sizes as signed integers.
 constexpr uint64_t kMaxSize = std::numeric_limits<int32_t>::max();
@@ -61,7 +60,7 @@ void* MapShared(int fd, size_t size) {
   void* const memory = map(begin + before, MAP_FIXED);
   if (memory == MAP_FAILED) {
     munmap(begin, space);
-    return memory;
+    return map(nullptr, 0);
   }
   const size_t end = (before + size + kPageBytes - 1) / kPageBytes * kPageBytes;
   if (before > 0) munmap(begin, before);

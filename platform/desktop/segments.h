@@ -38,6 +38,8 @@ class Segment {
 //   - the other process forgets all of them when the connection closes; the last owner unmaps.
 class SegmentPool {
  public:
+  static constexpr size_t kMaxFree = 4;
+
   SegmentPool() = default;
   SegmentPool(const SegmentPool&) = delete;
   SegmentPool& operator=(const SegmentPool&) = delete;

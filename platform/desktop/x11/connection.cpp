@@ -262,7 +262,7 @@ bool Connection::FindExtensions() {
   xcb_prefetch_extension_data(xcb_, &xcb_shm_id);
   // xcb waits for those without limit, but no longer once a later reply is there.
   const auto later = AwaitShort<xcb_get_input_focus_reply_t>(xcb_get_input_focus(xcb_).sequence);
-  if (!later) return false;
+  if (!later && isLost()) return false;
   const xcb_query_extension_reply_t* const randr = xcb_get_extension_data(xcb_, &xcb_randr_id);
   const xcb_query_extension_reply_t* const shm = xcb_get_extension_data(xcb_, &xcb_shm_id);
   if (randr == nullptr || shm == nullptr) return false;

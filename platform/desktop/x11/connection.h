@@ -51,7 +51,7 @@ class Connection {
   void LeaveOpen();
 
   // Wait for a reply; null when the request failed or the connection is lost. Every request that
-  // has a reply must be awaited, else the reply is kept for ever.
+  // has a reply must be awaited or given up, else the reply is kept for ever.
   // Short replies are those of 32 bytes: they arrive whole, so waiting for them needs no watchdog.
   template <typename T>
   Reply<T> AwaitShort(unsigned sequence) {

@@ -66,7 +66,9 @@ PixelRect X11Link::AreaOf(uint32_t displayId) const {
   return found == displays_.end() ? PixelRect{} : found->area;
 }
 
+// The segments of more than are kept would be made anew each time.
 bool X11Link::Expect(std::span<const Share> shares) {
+  if (shares.size() > SegmentPool::kMaxFree) return false;
   return std::all_of(shares.begin(), shares.end(), [this](const Share& each) {
     const PixelRect area = AreaOf(each.display.id);
     return Contains(area.width, area.height, each.part) && pixels_.Begin(Place(area, each.part));

@@ -9,6 +9,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
+#include <new>
 #include <system_error>
 #include <thread>
 #include <utility>
@@ -115,8 +116,12 @@ class Keeper {
     lock.release();
   }
   void AfterFork(bool isChild) {
-    if (isChild) Unmap(std::exchange(kept_, {}));
-    isWatched_ = isWatched_ && !isChild;
+    if (isChild) {
+      Unmap(std::exchange(kept_, {}));
+      isWatched_ = false;
+      // It counts the thread that waits for it, and would wait in turn until that has gone.
+      new (&changed_) std::condition_variable;
+    }
     mutex_.unlock();
   }
 

@@ -50,11 +50,17 @@ TEST(Block, IsKeptForTheNextOfItsSizeUntilNobodyAsks) {
 TEST(Block, IsHadInAForkWhateverTheThreadsOfItsParentDid) {
   NewZeroedBlock(kBytes).reset();
   for (int i = 0; i < 50; ++i) {
-    NewZeroedBlock(kBytes).reset();  // which is zeroed meanwhile
+    NewZeroedBlock(kBytes).reset();                               // which is zeroed meanwhile
+    const std::chrono::milliseconds pause(i % 10 == 0 ? 20 : 0);  // after which the threads wait
+    std::this_thread::sleep_for(pause);
     const pid_t child = fork();
     if (child == 0) {
       alarm(20);
-      _exit(IsZero(NewZeroedBlock(kBytes)) ? 0 : 1);
+      int taken = 0;
+      for (; taken < 4 && IsZero(NewZeroedBlock(kBytes)); ++taken) {
+        std::this_thread::sleep_for(pause);
+      }
+      _exit(taken == 4 ? 0 : 1);
     }
     int status = -1;
     ASSERT_EQ(waitpid(child, &status, 0), child);

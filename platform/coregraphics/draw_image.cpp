@@ -91,12 +91,8 @@ void FetchRows(const CGContext& context, const std::vector<PendingDraw>& draws) 
 void qrv::coregraphics::DrawPending(CGContext& context) noexcept {
   if (context.pending.empty()) return;
   const std::vector<PendingDraw> draws = std::exchange(context.pending, {});
-  const auto isBegun = [](const PendingDraw& draw) { return draw.part->isBegun(); };
-  bool isMissing = std::any_of(draws.begin(), draws.end(), isBegun);
-  if (!HasMemory(context)) {
-    context.isIncomplete = true;
-    return;
-  }
+  const bool wasIncomplete = std::exchange(context.isIncomplete, true);
+  if (!HasMemory(context)) return;
   Guarded([&] {
     std::vector<desktop::Share> shares;
     shares.reserve(draws.size());
@@ -110,9 +106,8 @@ void qrv::coregraphics::DrawPending(CGContext& context) noexcept {
       if (frame) CopyPixels(ImageOf(frame), each.area, CoveredPixels(context, each.area), context);
       isMissed = isMissed || (!frame && each.part->isBegun());
     }
-    isMissing = isMissed;
+    context.isIncomplete = wasIncomplete || isMissed;
   });
-  context.isIncomplete = context.isIncomplete || isMissing;
 }
 
 void CGContextDrawImage(CGContextRef context, CGRect rect, CGImageRef image) {

@@ -1,5 +1,6 @@
 // Captures of a Wayland compositor's outputs against the picture that they are known to show.
 
+#include <algorithm>
 #include <random>
 
 #include "runtime/desktop_view.h"
@@ -14,14 +15,15 @@ void ExpectShown(Plugin& plugin, const Outputs& compositor) {
   const auto displays = runtime::ListDisplays().value_or(std::vector<runtime::DisplayInfo>());
   ASSERT_EQ(displays.size(), compositor.outputs().size());
   for (size_t i = 0; i < displays.size(); ++i) {
-    const runtime::DisplayInfo& its = displays[i];
+    const auto its = std::find_if(displays.begin(), displays.end(),
+                                  [i](const auto& each) { return each.name == OutputName(i); });
+    ASSERT_NE(its, displays.end()) << OutputName(i);
     const Area& units = compositor.outputs()[i].units;
-    EXPECT_EQ(std::tuple(its.x, its.y, its.width, its.height),
+    EXPECT_EQ(std::tuple(its->x, its->y, its->width, its->height),
               std::tuple(units.left, units.top, units.width, units.height));
-    EXPECT_EQ(
-        Difference(plugin.On(kDisplayImage).Display(static_cast<int32_t>(i)), compositor.Whole(i)),
-        "")
-        << i;
+    const auto index = static_cast<int32_t>(its - displays.begin());
+    EXPECT_EQ(Difference(plugin.On(kDisplayImage).Display(index), compositor.Whole(i)), "")
+        << its->name;
   }
 }
 
@@ -46,16 +48,16 @@ TEST(Wayland, IsShownUprightPixelForPixelAsOutputsChangeAndCome) {
       SCOPED_TRACE(transform + std::to_string(density));
       other.density = density;
       other.transform = transform;
-      compositor.Command(other.Command(2));
+      compositor.Command(other.Command(1));
       compositor.Fill({plain, other});
       ExpectShown(plugin, compositor);
       if (density == 1.5) continue;  // grim gives an output of that density another size
-      EXPECT_TRUE(compositor.Run({"grim", "-t", "ppm", "-o", "HEADLESS-2", "-s",
+      EXPECT_TRUE(compositor.Run({"grim", "-t", "ppm", "-o", OutputName(1), "-s",
                                   std::to_string(density), "-"}) == Ppm(compositor.Whole(1)));
     }
   }
   const Output third = {{-100, 20, 100, 80}};  // of headless outputs none can be made to go
-  compositor.Command("create_output; " + third.Command(3));
+  compositor.Command("create_output; " + third.Command(2));
   EXPECT_TRUE(plugin.Main().has_value());
   compositor.Fill({plain, other, third});
   ExpectShown(plugin, compositor);

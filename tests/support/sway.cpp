@@ -27,10 +27,12 @@ bool BecomeUser() {
 
 }  // namespace
 
+std::string OutputName(size_t number) { return "HEADLESS-" + std::to_string(number + 1); }
+
 std::string Output::Command(size_t number) const {
   const bool isTurned = transform.ends_with("90") || transform.ends_with("270");
   std::ostringstream words;
-  words << "output HEADLESS-" << number << " resolution "
+  words << "output " << OutputName(number) << " resolution "
         << (isTurned ? PixelHeight() : PixelWidth()) << "x"
         << (isTurned ? PixelWidth() : PixelHeight()) << " position " << units.left << " "
         << units.top << " scale " << density << " transform " << transform;
@@ -40,7 +42,7 @@ std::string Output::Command(size_t number) const {
 Sway::Sway(const std::vector<Output>& outputs)
     : socket_(folder_.File("wayland-1")), outputs_(outputs) {
   std::string lines = "xwayland disable\n";
-  for (size_t i = 0; i < outputs.size(); ++i) lines += outputs[i].Command(i + 1) + "\n";
+  for (size_t i = 0; i < outputs.size(); ++i) lines += outputs[i].Command(i) + "\n";
   folder_.Write("config", lines);
   if (chown(folder_.path().c_str(), User(), getegid()) != 0) {
     throw std::runtime_error("no folder for sway");
@@ -83,7 +85,9 @@ void Sway::Fill(const std::vector<Output>& outputs) {
 bool Sway::StartFilling() {
   EndFilling();
   std::vector<std::string> command = {QRV_BUILD_DIR "/fill_outputs"};
-  for (const Output& each : outputs_) {
+  for (size_t i = 0; i < outputs_.size(); ++i) {
+    const Output& each = outputs_[i];
+    command.push_back(OutputName(i));
     for (const int number :
          {each.PixelWidth(), each.PixelHeight(), each.units.width, each.units.height}) {
       command.push_back(std::to_string(number));

@@ -18,11 +18,15 @@ struct Output {
   int PixelWidth() const { return static_cast<int>(units.width * density); }
   int PixelHeight() const { return static_cast<int>(units.height * density); }
 
-  // A command of sway's, for the output of that number.
+  // A command of sway's for the output.
   std::string Command(size_t number) const;
 };
 
-// What fill_outputs shows, as 0xRRGGBB: the outputs are counted as they were announced.
+// sway's name of an output, whose number is its place in a list of outputs, from 0. The order in
+// which outputs are announced is another.
+std::string OutputName(size_t number);
+
+// What fill_outputs shows on the output of that number, as 0xRRGGBB.
 inline uint32_t FilledPixel(size_t output, int x, int y) {
   const int blue = x / 256 + 16 * (y / 256) + 128 * static_cast<int>(output);
   return static_cast<uint32_t>((x & 255) << 16 | (y & 255) << 8 | (blue & 255));
@@ -30,7 +34,7 @@ inline uint32_t FilledPixel(size_t output, int x, int y) {
 
 class Sway : public Server {
  public:
-  // With these outputs, HEADLESS-1 and on. Returns when they show the picture.
+  // Returns when these outputs show the picture.
   explicit Sway(const std::vector<Output>& outputs);
   ~Sway();
 
@@ -40,7 +44,7 @@ class Sway : public Server {
   // After Kill: a new one with the same outputs, that shows the picture.
   void Restart();
 
-  // Shows the picture on the outputs that there are by now: they are in the order of announcement.
+  // Shows the picture on these, which are the outputs that there are by now.
   void Fill(const std::vector<Output>& outputs);
   const std::vector<Output>& outputs() const { return outputs_; }
 

@@ -1,13 +1,18 @@
-// Shows the picture of FilledPixel on every output of the compositor until that ends. Four numbers
-// are given for each output, in the order of announcement: its width and height in pixels, then in
-// units. Writes "shown", and closes its standard output, once all are there.
+// Shows the picture of FilledPixel on every output of the compositor until that ends.
+//
+//   fill_outputs (NAME WIDTH HEIGHT WIDTH HEIGHT)...    in pixels, then in units
+//
+// An output shows the picture of its number among the arguments, from 0. Writes "shown", and closes
+// its standard output, once all are there.
 
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <deque>
+#include <string>
 #include <string_view>
 #include <type_traits>
 
@@ -19,10 +24,11 @@
 namespace {
 
 struct Filled {
-  size_t index;
   wl_output* output;
-  wl_surface* surface;
-  int width, height;
+  std::string name = {};
+  size_t number = 0;
+  wl_surface* surface = nullptr;
+  int width = 0, height = 0;
 };
 
 wl_display* display;
@@ -34,10 +40,10 @@ std::deque<Filled> outputs;
 size_t undrawn;
 
 void Show(const Filled& filled) {
-  const auto& [index, output, surface, width, height] = filled;
+  const auto& [output, name, number, surface, width, height] = filled;
   std::vector<uint32_t> pixels;
   for (int y = 0; y < height; ++y) {
-    for (int x = 0; x < width; ++x) pixels.push_back(qrv::testing::FilledPixel(index, x, y));
+    for (int x = 0; x < width; ++x) pixels.push_back(qrv::testing::FilledPixel(number, x, y));
   }
   const int file = memfd_create("picture", MFD_CLOEXEC);
   const ssize_t bytes = write(file, pixels.data(), pixels.size() * sizeof pixels[0]);
@@ -65,32 +71,49 @@ const wl_callback_listener kDrawnListener = {.done = [](void*, wl_callback* call
   --undrawn;
 }};
 
-// At their first versions.
-void Bind(void*, wl_registry* registry, uint32_t name, const char* interface, uint32_t) {
-  const auto bindTo = [&](auto*& object, const wl_interface& type) {
+const wl_output_listener kOutputListener = {
+    .geometry = [](auto...) {},
+    .mode = [](auto...) {},
+    .done = [](auto...) {},
+    .scale = [](auto...) {},
+    .name = [](void* filled, wl_output*,
+               const char* name) { static_cast<Filled*>(filled)->name = name; },
+    .description = [](auto...) {}};
+
+// All but outputs at their first versions.
+void Bind(void*, wl_registry* registry, uint32_t name, const char* interface, uint32_t version) {
+  const auto bindTo = [&](auto*& object, const wl_interface& type, uint32_t highest = 1) {
     if (std::string_view(interface) != type.name) return;
     object = static_cast<std::remove_reference_t<decltype(object)>>(
-        wl_registry_bind(registry, name, &type, 1));
+        wl_registry_bind(registry, name, &type, std::min(version, highest)));
   };
   bindTo(compositor, wl_compositor_interface);
   bindTo(shm, wl_shm_interface);
   bindTo(shell, xdg_wm_base_interface);
   bindTo(viewporter, wp_viewporter_interface);
   wl_output* output = nullptr;
-  bindTo(output, wl_output_interface);
-  if (output != nullptr) outputs.push_back({outputs.size(), output, nullptr, 0, 0});
+  bindTo(output, wl_output_interface, WL_OUTPUT_NAME_SINCE_VERSION);
+  if (output == nullptr) return;
+  wl_output_add_listener(output, &kOutputListener, &outputs.emplace_back(Filled{output}));
 }
 
-void Fill(Filled& filled, char** numbers) {
-  filled.width = std::atoi(numbers[0]);
-  filled.height = std::atoi(numbers[1]);
+// `words` are what is given for the output of that number. False when there is none of that name.
+bool Fill(size_t number, char** words) {
+  const auto found = std::find_if(outputs.begin(), outputs.end(),
+                                  [&](const Filled& each) { return each.name == words[0]; });
+  if (found == outputs.end()) return false;
+  Filled& filled = *found;
+  filled.number = number;
+  filled.width = std::atoi(words[1]);
+  filled.height = std::atoi(words[2]);
   filled.surface = wl_compositor_create_surface(compositor);
   wp_viewport_set_destination(wp_viewporter_get_viewport(viewporter, filled.surface),
-                              std::atoi(numbers[2]), std::atoi(numbers[3]));
+                              std::atoi(words[3]), std::atoi(words[4]));
   xdg_surface* const surface = xdg_wm_base_get_xdg_surface(shell, filled.surface);
   xdg_surface_add_listener(surface, &kSurfaceListener, &filled);
   xdg_toplevel_set_fullscreen(xdg_surface_get_toplevel(surface), filled.output);
   wl_surface_commit(filled.surface);
+  return true;
 }
 
 // Shows all pictures, and waits until the compositor has come to draw them.
@@ -112,10 +135,13 @@ int main(int count, char** words) {
   const wl_registry_listener listener = {.global = Bind,
                                          .global_remove = [](void*, wl_registry*, uint32_t) {}};
   wl_registry_add_listener(wl_display_get_registry(display), &listener, nullptr);
-  wl_display_roundtrip(display);
-  if (shell == nullptr || static_cast<size_t>(count) != outputs.size() * 4 + 1) return 1;
+  // The globals; then the outputs' names.
+  for (int i = 0; i < 2; ++i) wl_display_roundtrip(display);
+  if (shell == nullptr || static_cast<size_t>(count) != outputs.size() * 5 + 1) return 1;
   xdg_wm_base_add_listener(shell, &kShellListener, nullptr);
-  for (Filled& each : outputs) Fill(each, words + 1 + each.index * 4);
+  for (size_t i = 0; i < outputs.size(); ++i) {
+    if (!Fill(i, words + 1 + i * 5)) return 1;
+  }
   // Configured, shown, and then once more: what a compositor was told before a window had its place
   // may never be drawn.
   for (int i = 0; i < 4; ++i) wl_display_roundtrip(display);

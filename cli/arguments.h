@@ -39,12 +39,6 @@ inline constexpr Strategy kStrategies[] = {
     {"quickdraw", "10.4", runtime::kQuickDraw},
 };
 
-// Several captures, one after the other.
-struct Series {
-  int32_t count = 1;
-  int32_t interval = 1000;  // milliseconds from the start of one to that of the next
-};
-
 struct Arguments {
   Command command = Capture;
 
@@ -61,14 +55,16 @@ struct Arguments {
   std::optional<Size> size;  // a side of 0 follows the other one
   std::optional<double> percent;
   const Strategy* strategy = nullptr;
-  double delay = 0;  // seconds
-  std::optional<Series> series;
+  double delay = 0;              // seconds
+  std::optional<int32_t> count;  // of captures, one after the other
+  int32_t interval = 1000;       // milliseconds from the start of one to that of the next
 
   // Where it goes.
   std::string output;  // empty, or a folder: a name by date and time
   Encoding encoding;
   bool copies = false;  // to the clipboard; without an output nowhere else
   bool json = false;
+  bool quiet = false;  // reports only failures
 
   // Of from-raw.
   std::string input;
@@ -76,10 +72,6 @@ struct Arguments {
   int32_t height = 0;
   int32_t rowBytes = 0;
 };
-
-// Nothing when the command line asked only for help or the version, which has then been printed.
-// Throws Failure for wrong usage.
-std::optional<Arguments> ParseArguments(int argc, const char* const* argv);
 
 }  // namespace qrv::cli
 

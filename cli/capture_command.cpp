@@ -171,11 +171,11 @@ void Capture(const Arguments& arguments) {
   const auto host = StartHost(arguments);
   if (arguments.delay > 0) RequireAll(arguments);
   Wait(arguments.delay);
-  const Series series = arguments.series.value_or(Series{});
+  const int32_t count = arguments.count.value_or(1);
   Clock::time_point next = Clock::now();
-  for (int32_t number = 1; number <= series.count; ++number) {
+  for (int32_t number = 1; number <= count; ++number) {
     std::this_thread::sleep_until(next);
-    next = std::max(next + std::chrono::milliseconds(series.interval), Clock::now());
+    next = std::max(next + std::chrono::milliseconds(arguments.interval), Clock::now());
     Capturer(*host, arguments).CaptureInto(ChooseFileName(arguments, number));
   }
 }

@@ -36,8 +36,8 @@ FileName ChooseFileName(const Arguments& arguments, int32_t number) {
     const fs::path dated = DatedName() + "." + arguments.encoding.format->name;
     name = {(fs::path(output) / dated).string(), Existing::kKeep};
   }
-  if (!arguments.series) return name;
-  return {WithSuffix(name.path, Digits(number, arguments.series->count)), name.existing};
+  if (!arguments.count) return name;
+  return {WithSuffix(name.path, Digits(number, *arguments.count)), name.existing};
 }
 
 std::string WithSuffix(const std::string& path, const std::string& suffix) {

@@ -1,9 +1,8 @@
 #include "cli/help.h"
 
-#include <algorithm>
 #include <sstream>
+#include <string_view>
 
-#include "cli/option_words.h"
 #include "cli/terminal.h"
 
 namespace qrv::cli {
@@ -22,17 +21,13 @@ std::string Wrap(const std::string& text, size_t indentation) {
   for (std::string line; std::getline(lines, line);) {
     std::istringstream words(line);
     size_t column = indentation;
-    for (std::string word; words >> word;) {
-      const bool isFirst = column == indentation;
-      if (!isFirst && column + 1 + word.size() > kWidth) {
+    for (std::string word; words >> word; column += word.size()) {
+      if (column > indentation && column + 1 + word.size() > kWidth) {
         wrapped += "\n" + std::string(indentation, ' ');
         column = indentation;
-      } else if (!isFirst) {
-        wrapped += ' ';
-        ++column;
       }
+      if (column > indentation) ++column, wrapped += ' ';
       wrapped += word;
-      column += word.size();
     }
     wrapped += '\n';
   }
@@ -47,59 +42,47 @@ std::string Entry(const std::string& name, const std::string& text) {
   return line + Wrap(text, kColumn);
 }
 
-struct Page {
-  std::string usage;
-  std::string summary;
-  const char* examples;
-  const char* notes;
-};
+std::string CommandList() {
+  std::string list = "\n" + Heading("Commands:") + "\n";
+  for (const CommandEntry& each : Commands()) list += Entry(each.name, each.summary);
+  return list;
+}
 
-Page PageOf(const CLI::App* app) {
-  for (const CommandText& each : Commands()) {
-    if (app->get_name() != each.name) continue;
-    std::string usage = std::string(each.name) + " [OPTIONS]";
-    for (const CLI::Option* file : app->get_options(&CLI::Option::get_positional)) {
-      usage += file->get_required() ? " FILE" : " [FILE]";
+// By heading. Every command has help and version, which only the program's help explains.
+std::string OptionList(const CommandEntry* command) {
+  std::string list;
+  std::string_view group;
+  for (const Option* option : OptionsOf(command)) {
+    if ((option->group == std::string_view(kProgramOptions)) == (command != nullptr)) continue;
+    if (group != option->group) {
+      group = option->group;
+      list += "\n" + Heading(std::string(group) + ":") + "\n";
     }
-    return {usage, std::string(each.summary) + ".", each.examples, each.notes};
+    const std::string letter = {'-', option->letter, ',', ' '};
+    std::string name = (option->letter == 0 ? "" : letter) + option->name;
+    if (!option->value.empty() && !option->IsFile()) name += " " + option->value;
+    list += Entry(name, option->text);
   }
-  return {"COMMAND [OPTIONS]", kSummary, kExamples, kNotes};
+  return list;
+}
+
+std::string Usage(const CommandEntry& command) {
+  std::string usage = std::string(command.name) + " [OPTIONS]";
+  for (const Option* option : OptionsOf(&command)) {
+    if (option->IsFile()) usage += option->rules.isRequired ? " FILE" : " [FILE]";
+  }
+  return usage;
 }
 
 }  // namespace
 
-std::string HelpFormatter::make_help(const CLI::App* app, std::string /*name*/,
-                                     CLI::AppFormatMode mode) const {
-  const Page page = PageOf(app);
-  const std::string notes = Wrap(page.notes, 0);
-  const std::string options = make_positionals(app) + make_groups(app, mode);
-  return Heading("qrvshot " + page.usage) + "\n" + page.summary + "\n\n" + page.examples +
-         make_subcommands(app, mode) + CLI::detail::find_and_replace(options, "\n\n\n", "\n\n") +
-         (notes.empty() ? "" : "\n" + notes);
-}
-
-std::string HelpFormatter::make_group(std::string group, bool isPositional,
-                                      std::vector<const CLI::Option*> options) const {
-  std::string text = "\n" + Heading(group + ":") + "\n";
-  for (const CLI::Option* option : options) text += make_option(option, isPositional);
-  return text;
-}
-
-std::string HelpFormatter::make_option(const CLI::Option* option, bool isPositional) const {
-  std::string name = option->get_name(isPositional, true);
-  const size_t comma = name.find(',');
-  if (comma != std::string::npos) name.insert(comma + 1, " ");
-  if (!isPositional && option->get_type_size() != 0) name += " " + option->get_type_name();
-  return Entry(name, option->get_description());
-}
-
-std::string HelpFormatter::make_subcommands(const CLI::App* app,
-                                            CLI::AppFormatMode /*mode*/) const {
-  std::string text;
-  for (const CLI::App* each : app->get_subcommands({})) {
-    text += Entry(each->get_name(), each->get_description());
-  }
-  return text.empty() ? text : "\n" + Heading("Commands:") + "\n" + text;
+std::string Help(const CommandEntry* command) {
+  const std::string usage = command == nullptr ? "COMMAND [OPTIONS]" : Usage(*command);
+  const std::string summary = command == nullptr ? kSummary : command->summary + std::string(".");
+  const std::string notes = Wrap(command == nullptr ? kNotes : command->notes, 0);
+  return Heading("qrvshot " + usage) + "\n" + summary + "\n\n" +
+         (command == nullptr ? kExamples + CommandList() : command->examples) +
+         OptionList(command) + (notes.empty() ? "" : "\n" + notes);
 }
 
 }  // namespace qrv::cli

@@ -7,7 +7,7 @@
 #include <new>
 #include <string>
 
-#include "cli/arguments.h"
+#include "cli/command_line.h"
 #include "cli/desktop_choice.h"
 #include "cli/failure.h"
 #include "cli/terminal.h"

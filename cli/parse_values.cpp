@@ -4,9 +4,13 @@
 #include <cmath>
 #include <cstddef>
 
+#include "runtime/host.h"
+
 namespace qrv::cli {
 
 namespace {
+
+constexpr double kLongestDelay = 86400;  // seconds
 
 template <typename Number>
 std::optional<Number> ParseNumber(std::string_view text) {
@@ -14,6 +18,12 @@ std::optional<Number> ParseNumber(std::string_view text) {
   const char* end = text.data() + text.size();
   const auto [stop, error] = std::from_chars(text.data(), end, number);
   return error == std::errc() && stop == end ? std::optional(number) : std::nullopt;
+}
+
+// Finite, not negative.
+std::optional<double> ParseDecimal(std::string_view text) {
+  const std::optional<double> number = ParseNumber<double>(text);
+  return number && std::isfinite(*number) && !std::signbit(*number) ? number : std::nullopt;
 }
 
 // Fills numbers from text that has these separators between each two.
@@ -31,46 +41,72 @@ bool ParseList(std::string_view text, std::string_view separators, int32_t* numb
   return last.has_value();
 }
 
+bool IsSide(int32_t length) { return length >= 1 && length <= runtime::kMaximumPictureSide; }
+
+// An omitted side is 0.
+bool ParseSide(std::string_view digits, int32_t& side) {
+  side = ParseInteger(digits).value_or(0);
+  return digits.empty() || IsSide(side);
+}
+
 }  // namespace
 
 std::optional<int32_t> ParseInteger(std::string_view text) { return ParseNumber<int32_t>(text); }
-
-std::optional<double> ParseDecimal(std::string_view text) {
-  const std::optional<double> number = ParseNumber<double>(text);
-  return number && std::isfinite(*number) && !std::signbit(*number) ? number : std::nullopt;
-}
-
-std::optional<double> ParsePercent(std::string_view text) {
-  if (!text.ends_with('%')) return std::nullopt;
-  const std::optional<double> percent = ParseDecimal(text.substr(0, text.size() - 1));
-  return percent && *percent > 0 ? percent : std::nullopt;
-}
-
-std::optional<Rect> ParseRect(std::string_view text) {
-  int32_t n[4];
-  if (ParseList(text, ",,,", n) || ParseList(text, ", x", n)) return Rect{n[0], n[1], n[2], n[3]};
-  if (ParseList(text, "x++", n)) return Rect{n[2], n[3], n[0], n[1]};
-  return std::nullopt;
-}
-
-std::optional<Size> ParseSize(std::string_view text) {
-  const size_t middle = text.find('x');
-  if (middle == std::string_view::npos || text.size() == 1) return std::nullopt;
-  Size size;
-  for (auto [side, digits] : {std::pair(&size.width, text.substr(0, middle)),
-                              std::pair(&size.height, text.substr(middle + 1))}) {
-    if (digits.empty()) continue;
-    const std::optional<int32_t> number = ParseInteger(digits);
-    if (!number || *number < 1) return std::nullopt;
-    *side = *number;
-  }
-  return size;
-}
 
 bool IsSystemVersion(std::string_view text) {
   const size_t dot = text.find('.');
   return dot != std::string_view::npos && ParseNumber<uint16_t>(text.substr(0, dot)) &&
          ParseNumber<uint16_t>(text.substr(dot + 1));
+}
+
+std::string ReadText(const std::string& text, std::string& target) {
+  target = text;
+  return "";
+}
+
+std::string ReadSeconds(const std::string& text, double& seconds) {
+  seconds = ParseDecimal(text).value_or(INFINITY);
+  return seconds <= kLongestDelay ? "" : "a number of seconds from 0 to a day's";
+}
+
+std::string ReadPercent(const std::string& text, std::optional<double>& percent) {
+  if (text.ends_with('%')) percent = ParseDecimal(text.substr(0, text.size() - 1));
+  return percent > 0 ? "" : "a percentage such as 25%";
+}
+
+std::string ReadRect(const std::string& text, std::optional<Rect>& rect) {
+  int32_t n[4];
+  if (ParseList(text, ",,,", n) || ParseList(text, ", x", n)) {
+    rect = {n[0], n[1], n[2], n[3]};
+  } else if (ParseList(text, "x++", n)) {
+    rect = {n[2], n[3], n[0], n[1]};
+  } else {
+    return "a rectangle in whole numbers: X,Y,W,H or WxH+X+Y or \"X,Y WxH\"; a negative place is "
+           "10x10+-5+0, and places from the right or the bottom (-20-30) can't be given";
+  }
+  return IsSide(rect->width) && IsSide(rect->height)
+             ? ""
+             : "a rectangle whose width and height lie in 1 to 32767";
+}
+
+std::string ReadSize(const std::string& text, std::optional<Size>& size) {
+  const size_t middle = std::min(text.find('x'), text.size());
+  const std::string_view height = std::string_view(text).substr(middle);
+  size.emplace();
+  const bool isSize = text.size() > 1 && height.starts_with('x') &&
+                      ParseSide(text.substr(0, middle), size->width) &&
+                      ParseSide(height.substr(1), size->height);
+  return isSize ? "" : "a size: WxH, Wx or xH in whole numbers from 1 to 32767";
+}
+
+std::string ReadHostVersion(const std::string& text, std::optional<double>& version) {
+  version = ParseDecimal(text);
+  return version || text == "none" ? "" : "a version such as 2013.03, nor none";
+}
+
+std::string ReadSystemVersion(const std::string& text, std::string& version) {
+  version = text;
+  return IsSystemVersion(text) ? "" : "a version such as 10.6";
 }
 
 }  // namespace qrv::cli

@@ -1,9 +1,10 @@
-// Values on the command line that are more than one word or number.
+// Values on the command line.
 #ifndef CLI_PARSE_VALUES_H_
 #define CLI_PARSE_VALUES_H_
 
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <string_view>
 
 namespace qrv::cli {
@@ -22,15 +23,21 @@ struct Size {
   bool operator==(const Size&) const = default;
 };
 
-// Each gives nothing for text that is anything else, a number beyond its type included.
+// Nothing for any other text, a number beyond the type included.
 std::optional<int32_t> ParseInteger(std::string_view text);
-std::optional<double> ParseDecimal(std::string_view text);  // finite, not negative
-std::optional<double> ParsePercent(std::string_view text);  // 25%, more than 0
-std::optional<Rect> ParseRect(std::string_view text);       // X,Y,W,H or WxH+X+Y or "X,Y WxH"
-std::optional<Size> ParseSize(std::string_view text);       // WxH, Wx or xH; a missing side is 0
 
 // Whether the text is a system's version: major.minor.
 bool IsSystemVersion(std::string_view text);
+
+// Each stores what the text says. Returns what the text should have been, empty when it is that.
+// Widths and heights are those that a picture can have.
+std::string ReadText(const std::string& text, std::string& target);
+std::string ReadSeconds(const std::string& text, double& seconds);
+std::string ReadPercent(const std::string& text, std::optional<double>& percent);
+std::string ReadRect(const std::string& text, std::optional<Rect>& rect);
+std::string ReadSize(const std::string& text, std::optional<Size>& size);  // a missing side is 0
+std::string ReadHostVersion(const std::string& text, std::optional<double>& version);
+std::string ReadSystemVersion(const std::string& text, std::string& version);
 
 }  // namespace qrv::cli
 

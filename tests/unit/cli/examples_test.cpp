@@ -92,12 +92,17 @@ TEST(Examples, AreInTheManualPageWithEveryOption) {
 
 TEST(Completion, InBashKnowsTheOptionsOfHelp) {
   const ScratchFolder folder;
+  folder.Write("input", "");
   const std::pair<const char*, const char*> cases[] = {
       {"cap", "capture"},
       {"capture --o", "--output"},
       {"capture --display m", "main"},
       {"capture --display ''", "main 0 VIRTUAL-1 1 VIRTUAL-2"},
-      {"raw --format j", "jpg"},
+      {"capture --format j", "jpg jpeg"},
+      {"from-raw ''", "input"},
+      {"displays ''", ""},
+      {"capture --rect ''", ""},
+      {"capture --plugin in", "input"},
       {"displays --j", "--json"}};
   for (const auto& [line, completed] : cases) {
     const std::string script =

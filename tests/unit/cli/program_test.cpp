@@ -27,18 +27,22 @@ TEST(Capture, NamesFilesByTheTimeUnlessItIsToldTo) {
       {"capture --format jpeg", dated + ".jpeg"},
       {"capture a.webp", "a.webp"},
       {"capture -o b.png a.ppm", "a.ppm"},
+      {"capture -o b.png -qoa.ppm", "a.ppm"},
+      {"-qo a.ppm capture --", "a.ppm"},
+      {"capture --disp 0 --output=a.ppm", "a.ppm"},
+      {"capture --format ppm -q -- -b.ppm", "-b.ppm"},
       {"capture --count 2 --interval 1", dated + "-0.png"},
       {"capture --count 10 --interval 0 a.ppm", "a-00.ppm"},
   };
-  const std::string desktop = " --desktop virtual:20x10+0+0";
+  const std::string desktop = "--desktop virtual:20x10+0+0 ";
   for (const auto& [line, file] : cases) {
     const ScratchFolder folder;
-    const Outcome outcome = Qrvshot(folder, line + desktop);
+    const Outcome outcome = Qrvshot(folder, desktop + line);
     EXPECT_EQ(Files(folder), std::set{file}) << outcome.errors;
   }
   const ScratchFolder folder;
   std::filesystem::create_directory(folder.File("shots"));
-  for (int i = 0; i < 3; ++i) Qrvshot(folder, "capture -o shots" + desktop);
+  for (int i = 0; i < 3; ++i) Qrvshot(folder, desktop + "capture -o shots");
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.File("shots")), {}), 3);
 }
 

@@ -1,4 +1,4 @@
-#include "cli/nearest_word.h"
+#include "cli/word_lists.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -8,7 +8,7 @@ namespace qrv::cli {
 
 namespace {
 
-// How many letters are to be added, dropped or changed to turn one word into the other.
+// How many letters to add, drop or change to turn one word into the other.
 size_t Distance(std::string_view one, std::string_view other) {
   std::vector<size_t> row(other.size() + 1);
   std::iota(row.begin(), row.end(), size_t{0});
@@ -25,13 +25,21 @@ size_t Distance(std::string_view one, std::string_view other) {
 
 }  // namespace
 
+std::string JoinWords(const std::vector<std::string>& words, const char* last) {
+  std::string joined;
+  for (const std::string& each : words) {
+    joined += (joined.empty() ? "" : &each == &words.back() ? last : ", ") + each;
+  }
+  return joined;
+}
+
 std::string DidYouMean(std::string_view typed, const std::vector<std::string>& words) {
   const std::string* nearest = nullptr;
   const auto dashes = static_cast<size_t>(std::ranges::count(typed, '-'));
-  size_t least = std::min<size_t>(3, (typed.size() - dashes) / 3 + 1);  // as far as is a slip
+  size_t least = std::min<size_t>(3, (typed.size() - dashes) / 3 + 1);  // letters; more is no slip
   for (const std::string& word : words) {
-    // What was begun counts as a slip too.
-    const size_t distance = typed.size() > 2 && word.starts_with(typed) ? 1 : Distance(typed, word);
+    const bool isBegun = typed.size() > 2 && word.starts_with(typed);
+    const size_t distance = isBegun ? 0 : Distance(typed, word);
     if (distance < least) {
       least = distance;
       nearest = &word;

@@ -1,6 +1,6 @@
-// What a user may have meant.
-#ifndef CLI_NEAREST_WORD_H_
-#define CLI_NEAREST_WORD_H_
+// Lists of words in messages.
+#ifndef CLI_WORD_LISTS_H_
+#define CLI_WORD_LISTS_H_
 
 #include <string>
 #include <string_view>
@@ -8,9 +8,12 @@
 
 namespace qrv::cli {
 
+// "png, jpg or ppm", with " or " as the last separator.
+std::string JoinWords(const std::vector<std::string>& words, const char* last);
+
 // "; did you mean WORD?" with the word that is spelled most like `typed`, "" when none is.
 std::string DidYouMean(std::string_view typed, const std::vector<std::string>& words);
 
 }  // namespace qrv::cli
 
-#endif  // CLI_NEAREST_WORD_H_
+#endif  // CLI_WORD_LISTS_H_

@@ -35,7 +35,7 @@ struct GivenOption {
 
 // What the user typed, as options and files.
 struct CommandLine {
-  const CommandEntry* command = nullptr;
+  const CommandEntry* command = &kProgram;
   std::vector<GivenOption> given;      // in the user's order; of one given twice, the last
   const Option* unfinished = nullptr;  // the last one, when the line ends before its value
   std::string fault;                   // the first; empty when there is none
@@ -72,7 +72,7 @@ Words CommandNames() {
 }
 
 // Short forms too.
-Words OptionNames(const CommandEntry* command) {
+Words OptionNames(const CommandEntry& command) {
   Words names;
   for (const Option* each : OptionsOf(command)) {
     if (each->letter != 0) names.push_back(std::string("-") + each->letter);
@@ -81,9 +81,8 @@ Words OptionNames(const CommandEntry* command) {
   return names;
 }
 
-std::string DescribeNoOption(const CommandEntry* command, const std::string& name) {
-  return (command == nullptr ? "There is" : std::string("qrvshot ") + command->name + " has") +
-         " no option " + name + DidYouMean(name, OptionNames(command));
+std::string DescribeNoOption(const CommandEntry& command, const std::string& name) {
+  return command.Call() + " has no option " + name + DidYouMean(name, OptionNames(command));
 }
 
 std::string DescribeNoCommand(const CommandLine& line, const std::string& word) {
@@ -117,13 +116,13 @@ void TakeOption(CommandLine& line, int code, bool isValueApart) {
 }
 
 void TakeWord(CommandLine& line, const std::string& word) {
-  if (line.command == nullptr) {
+  if (line.command == &kProgram) {
     const auto found = std::ranges::find(Commands(), word, &CommandEntry::name);
     if (found == Commands().end()) return line.SetFault(DescribeNoCommand(line, word));
     line.command = &*found;
     return;
   }
-  const std::vector<const Option*> options = OptionsOf(line.command);
+  const std::vector<const Option*> options = OptionsOf(*line.command);
   const auto file = std::ranges::find_if(options, &Option::IsFile);
   if (file == options.end() || line.Find(kFile) != nullptr) {
     return line.SetFault(word + " is one argument too many");
@@ -165,25 +164,24 @@ CommandLine SplitLine(int argc, const char* const* argv) {
       line.SetFault(Typed(optopt) + " takes no value");
     } else {
       line.SetFault(DescribeNoOption(
-          line.command, optopt == 0 ? std::string(word, strcspn(word, "=")) : Typed(optopt)));
+          *line.command, optopt == 0 ? std::string(word, strcspn(word, "=")) : Typed(optopt)));
     }
   }
   while (optind < argc) TakeWord(line, argv[optind++]);  // behind "--"
-  if (line.command == nullptr) line.SetFault(DescribeNoCommand(line, ""));
+  if (line.command == &kProgram) line.SetFault(DescribeNoCommand(line, ""));
   return line;
 }
 
 [[noreturn]] void Fail(const CommandLine& line, const std::string& fault) {
-  const std::string command = line.command == nullptr ? "" : line.command->name + std::string(" ");
-  throw Failure(kWrongUsage, fault + (fault.ends_with('?') ? "" : ".") + " Try `qrvshot " +
-                                 command + "--help`.");
+  throw Failure(kWrongUsage, fault + (fault.ends_with('?') ? "" : ".") + " Try `" +
+                                 line.command->Call() + " --help`.");
 }
 
 void RequireRules(const CommandLine& line) {
-  const std::vector<const Option*> options = OptionsOf(line.command);
+  const std::vector<const Option*> options = OptionsOf(*line.command);
   for (const GivenOption& each : line.given) {
     if (std::ranges::count(options, each.option->name, &Option::name) > 0) continue;
-    Fail(line, DescribeNoOption(line.command, each.typed));
+    Fail(line, DescribeNoOption(*line.command, each.typed));
   }
   for (const Option* option : options) {
     const auto& [isRequired, excludes, needs] = option->rules;
@@ -257,9 +255,9 @@ Words Candidates(int argc, const char* const* argv) {
   const Option* const option = line.unfinished;
   if (option != nullptr && option->choices != nullptr) return option->choices();
   if (option != nullptr) return option->value == kFile ? Words{kFile} : Words();
-  if (*argv[argc - 1] == '-') return OptionNames(line.command);
-  if (line.command == nullptr) return CommandNames();
-  const bool hasFile = std::ranges::any_of(OptionsOf(line.command), &Option::IsFile);
+  if (*argv[argc - 1] == '-') return OptionNames(*line.command);
+  if (line.command == &kProgram) return CommandNames();
+  const bool hasFile = std::ranges::any_of(OptionsOf(*line.command), &Option::IsFile);
   return hasFile ? Words{kFile} : Words();
 }
 
@@ -273,7 +271,7 @@ std::optional<Arguments> ParseArguments(int argc, const char* const* argv) {
   const CommandLine line = SplitLine(argc, argv);
   const bool isHelp = line.Find("--help") != nullptr;
   if (isHelp || line.Find("--version") != nullptr) {
-    fputs(isHelp ? Help(line.command).c_str() : "qrvshot " QRV_VERSION "\n", stdout);
+    fputs(isHelp ? Help(*line.command).c_str() : "qrvshot " QRV_VERSION "\n", stdout);
     return std::nullopt;
   }
   if (!line.fault.empty()) Fail(line, line.fault);

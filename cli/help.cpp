@@ -48,12 +48,12 @@ std::string CommandList() {
   return list;
 }
 
-// By heading. Every command has help and version, which only the program's help explains.
-std::string OptionList(const CommandEntry* command) {
+// By heading. All commands have help and version, which only the program's help explains.
+std::string OptionList(const CommandEntry& command) {
   std::string list;
   std::string_view group;
   for (const Option* option : OptionsOf(command)) {
-    if ((option->group == std::string_view(kProgramOptions)) == (command != nullptr)) continue;
+    if ((option->group == std::string_view(kProgramOptions)) != (&command == &kProgram)) continue;
     if (group != option->group) {
       group = option->group;
       list += "\n" + Heading(std::string(group) + ":") + "\n";
@@ -67,8 +67,9 @@ std::string OptionList(const CommandEntry* command) {
 }
 
 std::string Usage(const CommandEntry& command) {
-  std::string usage = std::string(command.name) + " [OPTIONS]";
-  for (const Option* option : OptionsOf(&command)) {
+  if (&command == &kProgram) return "qrvshot COMMAND [OPTIONS]";
+  std::string usage = command.Call() + " [OPTIONS]";
+  for (const Option* option : OptionsOf(command)) {
     if (option->IsFile()) usage += option->rules.isRequired ? " FILE" : " [FILE]";
   }
   return usage;
@@ -76,13 +77,10 @@ std::string Usage(const CommandEntry& command) {
 
 }  // namespace
 
-std::string Help(const CommandEntry* command) {
-  const std::string usage = command == nullptr ? "COMMAND [OPTIONS]" : Usage(*command);
-  const std::string summary = command == nullptr ? kSummary : command->summary + std::string(".");
-  const std::string notes = Wrap(command == nullptr ? kNotes : command->notes, 0);
-  return Heading("qrvshot " + usage) + "\n" + summary + "\n\n" +
-         (command == nullptr ? kExamples + CommandList() : command->examples) +
-         OptionList(command) + (notes.empty() ? "" : "\n" + notes);
+std::string Help(const CommandEntry& command) {
+  const std::string notes = *command.notes == '\0' ? "" : "\n" + Wrap(command.notes, 0);
+  return Heading(Usage(command)) + "\n" + command.summary + ".\n\n" + command.examples +
+         (&command == &kProgram ? CommandList() : "") + OptionList(command) + notes;
 }
 
 }  // namespace qrv::cli

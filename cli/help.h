@@ -8,9 +8,8 @@
 
 namespace qrv::cli {
 
-// For 80 columns: what it does, examples, options by heading, notes. Without a command: the
-// program's.
-std::string Help(const CommandEntry* command);
+// For 80 columns: what it does, examples, options by heading, notes.
+std::string Help(const CommandEntry& command);
 
 }  // namespace qrv::cli
 

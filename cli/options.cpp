@@ -233,19 +233,19 @@ std::vector<Option> MakeOptions() {
 
 }  // namespace
 
-const char kSummary[] = "Captures the screen into an image file.";
-
-const char kExamples[] =
+const CommandEntry kProgram = {
+    "",
+    "Captures the screen into an image file",
+    kEveryCommand,
+    nullptr,
     "  qrvshot capture                   the whole desktop, to screenshot-DATE-TIME.png\n"
     "  qrvshot capture shot.jpg          to this file: PNG, JPEG, WebP or PPM by its name\n"
     "  qrvshot capture --display 1       the second display; `qrvshot displays` lists them\n"
     "  qrvshot capture --rect \"$(slop)\"  what you mark with the mouse\n"
-    "  qrvshot capture --delay 3 --copy  in three seconds, to the clipboard\n";
-
-const char kNotes[] =
+    "  qrvshot capture --delay 3 --copy  in three seconds, to the clipboard\n",
     "`qrvshot COMMAND --help` explains a command's options, `man qrvshot` everything.\n"
     "Exit status: 0 done, 1 nothing captured, 2 wrong usage, 3 a file could not be read, written "
-    "or loaded.";
+    "or loaded."};
 
 std::span<const CommandEntry> Commands() { return kCommands; }
 
@@ -254,11 +254,10 @@ const std::vector<Option>& Options() {
   return options;
 }
 
-std::vector<const Option*> OptionsOf(const CommandEntry* command) {
-  const unsigned wanted = command == nullptr ? kEveryCommand : command->bit;
+std::vector<const Option*> OptionsOf(const CommandEntry& command) {
   std::vector<const Option*> found;
   for (const Option& each : Options()) {
-    if ((each.commands & wanted) == wanted) found.push_back(&each);
+    if ((each.commands & command.bit) == command.bit) found.push_back(&each);
   }
   return found;
 }

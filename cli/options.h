@@ -12,12 +12,15 @@
 namespace qrv::cli {
 
 struct CommandEntry {
-  const char* name;
+  const char* name;  // empty for the program without a command
   const char* summary;
   unsigned bit;  // of Option::commands
   Command command;
   const char* examples;  // indented lines
   const char* notes;     // paragraphs behind the options
+
+  // "qrvshot raw"
+  std::string Call() const { return *name == '\0' ? "qrvshot" : std::string("qrvshot ") + name; }
 };
 
 // What an option asks of the others, by their names.
@@ -46,17 +49,14 @@ struct Option {
 inline constexpr char kFile[] = "FILE";
 inline constexpr char kProgramOptions[] = "Options";  // the group of help and version
 
-// Of the whole program.
-extern const char kSummary[];
-extern const char kExamples[];
-extern const char kNotes[];
+extern const CommandEntry kProgram;
 
 // All are in the order of help. An option that commands explain differently is there for each.
 std::span<const CommandEntry> Commands();
 const std::vector<Option>& Options();
 
-// Those that a command has; without a command, those that all of them have.
-std::vector<const Option*> OptionsOf(const CommandEntry* command);
+// Those that a command has; of the program, those that all commands have.
+std::vector<const Option*> OptionsOf(const CommandEntry& command);
 
 }  // namespace qrv::cli
 

@@ -2,6 +2,8 @@
 #ifndef CLI_ARGUMENTS_H_
 #define CLI_ARGUMENTS_H_
 
+#include <screenshotqrv/platform.h>
+
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -9,7 +11,6 @@
 
 #include "cli/image_file.h"
 #include "cli/parse_values.h"
-#include "runtime/desktop_view.h"
 #include "runtime/host.h"
 
 namespace qrv::cli {
@@ -30,13 +31,13 @@ using Command = void (*)(const Arguments& arguments);
 struct Strategy {
   std::string_view name;
   const char* systemVersion;
-  unsigned bit;  // of runtime::TakeStrategiesUsed
+  unsigned bit;  // of QRVTakeStrategies
 };
 
 inline constexpr Strategy kStrategies[] = {
-    {"display-image", "10.7", runtime::kDisplayImage},
-    {"opengl", "10.6", runtime::kOpenGL},
-    {"quickdraw", "10.4", runtime::kQuickDraw},
+    {"display-image", "10.7", kQRVDisplayImage},
+    {"opengl", "10.6", kQRVOpenGL},
+    {"quickdraw", "10.4", kQRVQuickDraw},
 };
 
 struct Arguments {

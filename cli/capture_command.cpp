@@ -16,30 +16,28 @@
 #include "cli/shot.h"
 #include "cli/start_host.h"
 #include "cli/terminal.h"
-#include "runtime/desktop_view.h"
 
 namespace qrv::cli {
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
-using runtime::DisplayInfo;
 using runtime::Host;
-using Displays = std::vector<DisplayInfo>;
+using Displays = std::vector<QRVDisplay>;
 namespace methods = runtime::methods;
 
 // The first display whose pixels only a display image can deliver, or null.
-const DisplayInfo* DisplayOfOddDepth(const Displays& displays) {
-  for (const DisplayInfo& display : displays) {
+const QRVDisplay* DisplayOfOddDepth(const Displays& displays) {
+  for (const QRVDisplay& display : displays) {
     if (display.bitsPerPixel < 24) return &display;
   }
   return nullptr;
 }
 
 std::string WhyNothing(const Shot& shot, const Displays& displays) {
-  const std::string problem = runtime::DesktopProblem();
+  const std::string problem = QRVFailureMessage();
   if (!problem.empty()) return "The reason: " + problem + ". Try again.";
-  const DisplayInfo* odd = DisplayOfOddDepth(displays);
+  const QRVDisplay* odd = DisplayOfOddDepth(displays);
   if (odd != nullptr && IsSystemVersionChosen()) {
     return "A display of it has " + std::to_string(odd->bitsPerPixel) +
            " bits per pixel, which OpenGL does not read, and QuickDraw only at 8, 24 and 32; try "
@@ -111,9 +109,6 @@ Captured Capturer::Call(const Shot& shot, const Displays& displays, const Method
 
 Captured Capturer::Take(const Shot& shot, const Displays& displays) {
   const Rect& area = shot.area;
-  if (shot.isScaled || shot.display || shot.density == 1) {
-    host_.ExpectPicture(shot.pixels.width, shot.pixels.height);
-  }
   if (shot.isScaled) {
     return Call(shot, displays, methods::kScreenshotRectScaled, area.left, area.top, area.width,
                 area.height, shot.pixels.width, shot.pixels.height);
@@ -150,10 +145,10 @@ void Capturer::CaptureInto(const FileName& name) {
   const Clock::time_point start = Clock::now();
   const Displays displays = RequireDisplays();
   const Shot shot = ChooseShot(arguments_, displays);
-  runtime::TakeStrategiesUsed();
+  QRVTakeStrategies();
   const Captured captured = Take(shot, displays);
   const std::chrono::duration<double, std::milli> duration = Clock::now() - start;
-  const unsigned used = runtime::TakeStrategiesUsed();
+  const unsigned used = QRVTakeStrategies();
   RequireStrategy(arguments_.strategy, used, shot);
   Deliver(captured, name, duration.count(), used);
 }

@@ -20,8 +20,6 @@ namespace qrv::cli {
 
 namespace {
 
-constexpr std::string_view kX11Name = "X11 ";  // before the display in the desktop's name
-
 struct ClipboardProgram {
   const char* name;
   const char* package;
@@ -45,8 +43,7 @@ bool IsInstalled(const char* name) {
 
 // The clipboard is that of the X server that is captured, else that of the session.
 bool Fits(const ClipboardProgram& program) {
-  const std::string desktop = DesktopName();
-  if (desktop.starts_with(kX11Name)) return program.variable == std::string_view("DISPLAY");
+  if (QRVDesktopKind() == kQRVX11) return program.variable == std::string_view("DISPLAY");
   const char* const value = getenv(program.variable);
   return value != nullptr && *value != '\0';
 }
@@ -99,8 +96,7 @@ std::string FindClipboardProgram() {
 }
 
 void CopyImage(const Rows& rows, const std::string& name) {
-  const std::string desktop = DesktopName();
-  if (desktop.starts_with(kX11Name)) setenv("DISPLAY", desktop.c_str() + kX11Name.size(), 1);
+  if (QRVDesktopKind() == kQRVX11) setenv("DISPLAY", QRVDesktopAddress(), 1);
   int ends[2];
   if (pipe2(ends, O_CLOEXEC) != 0) Fail(name, strerror(errno));
   const ClipboardProgram& program = name == kPrograms[0].name ? kPrograms[0] : kPrograms[1];

@@ -15,10 +15,9 @@ namespace qrv::cli {
 
 namespace {
 
-using runtime::DisplayInfo;
 using runtime::Host;
 
-bool Meets(const DisplayInfo& display, const Rect& rect) {
+bool Meets(const QRVDisplay& display, const Rect& rect) {
   const auto meet = [](int64_t start, int64_t length, int64_t otherStart, int64_t otherLength) {
     return start < otherStart + otherLength && otherStart < start + length;
   };
@@ -28,7 +27,7 @@ bool Meets(const DisplayInfo& display, const Rect& rect) {
 
 // A display of which the rectangle shows a part.
 struct Share {
-  DisplayInfo display;
+  QRVDisplay display;
   std::shared_ptr<Owned<REALpictureStruct>> picture;
   double density;  // pixels of the picture a unit
 
@@ -58,7 +57,7 @@ class DenseRect {
 
  private:
   void ReadShare(const Share& share, int32_t y, uint8_t* rgba) const {
-    const DisplayInfo& display = share.display;
+    const QRVDisplay& display = share.display;
     const int32_t width = Host::Width(share.picture->Get());
     const int32_t height = Host::Height(share.picture->Get());
     const int32_t row =
@@ -81,12 +80,12 @@ class DenseRect {
 
 }  // namespace
 
-Rows CaptureDenseRect(Host& host, const std::vector<DisplayInfo>& displays, const Rect& rect,
+Rows CaptureDenseRect(Host& host, const std::vector<QRVDisplay>& displays, const Rect& rect,
                       const std::string& subject) {
   std::vector<Share> shares;
   bool hasTransparency = false;
   for (size_t index = 0; index < displays.size(); ++index) {
-    const DisplayInfo& display = displays[index];
+    const QRVDisplay& display = displays[index];
     if (!Meets(display, rect)) continue;
     const std::shared_ptr<Owned<REALpictureStruct>> picture(new Owned<REALpictureStruct>(
         CallMethod(host, runtime::methods::kScreenshotDisplay, static_cast<int32_t>(index))));

@@ -24,9 +24,11 @@ std::string Environment(const char* name) {
 }  // namespace
 
 void ChooseDesktop(const Arguments& arguments) {
-  runtime::TellOfWaiting([](const char* words) {
-    if (!IsQuiet()) fprintf(stderr, "qrvshot: %s\n", words);
-  });
+  QRVOnWaiting(
+      [](const char* message, void*) {
+        if (!IsQuiet()) fprintf(stderr, "qrvshot: %s\n", message);
+      },
+      nullptr);
   if (!arguments.desktop.empty()) {
     setenv(kDesktopVariable, arguments.desktop.c_str(), 1);
   }
@@ -42,20 +44,25 @@ void ChooseDesktop(const Arguments& arguments) {
 
 bool IsSystemVersionChosen() { return !Environment(kSystemVersionVariable).empty(); }
 
-std::vector<runtime::DisplayInfo> RequireDisplays() {
-  const auto displays = runtime::ListDisplays();
-  if (!displays) {
-    throw Failure(runtime::DesktopChoiceIsWrong() ? kWrongUsage : kNothingCaptured,
-                  "There is no desktop to capture: " + runtime::DesktopProblem() + ". " +
-                      runtime::DesktopAdvice());
+std::vector<QRVDisplay> RequireDisplays() {
+  std::vector<QRVDisplay> displays(kQRVMaxDisplayIndex);
+  for (;;) {
+    const int32_t capacity = static_cast<int32_t>(displays.size());
+    const int32_t count = QRVListDisplays(displays.data(), sizeof(QRVDisplay), capacity);
+    if (count < 0) {
+      throw Failure(QRVFailure() == kQRVBadChoice ? kWrongUsage : kNothingCaptured,
+                    "There is no desktop to capture: " + std::string(QRVFailureMessage()) + ". " +
+                        QRVFailureAdvice());
+    }
+    if (count == 0) {
+      throw Failure(kNothingCaptured, "There is no display on " + DesktopName() + ".");
+    }
+    displays.resize(static_cast<size_t>(count));
+    if (count <= capacity) return displays;
   }
-  if (displays->empty()) {
-    throw Failure(kNothingCaptured, "There is no display on " + runtime::DesktopName() + ".");
-  }
-  return *displays;
 }
 
-int32_t ResolveDisplay(const std::vector<runtime::DisplayInfo>& displays, const std::string& name) {
+int32_t ResolveDisplay(const std::vector<QRVDisplay>& displays, const std::string& name) {
   if (name == "main") return 0;
   const auto named = std::find_if(displays.begin(), displays.end(),
                                   [&](const auto& each) { return each.name == name; });
@@ -67,24 +74,24 @@ int32_t ResolveDisplay(const std::vector<runtime::DisplayInfo>& displays, const 
                                    " is neither an index, from 0, nor main, nor the name of a "
                                    "display. `qrvshot displays` lists the displays.");
   }
-  const size_t usable = std::min(displays.size(), runtime::kMaximumDisplays);
+  const size_t usable = std::min(displays.size(), size_t{kQRVMaxDisplayIndex});
   const auto wanted = static_cast<size_t>(*index);
   if (wanted < usable) return *index;
   const std::string count = std::to_string(displays.size());
   const std::string valid = usable == 1 ? "only 0" : "0 to " + std::to_string(usable - 1);
   throw Failure(kNothingCaptured,
                 (wanted < displays.size()
-                     ? "Display " + name + " of " + count + " on " + runtime::DesktopName() +
+                     ? "Display " + name + " of " + count + " on " + DesktopName() +
                            " is beyond the first 32, which are all that can be captured"
-                     : "There is no display " + name + " on " + runtime::DesktopName() +
-                           ", which has " + count + (usable == 1 ? " display" : " displays")) +
+                     : "There is no display " + name + " on " + DesktopName() + ", which has " +
+                           count + (usable == 1 ? " display" : " displays")) +
                     ": try " + valid + " (see `qrvshot displays`).");
 }
 
 void RequirePixels(const std::string& subject) {
-  const std::string note = runtime::DesktopNote();
+  const std::string note = QRVCaptureNote();
   if (!note.empty() && !IsQuiet()) fprintf(stderr, "qrvshot: %s\n", note.c_str());
-  const std::string problem = runtime::DesktopProblem();
+  const std::string problem = QRVFailureMessage();
   if (!problem.empty()) {
     throw Failure(kNothingCaptured,
                   "The capture of " + subject + " is not whole: " + problem + ". Try again.");

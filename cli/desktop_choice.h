@@ -2,11 +2,12 @@
 #ifndef CLI_DESKTOP_CHOICE_H_
 #define CLI_DESKTOP_CHOICE_H_
 
+#include <screenshotqrv/platform.h>
+
 #include <string>
 #include <vector>
 
 #include "cli/arguments.h"
-#include "runtime/desktop_view.h"
 
 namespace qrv::cli {
 
@@ -16,13 +17,14 @@ void ChooseDesktop(const Arguments& arguments);
 // Whether the user asked for a generation of the system other than the default.
 bool IsSystemVersionChosen();
 
-using runtime::DesktopName;
+// What a person calls the desktop.
+inline std::string DesktopName() { return QRVDesktopName(); }
 
 // The displays of the desktop. Throws Failure when there are none, saying why.
-std::vector<runtime::DisplayInfo> RequireDisplays();
+std::vector<QRVDisplay> RequireDisplays();
 
 // The index of the display that the user calls so. Throws Failure when there is none.
-int32_t ResolveDisplay(const std::vector<runtime::DisplayInfo>& displays, const std::string& name);
+int32_t ResolveDisplay(const std::vector<QRVDisplay>& displays, const std::string& name);
 
 // Throws Failure when the desktop failed in the capture that has just been made: its result lacks a
 // display then, which is black in it.

@@ -10,25 +10,23 @@ namespace qrv::cli {
 
 namespace {
 
-using runtime::DisplayInfo;
-
 // Pixels a unit.
-double Density(const DisplayInfo& display) {
+double Density(const QRVDisplay& display) {
   return std::round(100.0 * display.pixelWidth / display.width) / 100;
 }
 
-void PrintLine(size_t index, const DisplayInfo& display) {
+void PrintLine(size_t index, const QRVDisplay& display) {
   printf("%zu  id %u  %dx%d  at %d,%d  %d bits per pixel", index, display.id, display.width,
          display.height, display.x + display.offsetX, display.y + display.offsetY,
          display.bitsPerPixel);
   if (display.pixelWidth != display.width || display.pixelHeight != display.height) {
     printf("  %dx%d pixels, %g a unit", display.pixelWidth, display.pixelHeight, Density(display));
   }
-  if (!display.name.empty()) printf("  %s", display.name.c_str());
-  printf("  by %s%s\n", runtime::DesktopWay().c_str(), display.isMain ? "  main" : "");
+  if (display.name[0] != '\0') printf("  %s", display.name);
+  printf("  by %s%s\n", QRVBackendName(), index == 0 ? "  main" : "");
 }
 
-void PrintJson(size_t index, const DisplayInfo& display) {
+void PrintJson(size_t index, const QRVDisplay& display) {
   printf(
       "%s\n  {\"index\": %zu, \"name\": %s, \"id\": %u, \"x\": %d, \"y\": %d, \"fromMainX\": %d, "
       "\"fromMainY\": "
@@ -38,8 +36,7 @@ void PrintJson(size_t index, const DisplayInfo& display) {
       index == 0 ? "" : ",", index, JsonString(display.name).c_str(), display.id,
       display.x + display.offsetX, display.y + display.offsetY, display.x, display.y, display.width,
       display.height, display.pixelWidth, display.pixelHeight, Density(display),
-      display.bitsPerPixel, display.isMain ? "true" : "false",
-      JsonString(runtime::DesktopWay()).c_str());
+      display.bitsPerPixel, index == 0 ? "true" : "false", JsonString(QRVBackendName()).c_str());
 }
 
 }  // namespace
@@ -47,7 +44,7 @@ void PrintJson(size_t index, const DisplayInfo& display) {
 void ShowDisplays(const Arguments& arguments) {
   // The plug-in lists nothing, but one that can't be loaded is to be told of in every command.
   StartHost(arguments);
-  const std::vector<DisplayInfo> displays = RequireDisplays();
+  const std::vector<QRVDisplay> displays = RequireDisplays();
   if (arguments.json) fputs("[", stdout);
   for (size_t index = 0; index < displays.size(); ++index) {
     (arguments.json ? PrintJson : PrintLine)(index, displays[index]);

@@ -77,7 +77,7 @@ Words DesktopKinds() { return {"wayland", "portal", "x11", "virtual"}; }
 Words DisplayChoices() {
   Words choices = {"main"};
   try {
-    for (const runtime::DisplayInfo& each : RequireDisplays()) {
+    for (const QRVDisplay& each : RequireDisplays()) {
       choices.push_back(std::to_string(choices.size() / 2));
       choices.push_back(each.name);
     }
@@ -205,7 +205,7 @@ std::vector<Option> MakeOptions() {
        "Of PNG and lossless WebP: 0 fastest, 9 smallest (default: what suits screenshots)",
        Integer<0, 9, &Arguments::encoding, &Encoding::compression>},
       {kDesktop, kEveryCommand, 0, "--desktop", "WHICH",
-       runtime::DesktopChoices() + " (default: $QRV_DESKTOP, else the one that is there)",
+       std::string(QRVDesktopChoices()) + " (default: $QRV_DESKTOP, else the one that is there)",
        Value<ReadText, &Arguments::desktop>, kNoRules, DesktopKinds},
       {kHost, kEveryCommand, 0, "--plugin", "FILE",
        "The plug-in to load (default: beside this program, then the installed one)",

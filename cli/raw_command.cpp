@@ -8,14 +8,13 @@
 #include "cli/report.h"
 #include "cli/start_host.h"
 #include "cli/terminal.h"
-#include "runtime/desktop_view.h"
 
 namespace qrv::cli {
 
 namespace {
 
 using runtime::Host;
-using Displays = std::vector<runtime::DisplayInfo>;
+using Displays = std::vector<QRVDisplay>;
 namespace methods = runtime::methods;
 
 constexpr size_t kBlockSize = 1 << 20;  // bytes between two looks at the progress
@@ -35,7 +34,7 @@ Owned<REALstringStruct> TakePixels(Host& host, std::optional<int32_t> display, G
 }
 
 std::string WhyNoPixels() {
-  const std::string problem = runtime::DesktopProblem();
+  const std::string problem = QRVFailureMessage();
   if (!problem.empty()) return "The reason: " + problem + ". Try again.";
   if (IsSystemVersionChosen()) {
     return "They are read by OpenGL, which needs a system of version 10.5 or later; try "

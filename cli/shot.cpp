@@ -11,8 +11,7 @@ namespace qrv::cli {
 
 namespace {
 
-using runtime::DisplayInfo;
-using Displays = std::vector<DisplayInfo>;
+using Displays = std::vector<QRVDisplay>;
 
 constexpr char kSideLimit[] = "a picture has 1 to 32767 pixels a side";
 
@@ -25,7 +24,7 @@ std::string Text(const Rect& rect) {
          std::to_string(rect.width) + "," + std::to_string(rect.height);
 }
 
-Rect BoundsOf(const DisplayInfo& display) {
+Rect BoundsOf(const QRVDisplay& display) {
   return {display.x, display.y, display.width, display.height};
 }
 
@@ -41,7 +40,7 @@ Rect BoundsOf(const Displays& displays) {
   int32_t right = INT32_MIN;
   int32_t bottom = INT32_MIN;
   Rect bounds = BoundsOf(displays.front());
-  for (const DisplayInfo& each : displays) {
+  for (const QRVDisplay& each : displays) {
     bounds.left = std::min(bounds.left, each.x);
     bounds.top = std::min(bounds.top, each.y);
     right = std::max(right, each.x + each.width);
@@ -53,7 +52,7 @@ Rect BoundsOf(const Displays& displays) {
 }
 
 // In the desktop's own coordinates, which have the main display at that offset.
-Rect ToDesktop(Rect area, const DisplayInfo& main) {
+Rect ToDesktop(Rect area, const QRVDisplay& main) {
   area.left += main.offsetX;
   area.top += main.offsetY;
   return area;
@@ -112,7 +111,7 @@ void Chooser::ChooseArea() {
 }
 
 void Chooser::ChooseRect(const Rect& rect) {
-  const DisplayInfo& main = displays_.front();
+  const QRVDisplay& main = displays_.front();
   const int64_t left = int64_t{rect.left} - main.offsetX;
   const int64_t top = int64_t{rect.top} - main.offsetY;
   shot_.area = {static_cast<int32_t>(std::clamp<int64_t>(left, INT32_MIN, INT32_MAX)),
@@ -128,7 +127,7 @@ void Chooser::ChooseRect(const Rect& rect) {
 
 // The size that the picture has unscaled.
 void Chooser::MeasureDensity() {
-  for (const DisplayInfo& each : displays_) {
+  for (const QRVDisplay& each : displays_) {
     if (Meet(BoundsOf(each), shot_.area)) {
       shot_.density = std::max(shot_.density, 1.0 * each.pixelWidth / each.width);
     }
@@ -138,7 +137,7 @@ void Chooser::MeasureDensity() {
     shot_.display.reset();
   }
   if (shot_.display) {
-    const DisplayInfo& display = displays_[static_cast<size_t>(*shot_.display)];
+    const QRVDisplay& display = displays_[static_cast<size_t>(*shot_.display)];
     shot_.density = 1.0 * display.pixelWidth / display.width;
     shot_.pixels = {display.pixelWidth, display.pixelHeight};
     return;
@@ -175,7 +174,7 @@ void Chooser::RequirePossible() const {
   if (int64_t{size.width} * size.height >= kTooManyPixels) {
     Refuse("at 4 bytes a pixel a picture has fewer than 2^31 bytes. Try a smaller part.");
   }
-  for (size_t index = runtime::kMaximumDisplays; index < displays_.size(); ++index) {
+  for (size_t index = size_t{kQRVMaxDisplayIndex}; index < displays_.size(); ++index) {
     if (Meet(BoundsOf(displays_[index]), shot_.area)) {
       Refuse("display " + std::to_string(index) +
              " of it is beyond the first 32, which are all "

@@ -2,13 +2,14 @@
 #ifndef CLI_SHOT_H_
 #define CLI_SHOT_H_
 
+#include <screenshotqrv/platform.h>
+
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "cli/arguments.h"
-#include "runtime/desktop_view.h"
 
 namespace qrv::cli {
 
@@ -23,7 +24,7 @@ struct Shot {
 
 // What the arguments ask for: a display, a rectangle, or the whole desktop. Throws Failure when
 // that can't be had as asked.
-Shot ChooseShot(const Arguments& arguments, const std::vector<runtime::DisplayInfo>& displays);
+Shot ChooseShot(const Arguments& arguments, const std::vector<QRVDisplay>& displays);
 
 }  // namespace qrv::cli
 

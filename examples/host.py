@@ -47,10 +47,12 @@ ENTRY_POINTS = {  # kept here for good: the plug-in has only their addresses
                                              c_long)(lock_pixels)}
 resolve = CFUNCTYPE(c_void_p, c_char_p)(lambda name: cast(ENTRY_POINTS.get(name), c_void_p).value)
 
-CDLL(sys.argv[1]).REALPluginMain(resolve)
+plugin = CDLL(sys.argv[1])
+plugin.REALPluginMain(resolve)
 picture = CFUNCTYPE(c_void_p)(methods["ScreenshotQRV as picture"])()
 if not picture:
-    sys.exit("nothing was captured")
+    plugin.QRVFailureMessage.restype = c_char_p  # of screenshotqrv/platform.h
+    sys.exit(plugin.QRVFailureMessage().decode())
 image, pixels, _ = pictures[picture]
 bgra, rgb = bytes(pixels), bytearray(image.sx * image.sy * 3)
 rgb[0::3], rgb[1::3], rgb[2::3] = bgra[2::4], bgra[1::4], bgra[0::4]

@@ -7,6 +7,7 @@
 
 #include <dlfcn.h>
 #include <screenshotqrv/host.h>
+#include <screenshotqrv/platform.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -97,6 +98,12 @@ static bool WritePpm(const char* path, const ConsoleImage* image) {
   return fclose(file) == 0 && !failed;
 }
 
+// Why a capture was nil, as the platform says it, which the plug-in has loaded.
+static const char* WhyNil(void* plugin) {
+  void* message = dlsym(plugin, "QRVFailureMessage");
+  return message == NULL ? "" : ((const char* (*)(void))(uintptr_t)message)();
+}
+
 static int Fail(int status, const char* problem) {
   fprintf(stderr, "minimal_host: %s\n", problem);
   return status;
@@ -110,7 +117,7 @@ int main(int count, char** arguments) {
   ((REALPluginMainFunction)(uintptr_t)entry)(Resolve);
 
   REALpictureStruct* picture = screenshot == NULL ? NULL : screenshot();
-  if (picture == NULL) return Fail(1, "nothing was captured");
+  if (picture == NULL) return Fail(1, WhyNil(plugin));
   const bool written = WritePpm(arguments[2], &picture->image);
   UnlockObject((REALobjectStruct*)picture);
   return written ? 0 : Fail(3, "the file can't be written");

@@ -3,34 +3,31 @@
 #ifndef PLATFORM_GUARDED_H_
 #define PLATFORM_GUARDED_H_
 
-#include <QRV/Desktop.h>
-
 #include <exception>
 
+#include "platform/desktop/session.h"
 #include "platform/desktop/signals.h"
 
 namespace qrv {
 
-// What `call` yields, or `failure` when it throws.
+// What `call` yields, or `failure` when it throws. Pixels that it was to deliver are missing then.
 template <typename Result, typename Call>
 Result Guarded(Result failure, Call call) noexcept {
   const desktop::NoCancellation noCancellation;
   try {
     return call();
   } catch (const std::exception&) {
+    desktop::FailCapture(desktop::Reason::kNoMemory, desktop::kNoMemoryMessage);
     return failure;
   }
 }
 
-// For functions that deliver pixels: when `call` throws, those that are missing count as lost.
 template <typename Call>
 void Guarded(Call call) noexcept {
-  const desktop::NoCancellation noCancellation;
-  try {
+  Guarded(true, [&] {
     call();
-  } catch (const std::exception&) {
-    desktop::LosePixels(desktop::kNoMemory);
-  }
+    return true;
+  });
 }
 
 }  // namespace qrv

@@ -2,7 +2,7 @@
 //
 // Blocks of some megabytes come and go with every capture, and fresh ones cost more than to fill
 // them: the system zeroes them page by page. So the one that was given back last is kept for the
-// next that asks for about as much; for a second, so that an idle host keeps none.
+// next that asks for about as much.
 #ifndef RUNTIME_BLOCKS_H_
 #define RUNTIME_BLOCKS_H_
 
@@ -23,9 +23,6 @@ using Block = std::unique_ptr<uint8_t[], BlockDeleter>;
 // A block of that many bytes, all zero or of any content; null when there is no memory.
 Block NewZeroedBlock(size_t bytes);
 Block NewBlock(size_t bytes);
-
-// Has another thread make a zeroed block ready, for the next that asks for one of that size.
-void PrepareBlock(size_t bytes);
 
 }  // namespace qrv::runtime
 

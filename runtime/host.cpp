@@ -58,10 +58,6 @@ long Host::References(const REALpictureStruct* picture) {
   return picture == nullptr ? 0 : picture->references;
 }
 
-void Host::ExpectPicture(int32_t width, int32_t height) const {
-  runtime::ExpectPicture(*state_, width, height);
-}
-
 void Host::Release(REALstringStruct* string) {
   if (string != nullptr) DropReference(*state_, string);
 }

@@ -33,12 +33,12 @@ struct HostOptions {
   bool picturesHaveAlpha = false;           // pictures of a desktop program carry an alpha channel
   // The alpha info of a desktop program's pictures: 1, 2, 5 or 6. Unset: 2 with an alpha channel,
   // else 6.
-  std::optional<uint32_t> bitmapAlphaInfo;
+  std::optional<uint32_t> bitmapAlphaInfo = {};
   // Entry points that this host lacks, by the names that a plug-in asks for; it may lack any. A
   // host older than 2013.0 lacks "PluginGetStringData" and "PluginDisposeStringData" of itself. A
   // plug-in keeps what it has found, so nothing that an earlier host of the process had can be
   // lacking.
-  std::set<std::string, std::less<>> missing;
+  std::set<std::string, std::less<>> missing = {};
 };
 
 // What the host has handed out and not got back. All zero between calls, apart from the
@@ -103,10 +103,6 @@ class Host {
                                : reinterpret_cast<Result (*)(Parameters...)>(function)(
                                      std::forward<Arguments>(arguments)...);
   }
-
-  // The next method to be called will give a picture of that size: memory for it is made ready
-  // meanwhile.
-  void ExpectPicture(int32_t width, int32_t height) const;
 
   // A new string with one reference; `encoding` is the host's code.
   REALstringStruct* NewString(std::string_view bytes, uint32_t encoding = kRawBytesEncoding);

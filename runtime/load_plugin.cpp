@@ -8,8 +8,7 @@
 #include <fstream>
 #include <system_error>
 
-#include <QRV/Desktop.h>
-
+#include "platform/library_file.h"
 #include "runtime/host.h"
 
 namespace qrv::runtime {

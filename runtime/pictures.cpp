@@ -37,10 +37,10 @@ struct BitmapLayout {
 };
 
 constexpr BitmapLayout kBitmapLayouts[] = {
-    {kCGImageAlphaPremultipliedLast, ReadRow<0, 1, 2, 3>},
-    {kCGImageAlphaPremultipliedFirst, ReadRow<1, 2, 3, 0>},
-    {kCGImageAlphaNoneSkipLast, ReadRow<0, 1, 2, kOpaque>},
-    {kCGImageAlphaNoneSkipFirst, ReadRow<1, 2, 3, kOpaque>},
+    {kQRVLayoutRGBA, ReadRow<0, 1, 2, 3>},
+    {kQRVLayoutARGB, ReadRow<1, 2, 3, 0>},
+    {kQRVLayoutRGBX, ReadRow<0, 1, 2, kOpaque>},
+    {kQRVLayoutXRGB, ReadRow<1, 2, 3, kOpaque>},
 };
 
 RowReader ReaderOf(uint32_t alphaInfo) {
@@ -58,16 +58,14 @@ size_t BitmapRowBytes(size_t width) {
 
 bool GiveBitmap(const HostState& host, REALpictureStruct& picture, size_t width, size_t height) {
   const bool hasAlpha = host.options.picturesHaveAlpha;
-  const uint32_t alphaInfo = host.options.bitmapAlphaInfo.value_or(
-      hasAlpha ? kCGImageAlphaPremultipliedFirst : kCGImageAlphaNoneSkipFirst);
+  const uint32_t alphaInfo =
+      host.options.bitmapAlphaInfo.value_or(hasAlpha ? kQRVLayoutARGB : kQRVLayoutXRGB);
   picture.readRow = ReaderOf(alphaInfo);
   picture.rowBytes = BitmapRowBytes(width);
   picture.memory = NewZeroedBlock(height * picture.rowBytes);
   if (!picture.memory || picture.readRow == nullptr) return false;
-  CGColorSpaceRef space = CGColorSpaceCreateDeviceRGB();
-  picture.bitmap.reset(CGBitmapContextCreate(picture.memory.get(), width, height, 8,
-                                             picture.rowBytes, space, alphaInfo));
-  if (space != nullptr) CGColorSpaceRelease(space);
+  picture.bitmap.reset(
+      QRVCreateBitmapContext(picture.memory.get(), width, height, picture.rowBytes, alphaInfo));
   picture.hasAlpha = hasAlpha;
   return picture.bitmap != nullptr;
 }
@@ -121,13 +119,6 @@ bool GivePixels(const HostState& host, REALpictureStruct& picture, long width, l
     picture.height = static_cast<int32_t>(height);
   }
   return given;
-}
-
-void ExpectPicture(const HostState& host, int32_t width, int32_t height) {
-  const auto rowLength = static_cast<size_t>(width);
-  const bool isBitmap = host.options.application == ApplicationKind::kDesktop;
-  PrepareBlock(static_cast<size_t>(height) *
-               (isBitmap ? BitmapRowBytes(rowLength) : rowLength * 4));
 }
 
 REALpictureStruct* MakePicture(HostState& host, long width, long height) {

@@ -2,7 +2,7 @@
 #ifndef RUNTIME_PICTURES_H_
 #define RUNTIME_PICTURES_H_
 
-#include <ApplicationServices/ApplicationServices.h>
+#include <screenshotqrv/platform.h>
 
 #include <cstdint>
 #include <memory>
@@ -13,7 +13,7 @@
 namespace qrv::runtime {
 
 struct ContextDeleter {
-  void operator()(CGContextRef context) const { CGContextRelease(context); }
+  void operator()(void* context) const { QRVReleaseBitmapContext(context); }
 };
 struct ConsoleImageDeleter {
   void operator()(ConsoleImage* image) const;
@@ -35,7 +35,7 @@ struct REALpictureStruct : REALobjectStruct {
   int32_t height = 0;
   size_t rowBytes = 0;
   qrv::runtime::Block memory;  // of the pixels, in either form
-  std::unique_ptr<CGContext, qrv::runtime::ContextDeleter> bitmap;
+  std::unique_ptr<void, qrv::runtime::ContextDeleter> bitmap;
   std::unique_ptr<ConsoleImage, qrv::runtime::ConsoleImageDeleter> image;
   qrv::runtime::RowReader readRow = nullptr;
   bool hasAlpha = false;
@@ -52,9 +52,6 @@ REALpictureStruct* MakeEmptyPicture(HostState& host);
 // Gives the picture its zeroed pixels in the host's form. False when the size is not in 1 ...
 // 32767, when it has pixels already and when there is no memory.
 bool GivePixels(const HostState& host, REALpictureStruct& picture, long width, long height);
-
-// Has memory made ready meanwhile for a picture of that size, which comes next.
-void ExpectPicture(const HostState& host, int32_t width, int32_t height);
 
 // A new picture of that size with one reference, or null. Throws std::bad_alloc.
 REALpictureStruct* MakePicture(HostState& host, long width, long height);

@@ -1,14 +1,14 @@
 // Bundles: folders such as Name.framework whose executable is the shared library Name within.
-#include <QRV/Desktop.h>
 #include <dlfcn.h>
 #include <link.h>
 
+#include <cstdio>
 #include <filesystem>
-#include <string>
 #include <system_error>
 
 #include "platform/corefoundation/url.h"
 #include "platform/guarded.h"
+#include "platform/library_file.h"
 
 namespace {
 
@@ -18,26 +18,28 @@ std::filesystem::path ExecutableOf(std::filesystem::path folder) {
   return folder / folder.stem();
 }
 
-// A name is also searched for in the libraries that the library depends on.
-bool Defines(void* library, void* address) {
-  link_map* libraryMap = nullptr;
-  void* definer = nullptr;
-  Dl_info info;
-  return dlinfo(library, RTLD_DI_LINKMAP, &libraryMap) == 0 &&
-         dladdr1(address, &info, &definer, RTLD_DL_LINKMAP) != 0 && definer == libraryMap;
+// Whether this code is in that library.
+bool IsThisLibrary(void* library) {
+  static const int here = 0;
+  Dl_info info = {};
+  void* itself = nullptr;
+  return dladdr1(&here, &info, &itself, RTLD_DL_LINKMAP) != 0 && itself == library;
 }
 
 }  // namespace
 
 // The library is loaded as long as its bundle lives; addresses taken from it are valid that long.
+// The platform's own frameworks are links to this library, which is loaded without them: it would
+// never be unloaded if it held itself.
 struct __CFBundle final : qrv::corefoundation::Object {
   explicit __CFBundle(std::filesystem::path folder) : executable(ExecutableOf(std::move(folder))) {}
   ~__CFBundle() override {
-    if (library != nullptr) dlclose(library);
+    if (isHeld) dlclose(library);
   }
 
   const std::filesystem::path executable;
   void* library = nullptr;
+  bool isHeld = false;
 };
 
 CFBundleRef CFBundleCreate(CFAllocatorRef, CFURLRef url) {
@@ -54,12 +56,18 @@ Boolean CFBundleLoadExecutable(CFBundleRef bundle) {
   return qrv::Guarded(false, [=] {
     if (!qrv::IsWholeLibrary(bundle->executable.c_str())) return false;
     bundle->library = dlopen(bundle->executable.c_str(), RTLD_NOW | RTLD_LOCAL);
+    bundle->isHeld = bundle->library != nullptr && !IsThisLibrary(bundle->library);
+    if (bundle->library != nullptr && !bundle->isHeld) dlclose(bundle->library);
     return bundle->library != nullptr;
   });
 }
 
+// Functions have names of their own in a symbol table; see QRV/Symbol.h. Takes no memory: a caller
+// goes on without a function that it doesn't find.
 void* CFBundleGetFunctionPointerForName(CFBundleRef bundle, CFStringRef functionName) {
   if (bundle == nullptr || bundle->library == nullptr || functionName == nullptr) return nullptr;
-  void* address = dlsym(bundle->library, functionName->characters);
-  return address != nullptr && Defines(bundle->library, address) ? address : nullptr;
+  char symbol[128];
+  const int length = std::snprintf(symbol, sizeof symbol, "QRV_%s", functionName->characters);
+  const bool isWhole = length > 0 && static_cast<size_t>(length) < sizeof symbol;
+  return isWhole ? dlsym(bundle->library, symbol) : nullptr;
 }

@@ -3,15 +3,12 @@
 #define PLATFORM_COREGRAPHICS_BITMAP_H_
 
 #include <ApplicationServices/CoreGraphics.h>
-#include <QRV/Desktop.h>
 
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <vector>
 
-#include "platform/coregraphics/display_part.h"
-#include "platform/coregraphics/rectangles.h"
+#include "platform/desktop/frame.h"
 #include "platform/pixels/rows.h"
 
 namespace qrv::coregraphics {
@@ -29,8 +26,7 @@ inline constexpr PixelLayout kDesktopLayout = {kCGImageAlphaNoneSkipFirst, pixel
 
 }  // namespace qrv::coregraphics
 
-// Rows from top to bottom. `owner` keeps `pixels` alive and unchanged. Both are null while the
-// image is yet to be captured.
+// Rows from top to bottom. `owner` keeps `pixels` alive and unchanged.
 struct CGImage {
   std::shared_ptr<void> owner;
   const uint8_t* pixels;
@@ -39,7 +35,6 @@ struct CGImage {
   size_t bytesPerRow;
   qrv::coregraphics::PixelLayout layout;
   CGColorSpaceRef colorSpace;  // null when the image has none
-  std::shared_ptr<qrv::coregraphics::DisplayPart> toCapture = nullptr;
 };
 
 namespace qrv::coregraphics {
@@ -55,49 +50,37 @@ inline CGImage ImageOf(const desktop::Frame& frame) {
           CGColorSpaceCreateDeviceRGB()};
 }
 
-// What shows the part as it is now, in that many pixels: captured, or begun. Null when it can't be
-// had. Throws std::bad_alloc.
-CGImage* ImageOf(std::shared_ptr<DisplayPart> part, size_t width, size_t height);
-
-// An image that was drawn before it was captured. `area` is where all of it goes, in pixels from
-// the context's top-left corner.
-struct PendingDraw {
-  std::shared_ptr<DisplayPart> part;
-  Edges area;
-};
-
 // What a context begins with. A host that hands out something else for one is refused.
 inline constexpr uint64_t kContextTag = 0x7478657443475251;
 
 }  // namespace qrv::coregraphics
 
-// Memory is either the caller's, or the context's own: that is there once somebody draws or looks,
-// until an image takes it over, which saves a copy, for whoever makes an image has done drawing.
+// The pixels are in memory, the caller's or the context's own. A context of its own memory takes
+// none as long as it shows nothing but zeros or an image that fills it: it shares the image's.
 struct CGContext {
   uint8_t* Row(size_t y) const { return pixels + y * bytesPerRow; }
 
   uint64_t tag;
   bool isOwn;
-  bool hasImage;                // which has taken the memory
-  std::shared_ptr<void> owner;  // of own memory
-  uint8_t* pixels;              // row 0 is the top row
+  std::shared_ptr<void> owner;     // of own memory
+  std::unique_ptr<CGImage> image;  // what it shows, while it shares that
+  uint8_t* pixels;                 // row 0 is the top row
   size_t width;
   size_t height;
   size_t bytesPerRow;
   qrv::coregraphics::PixelLayout layout;
   CGColorSpaceRef colorSpace;
-  std::vector<qrv::coregraphics::PendingDraw> pending = {};  // in order; drawn before all else
-  bool isIncomplete = false;  // what was drawn could not be had: nobody sees the rest
+  bool hasFailed = false;  // something was not drawn: its pixels are not given out
 };
 
 namespace qrv::coregraphics {
 
-// Whether the context has memory to draw in, once it has been tried to give it its own. Without,
-// its pixels are lost.
-bool HasMemory(CGContext& context) noexcept;
+// Gives the context memory to draw in, with what it shows. False when there is none.
+bool TakeMemory(CGContext& context) noexcept;
 
-// Captures what is pending, and draws it. Pixels that can't be had are missing, or lost.
-void DrawPending(CGContext& context) noexcept;
+// Writes the image with its top-left corner at a pixel of a context that has memory. What lies
+// beyond the context is left out.
+void CopyImage(const CGImage& image, ptrdiff_t left, ptrdiff_t top, const CGContext& context);
 
 inline bool IsContext(CGContextRef context) {
   return context != nullptr && context->tag == kContextTag;

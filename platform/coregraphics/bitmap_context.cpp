@@ -2,17 +2,18 @@
 #include <algorithm>
 #include <cstdlib>
 #include <iterator>
+#include <memory>
+#include <new>
 #include <utility>
 
-#include <QRV/Desktop.h>
 #include "platform/coregraphics/bitmap.h"
 #include "platform/guarded.h"
 
 namespace {
 
-using qrv::coregraphics::HasMemory;
 using qrv::coregraphics::IsContext;
 using qrv::coregraphics::PixelLayout;
+using qrv::coregraphics::TakeMemory;
 using qrv::pixels::ByteOrder;
 
 constexpr PixelLayout kLayouts[] = {
@@ -36,38 +37,17 @@ bool SizesAreUsable(size_t width, size_t height, size_t bytesPerRow) {
          bytesPerRow <= PTRDIFF_MAX / height;
 }
 
-// When all that was drawn is one part of a display that fills the context: that part, which saves a
-// copy. Else null.
-CGImageRef PartAsImage(CGContext& context) {
-  if (context.pixels != nullptr || context.pending.size() != 1) return nullptr;
-  const qrv::coregraphics::Edges& area = context.pending.front().area;
-  if (area.left != 0 || area.top != 0 || area.right != static_cast<double>(context.width) ||
-      area.bottom != static_cast<double>(context.height)) {
-    return nullptr;
-  }
-  CGImageRef image = nullptr;
-  qrv::Guarded([&] {
-    const auto part = context.pending.front().part;
-    context.pending.clear();
-    context.isIncomplete = true;
-    image = qrv::coregraphics::ImageOf(part, context.width, context.height);
-    context.hasImage = image != nullptr;
-    context.isIncomplete = image == nullptr;
-  });
-  return image;
-}
-
 }  // namespace
 
-bool qrv::coregraphics::HasMemory(CGContext& context) noexcept {
-  if (context.pixels == nullptr && !context.hasImage) {
-    Guarded([&] {
-      context.owner = std::shared_ptr<void>(calloc(context.height, context.bytesPerRow), free);
-    });
+bool qrv::coregraphics::TakeMemory(CGContext& context) noexcept {
+  if (context.pixels != nullptr) return true;
+  return Guarded(false, [&] {
+    context.owner = std::shared_ptr<void>(calloc(context.height, context.bytesPerRow), free);
+    if (!context.owner) throw std::bad_alloc();
     context.pixels = static_cast<uint8_t*>(context.owner.get());
-    if (context.pixels == nullptr) desktop::LosePixels(desktop::kNoMemory);
-  }
-  return context.pixels != nullptr;
+    if (context.image) CopyImage(*std::exchange(context.image, nullptr), 0, 0, context);
+    return true;
+  });
 }
 
 CGContextRef CGBitmapContextCreate(void* data, size_t width, size_t height, size_t bitsPerComponent,
@@ -80,8 +60,8 @@ CGContextRef CGBitmapContextCreate(void* data, size_t width, size_t height, size
   return qrv::Guarded<CGContextRef>(nullptr, [=] {
     return new CGContext{.tag = qrv::coregraphics::kContextTag,
                          .isOwn = data == nullptr,
-                         .hasImage = false,
                          .owner = nullptr,
+                         .image = nullptr,
                          .pixels = static_cast<uint8_t*>(data),
                          .width = width,
                          .height = height,
@@ -94,9 +74,8 @@ CGContextRef CGBitmapContextCreate(void* data, size_t width, size_t height, size
 void CGContextRelease(CGContextRef context) { delete context; }
 
 void* CGBitmapContextGetData(CGContextRef context) {
-  if (!IsContext(context)) return nullptr;
-  qrv::coregraphics::DrawPending(*context);
-  return !context->isIncomplete && HasMemory(*context) ? context->pixels : nullptr;
+  if (!IsContext(context) || context->hasFailed || !TakeMemory(*context)) return nullptr;
+  return context->pixels;
 }
 
 size_t CGBitmapContextGetBitsPerPixel(CGContextRef context) { return IsContext(context) ? 32 : 0; }
@@ -117,22 +96,20 @@ CGImageAlphaInfo CGBitmapContextGetAlphaInfo(CGContextRef context) {
   return IsContext(context) ? context->layout.alphaInfo : CGImageAlphaInfo{kCGImageAlphaNone};
 }
 
-// There is no image while a part that was to be drawn is missing.
+// The image takes over the memory, and the context shows the image. There is none while a part that
+// was to be drawn is missing.
 CGImageRef CGBitmapContextCreateImage(CGContextRef context) {
-  if (!IsContext(context) || !context->isOwn || context->hasImage) return nullptr;
-  if (CGImageRef image = PartAsImage(*context)) return image;
-  qrv::coregraphics::DrawPending(*context);
-  if (context->isIncomplete || !HasMemory(*context) || qrv::desktop::HasLostPixels()) {
-    return nullptr;
-  }
-  context->hasImage = true;
+  if (!IsContext(context) || !context->isOwn || context->hasFailed) return nullptr;
+  if (qrv::desktop::HasCaptureFailed()) return nullptr;
+  if (!context->image && !TakeMemory(*context)) return nullptr;
   return qrv::Guarded<CGImageRef>(nullptr, [=] {
-    return new CGImage{std::move(context->owner),
-                       std::exchange(context->pixels, nullptr),
-                       context->width,
-                       context->height,
-                       context->bytesPerRow,
-                       context->layout,
-                       context->colorSpace};
+    if (!context->image) {
+      context->image = std::make_unique<CGImage>(
+          CGImage{context->owner, context->pixels, context->width, context->height,
+                  context->bytesPerRow, context->layout, context->colorSpace});
+      context->owner = nullptr;
+      context->pixels = nullptr;
+    }
+    return new CGImage(*context->image);
   });
 }

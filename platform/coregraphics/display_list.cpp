@@ -9,8 +9,8 @@
 #include <memory>
 #include <vector>
 
-#include <QRV/Desktop.h>
 #include "platform/corefoundation/object.h"
+#include "platform/desktop/session.h"
 #include "platform/desktop/system_version.h"
 #include "platform/guarded.h"
 
@@ -38,9 +38,9 @@ Dictionary MakeMode(const Display& display) {
   if (!qrv::desktop::SystemIsAtLeast(kModesStateSamples)) return mode;
   mode->Add("BitsPerSample", display.bitsPerSample);
   mode->Add("SamplesPerPixel", display.samplesPerPixel);
-  // Whoever asks for the modes of several displays reads them into a picture next, and nothing can
-  // fail by then. So a display whose pixels can't be had has no mode.
-  if (IsReadBack(display) && !qrv::desktop::HoldPixels(display)) return nullptr;
+  // A caller that asks for the modes of several displays reads them into a picture next, and looks
+  // at no failure any more. So a display that can't be captured has no mode.
+  if (IsReadBack(display) && !qrv::desktop::FrameBuffer(display)) return nullptr;
   return mode;
 }
 
@@ -93,6 +93,6 @@ CGOpenGLDisplayMask CGDisplayIDToOpenGLDisplayMask(CGDirectDisplayID display) {
 std::optional<Display> qrv::coregraphics::DisplayOfMask(CGOpenGLDisplayMask mask) noexcept {
   const std::vector<Display>* displays = qrv::desktop::LatestDisplays();
   const auto bit = static_cast<size_t>(std::countr_zero(mask));
-  if (displays == nullptr || bit >= displays->size()) return std::nullopt;
+  if (mask == 0 || displays == nullptr || bit >= displays->size()) return std::nullopt;
   return (*displays)[bit];
 }

@@ -6,7 +6,7 @@
 
 #include <optional>
 
-#include "platform/desktop/desktop.h"
+#include "platform/desktop/display.h"
 
 namespace qrv::coregraphics {
 

@@ -4,35 +4,20 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <memory>
 #include <optional>
-#include <utility>
-#include <vector>
 
-#include <QRV/Desktop.h>
 #include "platform/coregraphics/bitmap.h"
 #include "platform/coregraphics/rectangles.h"
 #include "platform/guarded.h"
-#include "platform/page_fetcher.h"
+#include "platform/pixels/convert_rows.h"
 
 namespace {
 
-using qrv::coregraphics::DrawPending;
+using qrv::coregraphics::CopyImage;
 using qrv::coregraphics::Edges;
 using qrv::coregraphics::EdgesOf;
-using qrv::coregraphics::HasMemory;
-using qrv::coregraphics::PendingDraw;
-
-// Pixels of a context, counted from its top-left corner; right and bottom exclusive.
-struct PixelBox {
-  size_t width() const { return right - left; }
-  size_t height() const { return bottom - top; }
-  bool empty() const { return left >= right || top >= bottom; }
-
-  size_t left;
-  size_t top;
-  size_t right;
-  size_t bottom;
-};
+using qrv::coregraphics::TakeMemory;
 
 // The rectangle of user space in pixels from the context's top-left corner.
 std::optional<Edges> AreaInPixels(const CGContext& context, CGRect rect) {
@@ -47,13 +32,9 @@ size_t FirstPixelFrom(double edge, size_t length) {
   return static_cast<size_t>(std::clamp(std::ceil(edge - 0.5), 0.0, static_cast<double>(length)));
 }
 
-PixelBox CoveredPixels(const CGContext& context, const Edges& area) {
-  return {FirstPixelFrom(area.left, context.width), FirstPixelFrom(area.top, context.height),
-          FirstPixelFrom(area.right, context.width), FirstPixelFrom(area.bottom, context.height)};
-}
-
-uint8_t* FirstPixel(const CGContext& context, const PixelBox& box) {
-  return context.Row(box.top) + box.left * 4;
+bool Meets(const Edges& area, const CGContext& context) {
+  return area.right > 0 && area.bottom > 0 && area.left < static_cast<double>(context.width) &&
+         area.top < static_cast<double>(context.height);
 }
 
 bool IsPixelForPixel(const CGImage& image, const Edges& area) {
@@ -62,88 +43,70 @@ bool IsPixelForPixel(const CGImage& image, const Edges& area) {
          area.left == std::floor(area.left) && area.top == std::floor(area.top);
 }
 
-// `area` is where all of the image would go.
-void CopyPixels(const CGImage& image, const Edges& area, const PixelBox& box,
-                const CGContext& context) {
-  const auto imageX = static_cast<size_t>(static_cast<double>(box.left) - area.left);
-  const auto imageY = static_cast<size_t>(static_cast<double>(box.top) - area.top);
-  const qrv::pixels::RowKernel kernel = qrv::pixels::ReorderingKernel(
-      image.layout.order, context.layout.order, image.layout.hasAlpha);
-  qrv::ConvertRows(kernel,
-                   {image.pixels + imageY * image.bytesPerRow + imageX * 4, image.bytesPerRow},
-                   {FirstPixel(context, box), context.bytesPerRow}, 4, box.width(), box.height());
-}
-
-// The pages of the rows that are drawn, while the desktop captures what is drawn there.
-void FetchRows(const CGContext& context, const std::vector<PendingDraw>& draws) {
-  size_t top = context.height;
-  size_t bottom = 0;
-  for (const PendingDraw& each : draws) {
-    const PixelBox box = CoveredPixels(context, each.area);
-    top = std::min(top, box.top);
-    bottom = std::max(bottom, box.bottom);
-  }
-  if (top < bottom) qrv::FetchPages(context.Row(top), (bottom - top) * context.bytesPerRow);
+bool Fills(const CGImage& image, const Edges& area, const CGContext& context) {
+  return area.left == 0 && area.top == 0 && image.width == context.width &&
+         image.height == context.height;
 }
 
 }  // namespace
 
-void qrv::coregraphics::DrawPending(CGContext& context) noexcept {
-  if (context.pending.empty()) return;
-  const std::vector<PendingDraw> draws = std::exchange(context.pending, {});
-  const bool wasIncomplete = std::exchange(context.isIncomplete, true);
-  if (!HasMemory(context)) return;
-  Guarded([&] {
-    std::vector<desktop::Share> shares;
-    shares.reserve(draws.size());
-    for (const PendingDraw& each : draws) {
-      if (!each.part->isBegun()) shares.push_back(each.part->share());
-    }
-    if (shares.empty() || desktop::ExpectCaptures(shares)) FetchRows(context, draws);
-    bool isMissed = false;
-    for (const PendingDraw& each : draws) {
-      const desktop::Frame frame = each.part->Capture();
-      if (frame) CopyPixels(ImageOf(frame), each.area, CoveredPixels(context, each.area), context);
-      isMissed = isMissed || (!frame && each.part->isBegun());
-    }
-    context.isIncomplete = wasIncomplete || isMissed;
-  });
+void qrv::coregraphics::CopyImage(const CGImage& image, ptrdiff_t left, ptrdiff_t top,
+                                  const CGContext& context) {
+  const auto clip = [](ptrdiff_t edge, size_t length) {
+    return static_cast<size_t>(std::clamp(edge, ptrdiff_t{0}, static_cast<ptrdiff_t>(length)));
+  };
+  const size_t x = clip(left, context.width);
+  const size_t y = clip(top, context.height);
+  const size_t width = clip(left + static_cast<ptrdiff_t>(image.width), context.width) - x;
+  const size_t height = clip(top + static_cast<ptrdiff_t>(image.height), context.height) - y;
+  if (width == 0 || height == 0) return;
+  const auto imageX = static_cast<size_t>(static_cast<ptrdiff_t>(x) - left);
+  const auto imageY = static_cast<size_t>(static_cast<ptrdiff_t>(y) - top);
+  const pixels::RowKernel kernel =
+      pixels::ReorderingKernel(image.layout.order, context.layout.order, image.layout.hasAlpha);
+  pixels::ConvertRows(kernel,
+                      {image.pixels + imageY * image.bytesPerRow + imageX * 4, image.bytesPerRow},
+                      {context.Row(y) + x * 4, context.bytesPerRow}, 4, width, height);
 }
 
 void CGContextDrawImage(CGContextRef context, CGRect rect, CGImageRef image) {
   if (!qrv::coregraphics::IsContext(context) || image == nullptr) return;
   const std::optional<Edges> area = AreaInPixels(*context, rect);
-  if (!area) return;
-  const PixelBox box = CoveredPixels(*context, *area);
-  if (box.empty()) return;
-  if (context->hasImage || !IsPixelForPixel(*image, *area)) {
-    qrv::desktop::LosePixels("an image was to be drawn other than pixel for pixel");
-    return;
-  }
-  if (image->toCapture) {
-    const bool isIncomplete = std::exchange(context->isIncomplete, true);
-    qrv::Guarded([&] {
-      context->pending.push_back({image->toCapture, *area});
-      context->isIncomplete = isIncomplete;
-    });
-    // The caller may look at its own memory at any time.
-    if (!context->isOwn) DrawPending(*context);
-    return;
-  }
-  DrawPending(*context);
-  if (!HasMemory(*context)) return;
-  CopyPixels(*image, *area, box, *context);
+  if (!area || !Meets(*area, *context)) return;
+  const bool isFailed = !qrv::Guarded(false, [&] {
+    if (!IsPixelForPixel(*image, *area)) {
+      qrv::desktop::FailCapture(qrv::desktop::Reason::kUnsupported,
+                                "an image was to be drawn other than pixel for pixel");
+      return false;
+    }
+    const bool isShared = context->isOwn && Fills(*image, *area, *context);
+    if (isShared) {
+      context->image = std::make_unique<CGImage>(*image);
+      context->pixels = nullptr;
+      context->owner = nullptr;
+      return true;
+    }
+    if (!TakeMemory(*context)) return false;
+    CopyImage(*image, static_cast<ptrdiff_t>(area->left), static_cast<ptrdiff_t>(area->top),
+              *context);
+    return true;
+  });
+  context->hasFailed = context->hasFailed || isFailed;
 }
 
 void CGContextClearRect(CGContextRef context, CGRect rect) {
   if (!qrv::coregraphics::IsContext(context)) return;
-  DrawPending(*context);
-  if (context->pixels == nullptr) return;  // all zero as yet, or an image's
+  if (context->pixels == nullptr && !context->image) return;  // all zero
   const std::optional<Edges> area = AreaInPixels(*context, rect);
   if (!area) return;
-  const PixelBox box = CoveredPixels(*context, *area);
-  if (box.empty()) return;
-  for (size_t row = 0; row < box.height(); ++row) {
-    memset(FirstPixel(*context, box) + row * context->bytesPerRow, 0, box.width() * 4);
+  if (!TakeMemory(*context)) {
+    context->hasFailed = true;
+    return;
+  }
+  const size_t left = FirstPixelFrom(area->left, context->width);
+  const size_t right = FirstPixelFrom(area->right, context->width);
+  const size_t bottom = FirstPixelFrom(area->bottom, context->height);
+  for (size_t y = FirstPixelFrom(area->top, context->height); y < bottom && left < right; ++y) {
+    memset(context->Row(y) + left * 4, 0, (right - left) * 4);
   }
 }

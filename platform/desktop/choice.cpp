@@ -4,13 +4,13 @@
 #include <cstdlib>
 #include <iterator>
 #include <string_view>
+#include <utility>
 
 #include "platform/desktop/system_version.h"
 #include "platform/desktop/virtual/desktop.h"
 #include "platform/desktop/virtual/layout.h"
 #include "platform/desktop/wayland/desktop.h"
 #include "platform/desktop/x11/desktop.h"
-#include "platform/desktop/x11/reach.h"
 
 namespace qrv::desktop {
 
@@ -18,10 +18,11 @@ namespace qrv::desktop {
 struct DesktopKind {
   std::string_view name;             // as QRV_DESKTOP names it
   std::string_view argument;         // what may follow "name:", in help
+  int32_t kind;                      // as hosts know it
   std::string (*defaultArgument)();  // what the name alone means here; empty for nothing
   const char* lack;                  // why the name alone means nothing
   bool isDefault;                    // taken without a choice when its name alone means something
-  std::unique_ptr<Desktop> (*open)(const std::string& argument, std::string& problem);
+  std::unique_ptr<Desktop> (*open)(const std::string& argument);
   const char* example;  // of a choice with an argument
   const char* advice;   // when it can't be opened or reached
 };
@@ -41,29 +42,24 @@ constexpr char kWaylandAdvice[] =
     "finds, "
     "as the installed package has one.";
 
-std::unique_ptr<Desktop> OpenX11(const std::string& display, std::string& problem) {
-  ServerName name;
-  if (ParseServerName(display, name)) return OpenX11Desktop(display);
-  problem = "'" + display + "' is not the name of an X display";
-  return nullptr;
+std::unique_ptr<Desktop> OpenX11(const std::string& display) {
+  if (IsX11DisplayName(display)) return OpenX11Desktop(display);
+  throw Error(Reason::kBadChoice, "'" + display + "' is not the name of an X display");
 }
 
 constexpr DesktopKind kKinds[] = {
-    {"wayland", "SOCKET", [] { return Variable("WAYLAND_DISPLAY"); }, kNoSocket, true,
-     [](const std::string& socket, std::string&) { return OpenWaylandDesktop(socket, false); },
+    {"wayland", "SOCKET", kQRVWayland, [] { return Variable("WAYLAND_DISPLAY"); }, kNoSocket, true,
+     [](const std::string& socket) { return OpenWaylandDesktop(socket, false); },
      "wayland:wayland-1", kWaylandAdvice},
-    {"portal", "SOCKET", [] { return Variable("WAYLAND_DISPLAY"); }, kNoSocket, false,
-     [](const std::string& socket, std::string&) { return OpenWaylandDesktop(socket, true); },
-     "portal:wayland-1", kWaylandAdvice},
-    {"x11", "DISPLAY", [] { return Variable("DISPLAY"); }, "DISPLAY is not set", true, OpenX11,
-     "x11::0",
+    {"portal", "SOCKET", kQRVWayland, [] { return Variable("WAYLAND_DISPLAY"); }, kNoSocket, false,
+     [](const std::string& socket) { return OpenWaylandDesktop(socket, true); }, "portal:wayland-1",
+     kWaylandAdvice},
+    {"x11", "DISPLAY", kQRVX11, [] { return Variable("DISPLAY"); }, "DISPLAY is not set", true,
+     OpenX11, "x11::0",
      "Check that the X server runs and that you may connect to it, or name another one like x11::1 "
      "(--desktop or QRV_DESKTOP)."},
-    {"virtual", "LAYOUT", [] { return std::string(kDefaultLayout); }, "", false,
-     [](const std::string& layout, std::string& problem) {
-       return OpenVirtualDesktop(layout, problem);
-     },
-     "virtual:1440x900+0+0,1280x1024+1440+0",
+    {"virtual", "LAYOUT", kQRVVirtualDesktop, [] { return std::string(kDefaultLayout); }, "", false,
+     OpenVirtualDesktop, "virtual:1440x900+0+0,1280x1024+1440+0",
      "Write it like virtual:1440x900+0+0,1280x1024+1440+0."},
 };
 const DesktopKind& kSubstitute = *(std::end(kKinds) - 1);
@@ -80,10 +76,16 @@ std::string Quoted(std::string_view words) {
   return '"' + std::string(words.substr(0, kMostWords)) + '"';
 }
 
-Choice Lacking(std::string problem) { return {nullptr, {}, std::move(problem), {}, kSetIt}; }
+Choice Lacking(std::string problem) {
+  return {nullptr, {}, Reason::kNoDesktop, std::move(problem), {}, kSetIt};
+}
 
 Choice Wrong(std::string problem, std::string advice) {
-  return {nullptr, {}, std::move(problem), {}, std::move(advice), true};
+  return {nullptr, {}, Reason::kBadChoice, std::move(problem), {}, std::move(advice)};
+}
+
+Choice Taken(const DesktopKind& kind, std::string argument, std::string note = {}) {
+  return {&kind, std::move(argument), Reason::kNone, {}, std::move(note), kind.advice};
 }
 
 Choice TakeDefault(std::string_view wanted) {
@@ -91,27 +93,24 @@ Choice TakeDefault(std::string_view wanted) {
   for (const DesktopKind& kind : kKinds) {
     if (!kind.isDefault) continue;
     std::string argument = kind.defaultArgument();
-    if (!argument.empty()) return {&kind, std::move(argument), {}, {}, kind.advice};
+    if (!argument.empty()) return Taken(kind, std::move(argument));
     lacks += (lacks.empty() ? "" : ", ") + std::string(kind.lack);
   }
   if (wanted != kAny) return Lacking(lacks);
-  return {&kSubstitute,
-          kSubstitute.defaultArgument(),
-          {},
-          lacks + ": this is the built-in virtual desktop",
-          kSubstitute.advice};
+  return Taken(kSubstitute, kSubstitute.defaultArgument(),
+               lacks + ": this is the built-in virtual desktop");
 }
 
 Choice TakeKind(const DesktopKind& kind, std::string_view wanted) {
   if (wanted.size() > kind.name.size()) {
     const std::string_view argument = wanted.substr(kind.name.size() + 1);
-    if (!argument.empty()) return {&kind, std::string(argument), {}, {}, kind.advice};
+    if (!argument.empty()) return Taken(kind, std::string(argument));
     return Wrong("the desktop " + Quoted(wanted) + " names no " + std::string(kind.argument),
                  "Write it like " + std::string(kind.example) + ".");
   }
   std::string argument = kind.defaultArgument();
   if (argument.empty()) return Lacking(kind.lack);
-  return {&kind, std::move(argument), {}, {}, kind.advice};
+  return Taken(kind, std::move(argument));
 }
 
 std::string Choices() {
@@ -139,9 +138,13 @@ Choice ReadChoice() {
   return Wrong("there is no desktop " + Quoted(wanted), "Use " + Choices() + ".");
 }
 
-std::unique_ptr<Desktop> Open(const Choice& choice, std::string& problem) {
-  problem = choice.problem;
-  return choice.kind == nullptr ? nullptr : choice.kind->open(choice.argument, problem);
+std::unique_ptr<Desktop> Open(const Choice& choice) {
+  if (choice.kind == nullptr) throw Error(choice.reason, choice.problem);
+  return choice.kind->open(choice.argument);
+}
+
+int32_t KindOf(const Choice& choice) {
+  return choice.kind == nullptr ? int32_t{kQRVNoDesktopKind} : choice.kind->kind;
 }
 
 const char* DesktopChoices() noexcept {

@@ -2,6 +2,7 @@
 #ifndef PLATFORM_DESKTOP_CHOICE_H_
 #define PLATFORM_DESKTOP_CHOICE_H_
 
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -15,10 +16,10 @@ struct DesktopKind;
 struct Choice {
   const DesktopKind* kind = nullptr;
   std::string argument;  // what follows "kind:"
+  Reason reason = Reason::kNone;
   std::string problem;
   std::string note;  // what is worth knowing of the choice
   std::string advice;
-  bool isWrong = false;  // it can be no desktop, here or elsewhere
 
   bool operator==(const Choice&) const = default;
 };
@@ -26,9 +27,14 @@ struct Choice {
 // What the environment asks for now. Throws std::bad_alloc.
 Choice ReadChoice();
 
-// Opens what was chosen. Null, and one line in `problem`, when that can't be. Throws
-// std::bad_alloc.
-std::unique_ptr<Desktop> Open(const Choice& choice, std::string& problem);
+// Opens what was chosen. Throws Error and std::bad_alloc.
+std::unique_ptr<Desktop> Open(const Choice& choice);
+
+// What hosts know the chosen kind of desktop as.
+int32_t KindOf(const Choice& choice);
+
+// The choices, for a person: "x11, x11:DISPLAY, virtual or virtual:LAYOUT".
+const char* DesktopChoices() noexcept;
 
 }  // namespace qrv::desktop
 

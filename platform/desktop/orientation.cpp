@@ -2,6 +2,8 @@
 
 #include <libyuv/rotate_argb.h>
 
+#include <new>
+
 #include "platform/desktop/frame.h"
 
 namespace qrv::desktop {
@@ -12,24 +14,6 @@ bool IsMirrored(Orientation orientation) { return orientation >= Orientation::kM
 uint32_t QuarterTurns(Orientation orientation) { return static_cast<uint32_t>(orientation) % 4; }
 
 }  // namespace
-
-PixelRect PartBefore(Orientation orientation, int32_t width, int32_t height,
-                     const PixelRect& part) {
-  PixelRect from = part;
-  if (IsMirrored(orientation)) from.x = width - part.x - part.width;
-  const int32_t fromRight = width - from.x - from.width;
-  const int32_t fromBottom = height - from.y - from.height;
-  switch (QuarterTurns(orientation)) {
-    case 1:
-      return {from.y, fromRight, from.height, from.width};
-    case 2:
-      return {fromRight, fromBottom, from.width, from.height};
-    case 3:
-      return {fromBottom, from.x, from.height, from.width};
-    default:
-      return from;
-  }
-}
 
 // Mirroring left to right is the same as inverting the rows before a turn by a quarter, and before
 // the opposite of a turn by none or two.
@@ -43,13 +27,12 @@ Frame Upright(const Frame& frame, Orientation orientation, bool isInverted) {
   const bool swapsSides = turns % 2 != 0;
   Frame upright =
       swapsSides ? NewFrame(frame.height, frame.width) : NewFrame(frame.width, frame.height);
-  if (!upright) return {};
   constexpr libyuv::RotationMode kModes[] = {libyuv::kRotate0, libyuv::kRotate90,
                                              libyuv::kRotate180, libyuv::kRotate270};
   if (libyuv::ARGBRotate(frame.pixels, static_cast<int>(frame.rowBytes), upright.pixels,
                          static_cast<int>(upright.rowBytes), frame.width,
                          isInverted ? -frame.height : frame.height, kModes[turns]) != 0) {
-    return {};
+    throw std::bad_alloc();
   }
   return upright;
 }

@@ -2,7 +2,7 @@
 #ifndef PLATFORM_DESKTOP_ORIENTATION_H_
 #define PLATFORM_DESKTOP_ORIENTATION_H_
 
-#include <QRV/Desktop.h>
+#include "platform/desktop/frame.h"
 
 #include <cstdint>
 
@@ -29,11 +29,7 @@ inline bool SwapsSides(Orientation orientation) {
   return (static_cast<uint32_t>(orientation) & 1) != 0;
 }
 
-// A part of an upright picture of that size, as it lies in the pixels before they come upright.
-PixelRect PartBefore(Orientation orientation, int32_t width, int32_t height, const PixelRect& part);
-
-// The same pixels upright. `isInverted`: its rows come from bottom to top. Empty when there is no
-// memory.
+// The same pixels upright. `isInverted`: its rows come from bottom to top. Throws std::bad_alloc.
 Frame Upright(const Frame& frame, Orientation orientation, bool isInverted);
 
 }  // namespace qrv::desktop

@@ -2,7 +2,7 @@
 #ifndef PLATFORM_DESKTOP_PIXEL_FORMAT_H_
 #define PLATFORM_DESKTOP_PIXEL_FORMAT_H_
 
-#include <QRV/Desktop.h>
+#include "platform/desktop/display.h"
 
 #include <array>
 #include <cstddef>

@@ -15,13 +15,12 @@ inline PixelRect SourceOf(const pixels::AxisMap& columns, const pixels::AxisMap&
           rows.EndOfSource() - rows.FirstSource()};
 }
 
-// What the maps make of those, which are `source`: that itself where nothing is scaled. Empty when
-// there is no memory. Throws std::bad_alloc.
+// What the maps make of those, which are `source`: that itself where nothing is scaled. Throws
+// std::bad_alloc.
 inline Frame Resampled(const Frame& source, const pixels::AxisMap& columns,
                        const pixels::AxisMap& rows) {
   if (columns.IsPlain() && rows.IsPlain()) return source;
   Frame frame = NewFrame(static_cast<int32_t>(columns.size()), static_cast<int32_t>(rows.size()));
-  if (!frame) return {};
   pixels::Resampler resampler(columns, rows, source.pixels, source.rowBytes);
   for (int32_t y = 0; y < frame.height; ++y) {
     std::memcpy(FrameRow(frame, y), resampler.Row(static_cast<size_t>(y)), frame.rowBytes);

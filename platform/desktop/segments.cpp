@@ -2,22 +2,20 @@
 
 #include <fcntl.h>
 #include <sys/mman.h>
-#include <sys/stat.h>
 
 #include <algorithm>
 #include <atomic>
 #include <bit>
 #include <limits>
 
-#include <QRV/Desktop.h>
-#include "platform/desktop/large_pages.h"
+#include "platform/desktop/error.h"
 #include "platform/desktop/signals.h"
+#include "platform/memory/prefault.h"
 
 namespace qrv::desktop {
 namespace {
 
-constexpr size_t kPageBytes = 4096;
-constexpr int kMakeLarge = 25;  // MADV_COLLAPSE since Linux 6.1, which libraries' headers may lack
+constexpr int kCollapse = 25;  // MADV_COLLAPSE since Linux 6.1, which libraries' headers may lack
 constexpr uint64_t kLeastSizeStep = uint64_t{64} << 10;
 // Protocols state sizes as signed integers.
 constexpr uint64_t kMaxSize = std::numeric_limits<int32_t>::max();
@@ -35,92 +33,90 @@ bool IsFree(const std::shared_ptr<Segment>& segment) {
   return true;
 }
 
-bool HasSize(int fd, size_t size) {
-  struct stat64 status = {};
-  return fstat64(fd, &status) == 0 && static_cast<uint64_t>(status.st_size) >= size;
-}
-
-bool Reserve(int fd, size_t offset, size_t size) {
-  return fallocate64(fd, FALLOC_FL_KEEP_SIZE, static_cast<off64_t>(offset),
+bool Reserve(int file, size_t offset, size_t size) {
+  return fallocate64(file, FALLOC_FL_KEEP_SIZE, static_cast<off64_t>(offset),
                      static_cast<off64_t>(size)) == 0;
 }
 
-// At a place where large pages can be, if it is large enough for one and there is such a place.
-void* MapShared(int fd, size_t size) {
-  const auto map = [=](void* place, int flags) {
-    return mmap(place, size, PROT_READ | PROT_WRITE, MAP_SHARED | flags, fd, 0);
+// At an address where huge pages can be, if the file has room for one and there is such an address.
+void* MapShared(int file, size_t size) {
+  const auto map = [=](void* address, int flags) {
+    return mmap(address, size, PROT_READ | PROT_WRITE, MAP_SHARED | flags, file, 0);
   };
-  if (size < kLargePageBytes) return map(nullptr, 0);
-  const size_t space = size + kLargePageBytes;
+  if (size < kHugePageBytes) return map(nullptr, 0);
+  const size_t space = size + kHugePageBytes;
   void* const found = mmap(nullptr, space, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
   if (found == MAP_FAILED) return map(nullptr, 0);
   auto* const begin = static_cast<uint8_t*>(found);
-  const size_t before =
-      (kLargePageBytes - reinterpret_cast<uintptr_t>(begin) % kLargePageBytes) % kLargePageBytes;
+  const auto address = reinterpret_cast<uintptr_t>(begin);
+  const size_t before = RoundUp(address, kHugePageBytes) - address;
   void* const memory = map(begin + before, MAP_FIXED);
   if (memory == MAP_FAILED) {
     munmap(begin, space);
     return map(nullptr, 0);
   }
-  const size_t end = (before + size + kPageBytes - 1) / kPageBytes * kPageBytes;
+  const size_t end = RoundUp(before + size, kPageBytes);
   if (before > 0) munmap(begin, before);
   munmap(begin + end, space - end);
   return memory;
 }
 
-// Has large pages made for as much of the file as they are at hand for. Each is filled and mapped
-// in one step, in the other process too; page by page, that takes longer than to copy the pixels.
-void TakeLargePages(int fd, uint8_t* memory, size_t size) {
-  for (size_t at = 0; at + kLargePageBytes <= size && LargePagesAreAtHand();
-       at += kLargePageBytes) {
-    const Clock::time_point begin = Clock::now();
-    // One that has nothing in it is not made large.
-    if (!Reserve(fd, at, kPageBytes)) return;
-    if (madvise(memory + at, kLargePageBytes, kMakeLarge) != 0) return;
-    LearnLargePage(begin);
+// A huge page is filled and mapped in one step, in the other process too; page by page, that takes
+// longer than to copy the pixels.
+void TakeHugePages(int file, uint8_t* memory, size_t size) {
+  for (size_t at = 0; at + kHugePageBytes <= size; at += kHugePageBytes) {
+    // One that has nothing in it is not made huge.
+    if (!Reserve(file, at, kPageBytes)) return;
+    if (madvise(memory + at, kHugePageBytes, kCollapse) != 0) return;
   }
 }
 
 }  // namespace
 
-// Touching a mapping beyond its file's end would raise a signal, and so would a page for which its
-// file system has no room left when it is touched first. So the file gets all of its room at once.
-// Signals are held back because one that arrives undoes the work.
-Segment::Segment(uint32_t id, int fd, size_t size) : id_(id), size_(size) {
+// A page for which its file system has no room left when it is touched first would raise a signal,
+// so the file gets all of its room at once. Signals are held back because one that arrives undoes
+// the work.
+Segment::Segment(size_t size)
+    : file_(memfd_create("screenshot", MFD_CLOEXEC | MFD_ALLOW_SEALING)), size_(size) {
   const AllSignalsBlocked blocked;
-  if (!HasSize(fd, size)) return;
-  void* const memory = MapShared(fd, size);
-  if (memory == MAP_FAILED) return;
-  TakeLargePages(fd, static_cast<uint8_t*>(memory), size);
-  if (Reserve(fd, 0, size)) {
-    memory_ = static_cast<uint8_t*>(memory);
-  } else {
-    munmap(memory, size);
+  if (!file_) throw Error(Reason::kNoMemory, "there is no descriptor left for shared memory");
+  const int file = file_.get();
+  if (ftruncate64(file, static_cast<off64_t>(size)) == 0 &&
+      fcntl(file, F_ADD_SEALS, F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_SEAL) == 0) {
+    void* const memory = MapShared(file, size);
+    if (memory != MAP_FAILED) memory_ = static_cast<uint8_t*>(memory);
   }
+  if (memory_ != nullptr) {
+    TakeHugePages(file, memory_, size);
+    if (Reserve(file, 0, size)) return;
+    munmap(memory_, size);
+  }
+  throw Error(Reason::kNoMemory, "there is no room for shared memory");
 }
 
-Segment::~Segment() {
-  if (memory_ != nullptr) munmap(memory_, size_);
-}
+Segment::~Segment() { munmap(memory_, size_); }
 
-std::shared_ptr<Segment> SegmentPool::Acquire(uint64_t bytes, const char*& refusal) {
+std::shared_ptr<Segment> SegmentPool::Acquire(uint64_t bytes) {
   KeepFree(kMaxFree);
-  // The largest come first; the last that suffices is the smallest that does.
+  // The last that suffices is the smallest that does.
   const auto found = std::find_if(
       segments_.rbegin(), segments_.rend(),
       [bytes](const auto& segment) { return segment->size() >= bytes && IsFree(segment); });
   if (found != segments_.rend()) return *found;
   KeepFree(0);
   const uint64_t size = SegmentSize(bytes);
-  if (size > kMaxSize) {
-    refusal = "no shared memory is that large";
-    return nullptr;
+  if (size > kMaxSize) throw Error(Reason::kNoMemory, "no shared memory is that large");
+  auto segment = std::make_shared<Segment>(static_cast<size_t>(size));
+  const auto smaller = std::find_if(segments_.begin(), segments_.end(),
+                                    [size](const auto& each) { return each->size() < size; });
+  const auto inserted = segments_.insert(smaller, segment);
+  try {
+    segment->id = Attach(segment->file_.get(), segment->size());
+  } catch (...) {
+    segments_.erase(inserted);
+    throw;
   }
-  auto segment = Create(static_cast<size_t>(size), refusal);
-  if (!segment) return nullptr;
-  const auto place = std::find_if(segments_.begin(), segments_.end(),
-                                  [size](const auto& each) { return each->size() < size; });
-  segments_.insert(place, segment);
+  segment->file_ = UniqueFd();
   return segment;
 }
 
@@ -131,7 +127,7 @@ void SegmentPool::KeepFree(size_t count) {
       --count;
       return false;
     }
-    TellToForget(*segment);
+    Detach(segment->id);
     return true;
   });
 }

@@ -7,24 +7,29 @@
 #include <memory>
 #include <vector>
 
+#include "platform/desktop/waiting.h"
+
 namespace qrv::desktop {
 
-// A segment's mapping into this process, under the number by which the other one knows it. It stays
-// readable when the other one forgets the segment.
+// A file in memory, mapped into this process. It can't shrink, and has all of its room, so that
+// reading it raises no signal whatever the other process does. The mapping stays readable when the
+// other process forgets the segment.
 class Segment {
  public:
-  // Takes all of the file's room and maps it; memory() is null when there is none.
-  Segment(uint32_t id, int fd, size_t size);
+  // Throws Error when there is no room for that many bytes, or no descriptor.
+  explicit Segment(size_t size);
   Segment(const Segment&) = delete;
   Segment& operator=(const Segment&) = delete;
   ~Segment();
 
-  uint32_t id() const { return id_; }
   uint8_t* memory() const { return memory_; }
   size_t size() const { return size_; }
 
+  uint32_t id = 0;  // by which the other process knows it
+
  private:
-  uint32_t id_;
+  friend class SegmentPool;
+  UniqueFd file_;  // until the other process has it
   uint8_t* memory_ = nullptr;
   size_t size_;
 };
@@ -33,8 +38,8 @@ class Segment {
 //   - the pool shares each segment with the frames whose pixels lie in it;
 //   - a segment that only the pool holds is free, and the next capture overwrites it; frames are
 //     let go on any thread, but only the pool hands segments out, so a free one stays free;
-//   - the pool tells the other process to forget a segment when it lets one go, and it lets go only
-//     of free ones: all but the four largest, and those that are too small when none suffices;
+//   - the pool has the other process forget a segment when it lets one go, and it lets go only of
+//     free ones: all but the four largest, and those that are too small when none suffices;
 //   - the other process forgets all of them when the connection closes; the last owner unmaps.
 class SegmentPool {
  public:
@@ -45,18 +50,19 @@ class SegmentPool {
   SegmentPool& operator=(const SegmentPool&) = delete;
   virtual ~SegmentPool() = default;
 
-  // A free segment of at least that many bytes; null, and one line in `refusal`, when the other
-  // process or this one has none left.
-  std::shared_ptr<Segment> Acquire(uint64_t bytes, const char*& refusal);
+  // A free segment of at least that many bytes. Throws Error when there is no room for it here, or
+  // the other process refuses it.
+  std::shared_ptr<Segment> Acquire(uint64_t bytes);
 
  private:
-  // A new segment that both processes know. Null and `refusal` as above.
-  virtual std::shared_ptr<Segment> Create(size_t size, const char*& refusal) = 0;
-  virtual void TellToForget(const Segment& segment) = 0;
+  // Gives the other process the file of a segment, which it then knows by the id that is returned.
+  // Throws Error.
+  virtual uint32_t Attach(int file, size_t size) = 0;
+  virtual void Detach(uint32_t id) = 0;
 
   void KeepFree(size_t count);
 
-  std::vector<std::shared_ptr<Segment>> segments_;
+  std::vector<std::shared_ptr<Segment>> segments_;  // the largest first
 };
 
 }  // namespace qrv::desktop

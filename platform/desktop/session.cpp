@@ -1,68 +1,65 @@
-#include <QRV/Desktop.h>
+#include "platform/desktop/session.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
-#include <exception>
 #include <memory>
 #include <new>
-#include <string>
 #include <utility>
 
 #include "platform/desktop/choice.h"
 #include "platform/desktop/desktop.h"
-#include "platform/desktop/frame.h"
+#include "platform/desktop/person.h"
 #include "platform/desktop/signals.h"
 
 namespace qrv::desktop {
 namespace {
 
-constexpr char kNoDesktop[] = "no desktop";
+// What a call of a method may wait in all, from its first list of displays on.
+constexpr std::chrono::milliseconds kCallTime{4400};
+// A method goes on to its next strategy as soon as a desktop has timed out, and lists the displays
+// again. That list belongs to the same call, whose time is over; a desktop that runs again answers
+// in this time.
+constexpr std::chrono::milliseconds kTimeAfterTimeout{500};
+constexpr std::chrono::milliseconds kSameCall{100};
 
 class Session {
  public:
   const std::vector<Display>* Refresh();
-  const std::vector<Display>* Latest() { return isListed_ ? &displays_ : Refresh(); }
+  const std::vector<Display>* Latest();
   std::optional<Display> Find(uint32_t id);
-  Frame Capture(const Display& display, const PixelRect& part, Strategy strategy);
-  bool Expect(std::span<const Share> shares) {
-    return desktop_ && held_.empty() && desktop_->Expect(shares);
-  }
-  bool Hold(const Display& display);
-  void Release(uint32_t id);
-  void Lose(const char* reason);
+  Frame Capture(const Display& display, const PixelRect& region);
+  Frame FrameBuffer(const Display& display);
+  void DropFrameBuffer(uint32_t id);
 
-  bool hasLostPixels() const { return hasLostPixels_; }
-  unsigned TakeStrategies() { return std::exchange(strategies_, 0U); }
-  const char* problem() const { return problem_; }
-  bool isChoiceWrong() const { return !desktop_ && (choice_.isWrong || choice_.kind != nullptr); }
-  const char* advice() const { return choice_.advice.c_str(); }
-  const char* note() const {
-    return desktop_ && choice_.note.empty() ? desktop_->Note() : choice_.note.c_str();
-  }
-  const char* name() const { return desktop_ ? desktop_->Name() : kNoDesktop; }
-  const char* way() const { return desktop_ ? desktop_->Way() : ""; }
+  void Record(Strategy strategy) { strategies_ |= static_cast<uint32_t>(strategy); }
+  uint32_t TakeStrategies() { return std::exchange(strategies_, 0U); }
+  void Fail(Reason reason, const char* message);
+  bool hasFailed() const { return hasFailed_; }
+  Status GetStatus() const;
 
  private:
-  // A whole display's pixels, captured ahead.
-  struct HeldDisplay {
+  struct DisplayFrame {
     uint32_t id;
     Frame frame;
   };
 
   void Choose();
-  std::vector<HeldDisplay>::iterator FindHeld(uint32_t id);
-  Frame Fetch(const Display& display, const PixelRect& part);
-  // Kept in place: telling that memory ran out needs none.
-  void SetProblem(const char* problem) { std::snprintf(problem_, sizeof problem_, "%s", problem); }
+  template <typename Operation>
+  auto Timed(Operation operation) -> decltype(operation(Deadline()));
+  void Report(Reason reason, const char* message);
 
   Choice choice_;
   std::unique_ptr<Desktop> desktop_;
   std::vector<Display> displays_;
   bool isListed_ = false;
-  std::vector<HeldDisplay> held_;
-  bool hasLostPixels_ = false;
-  unsigned strategies_ = 0;
-  char problem_[320] = "";
+  std::vector<DisplayFrame> frameBuffers_;
+  uint32_t strategies_ = 0;
+  Clock::duration timeLeft_ = kCallTime;  // of the call's
+  std::optional<Clock::time_point> lastTimeout_;
+  bool hasFailed_ = false;
+  Reason failure_ = Reason::kNone;
+  char message_[320] = "";  // in place: to record that memory ran out takes none
 };
 
 void Session::Choose() {
@@ -70,23 +67,39 @@ void Session::Choose() {
   if (desktop_ && choice == choice_) return;
   desktop_.reset();
   choice_ = std::move(choice);
-  std::string problem;
-  desktop_ = Open(choice_, problem);
-  SetProblem(problem.c_str());
+  desktop_ = Open(choice_);
+}
+
+// Waiting uses up the call's time; a host's own work between two calls, or a person's answer,
+// doesn't.
+template <typename Operation>
+auto Session::Timed(Operation operation) -> decltype(operation(Deadline())) {
+  struct Stopwatch {
+    ~Stopwatch() { timeLeft -= Clock::now() - start - TakePersonTime(); }
+    Clock::duration& timeLeft;
+    Clock::time_point start = Clock::now();
+  };
+  const Stopwatch stopwatch{timeLeft_};
+  return operation(stopwatch.start + timeLeft_);
 }
 
 const std::vector<Display>* Session::Refresh() {
+  const bool isSameCall = lastTimeout_ && Clock::now() - *lastTimeout_ < kSameCall;
+  timeLeft_ = isSameCall ? kTimeAfterTimeout : kCallTime;
   isListed_ = false;
-  hasLostPixels_ = false;
-  held_.clear();
+  hasFailed_ = false;
+  Report(Reason::kNone, "");
+  frameBuffers_.clear();
+  displays_.clear();
   Choose();
-  if (!desktop_) {
-    displays_.clear();
-    return nullptr;
-  }
-  isListed_ = desktop_->ListDisplays(displays_);
-  SetProblem(isListed_ ? "" : desktop_->Problem());
-  if (!isListed_) displays_.clear();
+  displays_ = Timed([this](Deadline deadline) { return desktop_->ListDisplays(deadline); });
+  isListed_ = true;
+  return &displays_;
+}
+
+// A list that has failed is not tried again by callers that only look something up in it.
+const std::vector<Display>* Session::Latest() {
+  if (!isListed_ && !hasFailed_) return Refresh();
   return isListed_ ? &displays_ : nullptr;
 }
 
@@ -98,59 +111,60 @@ std::optional<Display> Session::Find(uint32_t id) {
   return *found;
 }
 
-std::vector<Session::HeldDisplay>::iterator Session::FindHeld(uint32_t id) {
-  return std::find_if(held_.begin(), held_.end(),
-                      [id](const HeldDisplay& each) { return each.id == id; });
+// Once a capture has failed, nothing more is asked for it.
+Frame Session::Capture(const Display& display, const PixelRect& region) {
+  if (hasFailed_ || !desktop_) return {};
+  if (!Contains(display.pixelWidth, display.pixelHeight, region)) {
+    throw Error(Reason::kDisplayChanged, "pixels outside of the display were asked for");
+  }
+  try {
+    return Timed([&](Deadline deadline) { return desktop_->Capture(display, region, deadline); });
+  } catch (const Error& error) {
+    if (error.reason() != Reason::kDisplayChanged) throw;
+    Report(error.reason(), error.what());
+    return {};
+  }
 }
 
-Frame Session::Capture(const Display& display, const PixelRect& part, Strategy strategy) {
-  const auto held = FindHeld(display.id);
-  Frame frame;
-  if (!Contains(display.pixelWidth, display.pixelHeight, part)) {
-    Lose("pixels outside of the display were asked for");
-  } else if (held != held_.end()) {
-    frame = PartOf(held->frame, part);
-  } else {
-    frame = Fetch(display, part);
-  }
-  if (frame) strategies_ |= static_cast<unsigned>(strategy);
+Frame Session::FrameBuffer(const Display& display) {
+  if (hasFailed_) return {};
+  const auto found = std::find_if(frameBuffers_.begin(), frameBuffers_.end(),
+                                  [&](const DisplayFrame& each) { return each.id == display.id; });
+  if (found != frameBuffers_.end()) return found->frame;
+  Frame frame = Capture(display, AllPixels(display));
+  if (frame) frameBuffers_.push_back({display.id, frame});
   return frame;
 }
 
-Frame Session::Fetch(const Display& display, const PixelRect& part) {
-  if (!desktop_) {
-    hasLostPixels_ = true;  // the last refresh has said why
-    return {};
+void Session::DropFrameBuffer(uint32_t id) {
+  std::erase_if(frameBuffers_, [id](const DisplayFrame& each) { return each.id == id; });
+}
+
+void Session::Report(Reason reason, const char* message) {
+  failure_ = reason;
+  std::snprintf(message_, sizeof message_, "%s", message);
+}
+
+// The first reason is the one to report.
+void Session::Fail(Reason reason, const char* message) {
+  if (!hasFailed_) Report(reason, message);
+  hasFailed_ = true;
+  if (reason == Reason::kTimeout) lastTimeout_ = Clock::now();
+}
+
+Status Session::GetStatus() const {
+  Status status;
+  if (desktop_) {
+    status.kind = KindOf(choice_);
+    status.name = desktop_->Name();
+    status.address = choice_.argument.c_str();
+    status.backend = desktop_->Backend();
+    status.note = choice_.note.empty() ? desktop_->Note() : choice_.note.c_str();
   }
-  bool isGone = false;
-  Frame frame = desktop_->Capture(display, part, isGone);
-  if (frame) return frame;
-  if (!isGone) {
-    Lose(desktop_->Problem());
-  } else if (!hasLostPixels_) {
-    SetProblem(desktop_->Problem());
-  }
-  return {};
-}
-
-bool Session::Hold(const Display& display) {
-  if (hasLostPixels_) return false;
-  if (FindHeld(display.id) != held_.end()) return true;
-  held_.reserve(held_.size() + 1);
-  Frame frame = Fetch(display, {0, 0, display.pixelWidth, display.pixelHeight});
-  if (!frame) return false;
-  held_.push_back({display.id, std::move(frame)});
-  return true;
-}
-
-void Session::Release(uint32_t id) {
-  std::erase_if(held_, [id](const HeldDisplay& each) { return each.id == id; });
-}
-
-// The first reason is the one to tell.
-void Session::Lose(const char* reason) {
-  if (!hasLostPixels_) SetProblem(reason);
-  hasLostPixels_ = true;
+  status.failure = failure_;
+  status.message = message_;
+  if (!isListed_) status.advice = choice_.advice.c_str();
+  return status;
 }
 
 Session* TheSession() {
@@ -166,62 +180,57 @@ Session* TheSession() {
   new (TheSession()) Session;
 }
 
-// Whatever is thrown here is for want of memory, and then there is nothing to show.
 template <typename Call>
-auto Guarded(Call call) noexcept -> decltype(call()) {
+auto Guarded(Call call) noexcept -> decltype(call(*TheSession())) {
   const NoCancellation noCancellation;
   try {
-    return call();
+    return call(*TheSession());
+  } catch (const Error& error) {
+    TheSession()->Fail(error.reason(), error.what());
   } catch (const std::exception&) {
-    TheSession()->Lose(kNoMemory);
-    return decltype(call())();
+    TheSession()->Fail(Reason::kNoMemory, kNoMemoryMessage);
   }
+  return {};
 }
 
 }  // namespace
 
 const std::vector<Display>* RefreshDisplays() noexcept {
-  return Guarded([] { return TheSession()->Refresh(); });
+  return Guarded([](Session& session) { return session.Refresh(); });
 }
 
 const std::vector<Display>* LatestDisplays() noexcept {
-  return Guarded([] { return TheSession()->Latest(); });
+  return Guarded([](Session& session) { return session.Latest(); });
 }
 
 std::optional<Display> FindDisplay(uint32_t id) noexcept {
-  return Guarded([=] { return TheSession()->Find(id); });
+  return Guarded([=](Session& session) { return session.Find(id); });
 }
 
-Frame Capture(const Display& display, const PixelRect& part, Strategy strategy) noexcept {
-  return Guarded([&] { return TheSession()->Capture(display, part, strategy); });
+Frame Capture(const Display& display, const PixelRect& region, Strategy strategy) noexcept {
+  return Guarded([&](Session& session) {
+    Frame frame = session.Capture(display, region);
+    if (frame) session.Record(strategy);
+    return frame;
+  });
 }
 
-bool ExpectCaptures(std::span<const Share> shares) noexcept {
-  return Guarded([&] { return TheSession()->Expect(shares); });
+Frame FrameBuffer(const Display& display) noexcept {
+  return Guarded([&](Session& session) { return session.FrameBuffer(display); });
 }
 
-bool HoldPixels(const Display& display) noexcept {
-  return Guarded([&] { return TheSession()->Hold(display); });
+void DropFrameBuffer(uint32_t displayId) noexcept { TheSession()->DropFrameBuffer(displayId); }
+
+void RecordReadBack() noexcept { TheSession()->Record(Strategy::kOpenGL); }
+
+void FailCapture(Reason reason, const char* message) noexcept {
+  TheSession()->Fail(reason, message);
 }
 
-void ReleasePixels(uint32_t displayId) noexcept { TheSession()->Release(displayId); }
+bool HasCaptureFailed() noexcept { return TheSession()->hasFailed(); }
 
-void LosePixels(const char* reason) noexcept { TheSession()->Lose(reason); }
+Status CurrentStatus() noexcept { return TheSession()->GetStatus(); }
 
-bool HasLostPixels() noexcept { return TheSession()->hasLostPixels(); }
-
-unsigned TakeStrategies() noexcept { return TheSession()->TakeStrategies(); }
-
-const char* DesktopName() noexcept { return TheSession()->name(); }
-
-const char* DesktopWay() noexcept { return TheSession()->way(); }
-
-const char* DesktopProblem() noexcept { return TheSession()->problem(); }
-
-const char* DesktopAdvice() noexcept { return TheSession()->advice(); }
-
-bool DesktopChoiceIsWrong() noexcept { return TheSession()->isChoiceWrong(); }
-
-const char* DesktopNote() noexcept { return TheSession()->note(); }
+uint32_t TakeStrategies() noexcept { return TheSession()->TakeStrategies(); }
 
 }  // namespace qrv::desktop

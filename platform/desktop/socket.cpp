@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstddef>
+#include <cstring>
 #include <thread>
 
 namespace qrv::desktop {
@@ -44,6 +45,24 @@ UniqueFd ConnectLocal(const std::string& path, Deadline deadline) {
     return {};
   }
   return fd;
+}
+
+ssize_t SendSome(int socket, std::span<const std::byte> bytes, int fd) {
+  iovec piece = {const_cast<std::byte*>(bytes.data()), bytes.size()};
+  alignas(cmsghdr) char control[CMSG_SPACE(sizeof fd)] = {};
+  msghdr message = {};
+  message.msg_iov = &piece;
+  message.msg_iovlen = 1;
+  if (fd >= 0) {
+    message.msg_control = control;
+    message.msg_controllen = sizeof control;
+    cmsghdr* const rights = CMSG_FIRSTHDR(&message);
+    rights->cmsg_level = SOL_SOCKET;
+    rights->cmsg_type = SCM_RIGHTS;
+    rights->cmsg_len = CMSG_LEN(sizeof fd);
+    std::memcpy(CMSG_DATA(rights), &fd, sizeof fd);
+  }
+  return sendmsg(socket, &message, MSG_DONTWAIT | MSG_NOSIGNAL);
 }
 
 }  // namespace qrv::desktop

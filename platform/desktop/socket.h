@@ -4,6 +4,8 @@
 
 #include <sys/socket.h>
 
+#include <cstddef>
+#include <span>
 #include <string>
 
 #include "platform/desktop/waiting.h"
@@ -19,6 +21,10 @@ bool ConnectWithin(int fd, const sockaddr* address, socklen_t length, Deadline d
 // byte for an abstract one; none when nobody listens there or the queue stays full until the
 // deadline.
 UniqueFd ConnectLocal(const std::string& path, Deadline deadline);
+
+// Sends bytes, and with the first of them a descriptor when there is one, without waiting. Returns
+// as send does.
+ssize_t SendSome(int socket, std::span<const std::byte> bytes, int fd);
 
 }  // namespace qrv::desktop
 

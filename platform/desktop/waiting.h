@@ -14,9 +14,6 @@ namespace qrv::desktop {
 using Clock = std::chrono::steady_clock;
 using Deadline = Clock::time_point;
 
-// How long a desktop may take to answer before it counts as hung.
-inline constexpr std::chrono::milliseconds kPatience{2500};
-
 // A file descriptor that closes itself.
 class UniqueFd {
  public:

@@ -1,11 +1,10 @@
 // Contexts on whole displays.
-#include <algorithm>
 #include <array>
 #include <bit>
 #include <optional>
 
-#include <QRV/Desktop.h>
 #include "platform/coregraphics/display_list.h"
+#include "platform/desktop/session.h"
 #include "platform/desktop/system_version.h"
 #include "platform/opengl/context.h"
 
@@ -78,7 +77,7 @@ CGLError CGLCreateContext(CGLPixelFormatObj pixelFormat, CGLContextObj, CGLConte
 CGLError CGLDestroyContext(CGLContextObj context) {
   if (!theContext || context != &*theContext) return kCGLBadContext;
   if (context == currentContext) currentContext = nullptr;
-  qrv::desktop::ReleasePixels(context->display);
+  qrv::desktop::DropFrameBuffer(context->display);
   theContext.reset();
   return kCGLNoError;
 }
@@ -90,10 +89,7 @@ CGLError CGLSetCurrentContext(CGLContextObj context) {
 
 CGLError CGLSetFullScreen(CGLContextObj context) {
   if (context == nullptr) return kCGLBadContext;
-  const auto display = qrv::desktop::FindDisplay(context->display);
-  if (!display) return kCGLBadDisplay;
+  if (!qrv::desktop::FindDisplay(context->display)) return kCGLBadDisplay;
   context->isAttached = true;
-  const GLint wholeDisplay[] = {0, 0, display->pixelWidth, display->pixelHeight};
-  std::copy_n(wholeDisplay, 4, context->viewport);
   return kCGLNoError;
 }

@@ -10,13 +10,6 @@ struct _CGLPixelFormatObject {
 struct _CGLContextObject {
   uint32_t display;         // identifier
   bool isAttached = false;  // to the display, whose pixels are the frame buffer from then on
-  GLint viewport[4] = {};   // x, y, width, height in pixels
-
-  // How glReadPixels stores rows.
-  GLint packAlignment = 4;  // in bytes, of each row's start
-  GLint packRowLength = 0;  // in pixels; 0 is the width that is read
-  GLint packSkipRows = 0;
-  GLint packSkipPixels = 0;
 };
 
 namespace qrv::opengl {

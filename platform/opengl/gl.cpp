@@ -1,20 +1,18 @@
-// Reading the frame buffer back. The frame buffer of an attached context is the display's held
-// pixels, or else the display as it is at the moment of the read, so there is nothing to finish,
-// and the front buffer is all there is.
+// Reading the frame buffer back. A display is captured into it when it is asked for first, so there
+// is nothing to finish, and the front buffer is all there is.
 //
-// A read can't fail as far as its callers look. So the pixels are held before: a viewport is one of
-// pixels that are held, or empty.
+// A read can't fail as far as its callers look. So the display is captured before: a viewport is
+// that of a frame buffer that is there, or empty.
 #include <OpenGL/gl.h>
 
 #include <algorithm>
 #include <cstring>
 
-#include <QRV/Desktop.h>
+#include "platform/desktop/session.h"
+#include "platform/memory/prefault.h"
 #include "platform/opengl/context.h"
-#include "platform/page_fetcher.h"
 #include "platform/pixels/prefetch.h"
 
-using qrv::desktop::Display;
 using qrv::desktop::Frame;
 using qrv::opengl::CurrentContext;
 
@@ -31,31 +29,24 @@ struct Area {
   int64_t top;
 };
 
-Area ClipToDisplay(GLint x, GLint y, GLsizei width, GLsizei height, const Display& display) {
+Area Clip(GLint x, GLint y, GLsizei width, GLsizei height, const Frame& frameBuffer) {
   return {std::max<int64_t>(x, 0), std::max<int64_t>(y, 0),
-          std::min<int64_t>(int64_t{x} + width, display.pixelWidth),
-          std::min<int64_t>(int64_t{y} + height, display.pixelHeight)};
+          std::min<int64_t>(int64_t{x} + width, frameBuffer.width),
+          std::min<int64_t>(int64_t{y} + height, frameBuffer.height)};
 }
 
-Frame CaptureArea(const Display& display, const Area& area) {
-  const qrv::desktop::PixelRect part = {
-      static_cast<int32_t>(area.left), static_cast<int32_t>(display.pixelHeight - area.top),
-      static_cast<int32_t>(area.right - area.left), static_cast<int32_t>(area.top - area.bottom)};
-  return qrv::desktop::Capture(display, part, qrv::desktop::Strategy::kOpenGL);
-}
-
-size_t BytesBetweenRows(const _CGLContextObject& context, GLsizei width) {
-  const auto pixels =
-      static_cast<size_t>(context.packRowLength > 0 ? context.packRowLength : width);
-  const auto alignment = static_cast<size_t>(context.packAlignment);
-  return (pixels * kPixelBytes + alignment - 1) / alignment * alignment;
+Frame AreaOf(const Frame& frameBuffer, const Area& area) {
+  return PartOf(
+      frameBuffer,
+      {static_cast<int32_t>(area.left), static_cast<int32_t>(frameBuffer.height - area.top),
+       static_cast<int32_t>(area.right - area.left), static_cast<int32_t>(area.top - area.bottom)});
 }
 
 // Stores the frame bottom row first. `first` is where its bottom-left pixel goes.
 void StoreRowsReversed(const Frame& frame, uint8_t* first, size_t bytesBetweenRows) {
   const auto height = static_cast<size_t>(frame.height);
   const size_t rowBytes = static_cast<size_t>(frame.width) * kPixelBytes;
-  qrv::PageFetcher pages(first, (height - 1) * bytesBetweenRows + rowBytes);
+  qrv::Prefaulter pages(first, (height - 1) * bytesBetweenRows + rowBytes);
   for (size_t row = 0; row < height; ++row) {
     uint8_t* const target = first + row * bytesBetweenRows;
     pages.Reach(target + rowBytes);
@@ -76,33 +67,20 @@ void glReadBuffer(GLenum) {}
 void glGetIntegerv(GLenum name, GLint* values) {
   const CGLContextObj context = CurrentContext();
   if (context == nullptr || values == nullptr || name != GL_VIEWPORT) return;
+  std::fill_n(values, 4, 0);
+  if (!context->isAttached) return;
   const auto display = qrv::desktop::FindDisplay(context->display);
-  if (context->isAttached && display && !qrv::desktop::HoldPixels(*display)) {
-    std::fill_n(values, 4, 0);
-    return;
-  }
-  std::copy_n(context->viewport, 4, values);
+  const Frame frameBuffer = display ? qrv::desktop::FrameBuffer(*display) : Frame{};
+  values[2] = frameBuffer.width;
+  values[3] = frameBuffer.height;
 }
 
+// Rows of 4-byte pixels without a gap are all that callers ask for, and the only way to pack them
+// here.
 void glPixelStorei(GLenum name, GLint value) {
-  const CGLContextObj context = CurrentContext();
-  if (context == nullptr || value < 0) return;
-  switch (name) {
-    case GL_PACK_ALIGNMENT:
-      if (value == 1 || value == 2 || value == 4 || value == 8) context->packAlignment = value;
-      break;
-    case GL_PACK_ROW_LENGTH:
-      context->packRowLength = value;
-      break;
-    case GL_PACK_SKIP_ROWS:
-      context->packSkipRows = value;
-      break;
-    case GL_PACK_SKIP_PIXELS:
-      context->packSkipPixels = value;
-      break;
-    default:
-      break;
-  }
+  if (value == (name == GL_PACK_ALIGNMENT ? 4 : 0)) return;
+  qrv::desktop::FailCapture(qrv::desktop::Reason::kUnsupported,
+                            "pixels were to be packed other than without gaps");
 }
 
 void glReadPixels(GLint x, GLint y, GLsizei width, GLsizei height, GLenum format, GLenum type,
@@ -112,16 +90,15 @@ void glReadPixels(GLint x, GLint y, GLsizei width, GLsizei height, GLenum format
   if (format != GL_BGRA || type != GL_UNSIGNED_INT_8_8_8_8_REV) return;
   if (width <= 0 || height <= 0) return;
   const auto display = qrv::desktop::FindDisplay(context->display);
-  if (!display) return;
-  const Area area = ClipToDisplay(x, y, width, height, *display);
+  const Frame frameBuffer = display ? qrv::desktop::FrameBuffer(*display) : Frame{};
+  if (!frameBuffer) return;
+  const Area area = Clip(x, y, width, height, frameBuffer);
   if (area.left >= area.right || area.bottom >= area.top) return;
-
-  const Frame frame = CaptureArea(*display, area);
-  if (!frame) return;
-  const size_t bytesBetweenRows = BytesBetweenRows(*context, width);
-  const auto column = static_cast<size_t>(context->packSkipPixels + (area.left - x));
-  const auto row = static_cast<size_t>(context->packSkipRows + (area.bottom - y));
-  uint8_t* const first =
-      static_cast<uint8_t*>(pixels) + row * bytesBetweenRows + column * kPixelBytes;
-  StoreRowsReversed(frame, first, bytesBetweenRows);
+  const size_t bytesBetweenRows = static_cast<size_t>(width) * kPixelBytes;
+  const auto column = static_cast<size_t>(area.left - x);
+  const auto row = static_cast<size_t>(area.bottom - y);
+  StoreRowsReversed(AreaOf(frameBuffer, area),
+                    static_cast<uint8_t*>(pixels) + row * bytesBetweenRows + column * kPixelBytes,
+                    bytesBetweenRows);
+  qrv::desktop::RecordReadBack();
 }

@@ -1,10 +1,8 @@
 // QRV_TARGET_CLONES before a function has it compiled for several generations of vector
 // instructions; the best one for the processor is chosen when the program is loaded. Empty where
 // the object format or the compiler has no such thing; the function is then compiled for the
-// baseline alone, as it is where QRV_BASELINE_ONLY is defined. So it is with AddressSanitizer, too:
-// that instruments the function that chooses, which runs before its memory is there.
-//
-// The plug-in has the same header, because neither side includes the other's.
+// baseline only. So it is with AddressSanitizer, too: that instruments the function that chooses,
+// which runs before its memory is there.
 #ifndef PLATFORM_PIXELS_TARGET_CLONES_H_
 #define PLATFORM_PIXELS_TARGET_CLONES_H_
 
@@ -16,7 +14,7 @@
 #endif
 #endif
 
-#if defined(__ELF__) && defined(__has_attribute) && !defined(QRV_BASELINE_ONLY)
+#if defined(__ELF__) && defined(__has_attribute)
 #if __has_attribute(target_clones) && !defined(QRV_ADDRESS_SANITIZER)
 #define QRV_TARGET_CLONES __attribute__((target_clones("avx2", "ssse3", "default")))
 #endif

@@ -1,9 +1,8 @@
 // Copies from the screen into worlds.
-#include <utility>
-
-#include <QRV/Desktop.h>
+#include "platform/desktop/resampled_frame.h"
+#include "platform/desktop/session.h"
 #include "platform/guarded.h"
-#include "platform/page_fetcher.h"
+#include "platform/pixels/convert_rows.h"
 #include "platform/pixels/resample.h"
 #include "platform/quickdraw/device.h"
 #include "platform/quickdraw/quickdraw.h"
@@ -15,63 +14,53 @@ namespace {
 pixels::Span Horizontal(const Rect& rect) { return {rect.left, rect.right}; }
 pixels::Span Vertical(const Rect& rect) { return {rect.top, rect.bottom}; }
 
-PendingCopy MapPixels(const desktop::Display& display, const Rect& from, const Rect& to,
-                      const Rect& target) {
+// Which of the display's pixels each pixel of the world shows.
+struct PixelMapping {
+  pixels::AxisMap columns;
+  pixels::AxisMap rows;
+};
+
+PixelMapping MapPixels(const desktop::Display& display, const Rect& from, const Rect& to,
+                       const Rect& target) {
   const desktop::PixelRect& bounds = display.bounds;
   const pixels::SourceAxis horizontal = {{bounds.x, int64_t{bounds.x} + bounds.width},
                                          display.pixelWidth};
   const pixels::SourceAxis vertical = {{bounds.y, int64_t{bounds.y} + bounds.height},
                                        display.pixelHeight};
-  return {display,
-          pixels::MapAxis(horizontal, Horizontal(from), Horizontal(to), Horizontal(target)),
+  return {pixels::MapAxis(horizontal, Horizontal(from), Horizontal(to), Horizontal(target)),
           pixels::MapAxis(vertical, Vertical(from), Vertical(to), Vertical(target))};
 }
 
-void CopyUnscaled(const desktop::Frame& from, const OpaqueGrafPtr& world, uint8_t* target,
-                  const PendingCopy& copy) {
-  ConvertRows(world.layout->convert, {from.pixels, from.rowBytes}, {target, world.rowBytes},
-              world.layout->bytesPerPixel, copy.columns.size(), copy.rows.size());
-}
-
 void CopyScaled(const desktop::Frame& from, const OpaqueGrafPtr& world, uint8_t* target,
-                const PendingCopy& copy) {
-  pixels::Resampler resampler(copy.columns, copy.rows, from.pixels, from.rowBytes);
-  const size_t rowBytes = copy.columns.size() * world.layout->bytesPerPixel;
-  PageFetcher pages(target, (copy.rows.size() - 1) * world.rowBytes + rowBytes);
-  for (size_t row = 0; row < copy.rows.size(); ++row) {
+                const PixelMapping& mapping) {
+  pixels::Resampler resampler(mapping.columns, mapping.rows, from.pixels, from.rowBytes);
+  const size_t rowBytes = mapping.columns.size() * world.layout->bytesPerPixel;
+  Prefaulter pages(target, (mapping.rows.size() - 1) * world.rowBytes + rowBytes);
+  for (size_t row = 0; row < mapping.rows.size(); ++row) {
     uint8_t* const first = target + row * world.rowBytes;
     pages.Reach(first + rowBytes);
-    world.layout->convert(resampler.Row(row), first, copy.columns.size());
+    world.layout->convert(resampler.Row(row), first, mapping.columns.size());
   }
 }
 
-void Draw(const PendingCopy& copy, const OpaqueGrafPtr& world) {
-  const desktop::Share share = copy.share();
+void CopyDisplay(const desktop::Display& display, const OpaqueGrafPtr& world,
+                 const PixelMapping& mapping) {
+  const auto& [columns, rows] = mapping;
+  if (columns.empty() || rows.empty()) return;
   const desktop::Frame frame =
-      desktop::Capture(share.display, share.part, desktop::Strategy::kQuickDraw);
+      desktop::Capture(display, desktop::SourceOf(columns, rows), desktop::Strategy::kQuickDraw);
   if (!frame) return;
-  uint8_t* const target = world.At(copy.columns.firstTarget, copy.rows.firstTarget);
-  if (copy.columns.IsPlain() && copy.rows.IsPlain()) {
-    CopyUnscaled(frame, world, target, copy);
+  uint8_t* const target = world.At(columns.firstTarget, rows.firstTarget);
+  if (columns.IsPlain() && rows.IsPlain()) {
+    pixels::ConvertRows(world.layout->convert, {frame.pixels, frame.rowBytes},
+                        {target, world.rowBytes}, world.layout->bytesPerPixel, columns.size(),
+                        rows.size());
   } else {
-    CopyScaled(frame, world, target, copy);
+    CopyScaled(frame, world, target, mapping);
   }
 }
 
 }  // namespace
-
-void DrawPending(OpaqueGrafPtr& world) noexcept {
-  if (world.pending.empty()) return;
-  const std::vector<PendingCopy> copies = std::exchange(world.pending, {});
-  Guarded([&] {
-    std::vector<desktop::Share> shares;
-    shares.reserve(copies.size());
-    for (const PendingCopy& each : copies) shares.push_back(each.share());
-    desktop::ExpectCaptures(shares);
-    for (const PendingCopy& each : copies) Draw(each, world);
-  });
-}
-
 }  // namespace qrv::quickdraw
 
 void CopyBits(const BitMap* source, const BitMap* target, const Rect* sourceRect,
@@ -80,13 +69,14 @@ void CopyBits(const BitMap* source, const BitMap* target, const Rect* sourceRect
   OpaqueGrafPtr* const world = FindWorld(IdentityOf(target));
   if (world == nullptr || sourceRect == nullptr || targetRect == nullptr) return;
   if (mode != srcCopy || mask != nullptr || FindWorld(IdentityOf(source)) != nullptr) {
-    qrv::desktop::LosePixels("pixels were to be copied other than plainly from a screen");
+    qrv::desktop::FailCapture(qrv::desktop::Reason::kUnsupported,
+                              "pixels were to be copied other than plainly from a screen");
     return;
   }
   const qrv::desktop::Display* const display = FindScreen(IdentityOf(source));
   if (display == nullptr) return;
   qrv::Guarded([=] {
-    PendingCopy copy = MapPixels(*display, *sourceRect, *targetRect, world->map.record().bounds);
-    if (!copy.columns.empty() && !copy.rows.empty()) world->pending.push_back(std::move(copy));
+    CopyDisplay(*display, *world,
+                MapPixels(*display, *sourceRect, *targetRect, world->map.record().bounds));
   });
 }

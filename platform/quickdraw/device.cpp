@@ -5,7 +5,7 @@
 #include <memory>
 #include <vector>
 
-#include <QRV/Desktop.h>
+#include "platform/desktop/session.h"
 #include "platform/guarded.h"
 #include "platform/quickdraw/pixel_map.h"
 #include "platform/quickdraw/quickdraw.h"

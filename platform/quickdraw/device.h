@@ -4,7 +4,7 @@
 
 #include <ApplicationServices/QuickDraw.h>
 
-#include "platform/desktop/desktop.h"
+#include "platform/desktop/display.h"
 
 namespace qrv::quickdraw {
 
@@ -13,7 +13,7 @@ namespace qrv::quickdraw {
 const desktop::Display* FindScreen(PixMapHandle map);
 const desktop::Display* FindScreen(const void* mapIdentity);
 
-// Whether there is no device: the latest list had none, or nobody has asked for one.
+// Whether there is no device: the latest list had none, or there was none yet.
 bool HasNoDevice();
 
 }  // namespace qrv::quickdraw

@@ -3,7 +3,7 @@
 #include <cstring>
 #include <iterator>
 
-#include <QRV/Desktop.h>
+#include "platform/desktop/session.h"
 #include "platform/quickdraw/quickdraw.h"
 #include "platform/quickdraw/world.h"
 
@@ -44,10 +44,10 @@ void FillRect(const Rect* rect, const Pattern* pattern) {
   Rect visible;
   if (pattern == nullptr || !world.hasPixels() || !SectRect(rect, &bounds, &visible)) return;
   if (!IsBlack(*pattern)) {
-    qrv::desktop::LosePixels("a pattern other than black was to be drawn");
+    qrv::desktop::FailCapture(qrv::desktop::Reason::kUnsupported,
+                              "a pattern other than black was to be drawn");
     return;
   }
-  qrv::quickdraw::DrawPending(world);
   const auto width = static_cast<size_t>(visible.right - visible.left);
   const auto left = static_cast<size_t>(visible.left - bounds.left);
   for (int y = visible.top; y < visible.bottom; ++y) {

@@ -8,7 +8,6 @@
 #include <utility>
 #include <vector>
 
-#include <QRV/Desktop.h>
 #include "platform/guarded.h"
 #include "platform/quickdraw/device.h"
 #include "platform/quickdraw/quickdraw.h"
@@ -113,20 +112,15 @@ PixMapHandle GetGWorldPixMap(GWorldPtr port) {
 }
 
 Boolean LockPixels(PixMapHandle map) {
-  OpaqueGrafPtr* const world = FindWorld(map);
-  if (world == nullptr) return false;
-  DrawPending(*world);
-  return !qrv::desktop::HasLostPixels();
+  return FindWorld(map) != nullptr && !qrv::desktop::HasCaptureFailed();
 }
 
 // Pixels never move, so there is nothing to unlock.
 void UnlockPixels(PixMapHandle) {}
 
 Ptr GetPixBaseAddr(PixMapHandle map) {
-  OpaqueGrafPtr* const world = FindWorld(map);
-  if (world == nullptr) return nullptr;
-  DrawPending(*world);
-  return world->map.record().baseAddr;
+  const OpaqueGrafPtr* const world = FindWorld(map);
+  return world == nullptr ? nullptr : world->map.record().baseAddr;
 }
 
 long GetPixRowBytes(PixMapHandle map) {

@@ -95,8 +95,7 @@ struct Share {
 
 // False when the display does not meet the request. Every sum wraps, so that it may seem to where
 // it doesn't; then the area lies outside the frame buffer, and is black.
-bool FindShare(const RectRequest& request, CGDirectDisplayID display, Share& share) {
-  const CGRect bounds = CGDisplayBounds(display);
+bool FindShare(const RectRequest& request, const CGRect& bounds, Share& share) {
   const int32_t displayLeft = Truncate(bounds.origin.x);
   const int32_t displayTop = Truncate(bounds.origin.y);
   const int32_t displayHeight = Truncate(bounds.size.height);
@@ -122,12 +121,13 @@ bool FindShare(const RectRequest& request, CGDirectDisplayID display, Share& sha
 
 // Reads the display's share and writes it at its place. A display that fails is skipped.
 void CopyShare(PictureWriter& writer, const RectRequest& request, CGDirectDisplayID display) {
+  const CGRect bounds = CGDisplayBounds(display);
   capture::PixelBuffer buffer;
   Share share = {};
   {
     const capture::OwnedGLContext context(capture::OpenFullScreenContext(display));
     if (context.get() == nullptr) return;
-    if (!FindShare(request, display, share)) return;
+    if (!FindShare(request, bounds, share)) return;
     if (!buffer.Read(share.area)) return;
   }
   picture::WriteRows(writer, buffer.Rows(), share.column, share.row);

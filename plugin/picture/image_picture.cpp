@@ -24,31 +24,6 @@ size_t BufferSize(uint64_t width, uint64_t height) {
   return static_cast<size_t>(width * 4 * height);
 }
 
-// Zeroed memory for pixels.
-class DrawingBuffer {
- public:
-  // False when there is no memory.
-  bool Allocate(size_t size) {
-    const size_t room = size >= kLargePage && size < 8 * kLargePage ? kLargePage : 0;
-    memory_.Reset(calloc(1, size + room));
-    if (memory_.get() == nullptr) return false;
-    auto address = reinterpret_cast<uintptr_t>(memory_.get());
-    if (room != 0) address = (address + kLargePage - 1) / kLargePage * kLargePage;
-    pixels_ = reinterpret_cast<void*>(address);
-    return true;
-  }
-
-  void* Pixels() const { return pixels_; }
-
- private:
-  // Systems hand out memory by large pages several times as fast, where one fits whole. Of a few
-  // large pages from anywhere on, one more would fit if they began where a page does.
-  static constexpr size_t kLargePage = size_t{2} << 20;
-
-  OwnedMemory memory_{nullptr};
-  void* pixels_ = nullptr;
-};
-
 // An image drawn once, at its own size, into a zeroed buffer with its top row first. Members are
 // destroyed in reverse: the context is released before its memory is freed.
 class DrawnImage {
@@ -56,9 +31,11 @@ class DrawnImage {
   DrawnImage(CGImage* image, CGColorSpace* space, CGImageAlphaInfo layout)
       : width_(CGImageGetWidth(image)), height_(CGImageGetHeight(image)) {
     const size_t size = BufferSize(width_, height_);
-    if (size == 0 || !buffer_.Allocate(size)) return;
+    if (size == 0) return;
+    buffer_.Reset(calloc(1, size));
+    if (buffer_.get() == nullptr) return;
     context_.Reset(
-        CGBitmapContextCreate(buffer_.Pixels(), width_, height_, 8, width_ * 4, space, layout));
+        CGBitmapContextCreate(buffer_.get(), width_, height_, 8, width_ * 4, space, layout));
     if (context_.get() == nullptr) return;
     const CGRect whole = {{0, 0}, {static_cast<CGFloat>(width_), static_cast<CGFloat>(height_)}};
     CGContextDrawImage(context_.get(), whole, image);
@@ -78,7 +55,7 @@ class DrawnImage {
  private:
   size_t width_;
   size_t height_;
-  DrawingBuffer buffer_;
+  OwnedMemory buffer_{nullptr};
   OwnedBitmap context_{nullptr};
   const uint8_t* pixels_ = nullptr;
 };

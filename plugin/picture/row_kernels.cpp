@@ -3,7 +3,6 @@
 #include <string.h>
 
 #include "plugin/picture/picture_editor.h"
-#include "plugin/picture/target_clones.h"
 
 // Pixels are handled as native little-endian words, so that the first byte in memory is the low
 // byte. The loops are plain and free of branches: the compiler vectorises them.
@@ -175,8 +174,8 @@ QRV_INLINE void InBlocks(const uint8_t* __restrict source, size_t pixels, Conver
 }
 
 template <typename From, typename To>
-QRV_INLINE void ConvertOpaque(const uint8_t* __restrict source, uint8_t* __restrict destination,
-                              size_t pixels) {
+void ConvertOpaque(const uint8_t* __restrict source, uint8_t* __restrict destination,
+                   size_t pixels) {
   const auto convert = [=](size_t i) __attribute__((always_inline)) {
     const Colour c = From::Load(source + i * From::kBytes);
     StoreWord(destination + i * 4, To::Word(c.rgb, Opaque<To>::kAlpha));
@@ -199,8 +198,8 @@ QRV_INLINE void StorePastCache(uint8_t* address, FourWords words) {
 // As ConvertOpaque, past the cache, which saves the processor from fetching first what it
 // overwrites.
 template <typename From, typename To>
-QRV_INLINE void StreamOpaque(const uint8_t* __restrict source, uint8_t* __restrict destination,
-                             size_t pixels) {
+void StreamOpaque(const uint8_t* __restrict source, uint8_t* __restrict destination,
+                  size_t pixels) {
   constexpr size_t kLinePixels = kLineBytes / 4;
   const auto place = reinterpret_cast<uintptr_t>(destination);
   size_t done = (16 - place % 16) % 16 / 4;
@@ -223,16 +222,16 @@ QRV_INLINE void StreamOpaque(const uint8_t* __restrict source, uint8_t* __restri
 #else
 
 template <typename From, typename To>
-QRV_INLINE void StreamOpaque(const uint8_t* __restrict source, uint8_t* __restrict destination,
-                             size_t pixels) {
+void StreamOpaque(const uint8_t* __restrict source, uint8_t* __restrict destination,
+                  size_t pixels) {
   ConvertOpaque<From, To>(source, destination, pixels);
 }
 
 #endif
 
 template <typename From, typename To>
-QRV_INLINE void ConvertWithAlpha(const uint8_t* __restrict source, uint8_t* __restrict destination,
-                                 size_t pixels) {
+void ConvertWithAlpha(const uint8_t* __restrict source, uint8_t* __restrict destination,
+                      size_t pixels) {
   const auto convert = [=](size_t i) __attribute__((always_inline)) {
     const Colour c = From::Load(source + i * From::kBytes);
     StoreWord(destination + i * 4, To::Word(c.rgb, c.alpha));
@@ -241,8 +240,8 @@ QRV_INLINE void ConvertWithAlpha(const uint8_t* __restrict source, uint8_t* __re
 }
 
 template <typename To>
-QRV_INLINE void SplitMask(const uint8_t* __restrict source, uint8_t* __restrict colour,
-                          uint8_t* __restrict mask, size_t pixels) {
+void SplitMask(const uint8_t* __restrict source, uint8_t* __restrict colour,
+               uint8_t* __restrict mask, size_t pixels) {
   const auto convert = [=](size_t i) __attribute__((always_inline)) {
     const Colour c = FromPremultipliedRgba::Load(source + i * 4);
     const uint32_t level = 255 - c.alpha;
@@ -251,38 +250,6 @@ QRV_INLINE void SplitMask(const uint8_t* __restrict source, uint8_t* __restrict 
   };
   InBlocks<4>(source, pixels, convert, colour, mask);
 }
-
-// --- Kernels: one function per pair of layouts, because versions can't be made of templates ---
-
-#define QRV_KERNEL(name, convert, from, to)                                                      \
-  QRV_TARGET_CLONES void name(const uint8_t* __restrict source, uint8_t* __restrict destination, \
-                              size_t pixels) {                                                   \
-    convert<from, to>(source, destination, pixels);                                              \
-  }
-
-#define QRV_KERNELS(name, convert, from)          \
-  QRV_KERNEL(name##ToRgba, convert, from, ToRgba) \
-  QRV_KERNEL(name##ToArgb, convert, from, ToArgb) \
-  QRV_KERNEL(name##ToConsole, convert, from, ToConsole)
-
-QRV_KERNELS(SkipRgb, ConvertOpaque, FromSkipRgb)
-QRV_KERNELS(StreamSkipRgb, StreamOpaque, FromSkipRgb)
-QRV_KERNELS(BgrSkip, ConvertOpaque, FromBgrSkip)
-QRV_KERNELS(StreamBgrSkip, StreamOpaque, FromBgrSkip)
-QRV_KERNELS(AlphaRgb, ConvertWithAlpha, FromAlphaRgb)
-QRV_KERNELS(Rgb, ConvertOpaque, FromRgb)
-QRV_KERNELS(Grey, ConvertOpaque, FromGrey)
-QRV_KERNELS(PremultipliedRgba, ConvertOpaque, FromPremultipliedRgba)
-
-#define QRV_MASK_KERNEL(name, to)                                                           \
-  QRV_TARGET_CLONES void name(const uint8_t* __restrict source, uint8_t* __restrict colour, \
-                              uint8_t* __restrict mask, size_t pixels) {                    \
-    SplitMask<to>(source, colour, mask, pixels);                                            \
-  }
-
-QRV_MASK_KERNEL(SplitMaskToRgba, ToRgba)
-QRV_MASK_KERNEL(SplitMaskToArgb, ToArgb)
-QRV_MASK_KERNEL(SplitMaskToConsole, ToConsole)
 
 // --- Tables ---
 
@@ -303,24 +270,41 @@ struct LayoutRow {
   RowKernel streams[3];  // for large pictures; null where there are none
 };
 
+template <typename From>
+constexpr LayoutRow OpaqueRow() {
+  return {
+      From::kBytes,
+      {ConvertOpaque<From, ToRgba>, ConvertOpaque<From, ToArgb>, ConvertOpaque<From, ToConsole>},
+      {}};
+}
+
+template <typename From>
+constexpr LayoutRow StreamedRow() {
+  LayoutRow row = OpaqueRow<From>();
+  row.streams[kRgba] = StreamOpaque<From, ToRgba>;
+  row.streams[kArgb] = StreamOpaque<From, ToArgb>;
+  row.streams[kConsole] = StreamOpaque<From, ToConsole>;
+  return row;
+}
+
 // A picture of this many pixels is out of the cache before anybody looks at it.
 constexpr size_t kLargePicture = size_t{4} << 20;
 
 // By SourceLayout.
-const LayoutRow kLayouts[] = {
-    {4,
-     {SkipRgbToRgba, SkipRgbToArgb, SkipRgbToConsole},
-     {StreamSkipRgbToRgba, StreamSkipRgbToArgb, StreamSkipRgbToConsole}},
-    {4,
-     {BgrSkipToRgba, BgrSkipToArgb, BgrSkipToConsole},
-     {StreamBgrSkipToRgba, StreamBgrSkipToArgb, StreamBgrSkipToConsole}},
-    {4, {AlphaRgbToRgba, AlphaRgbToArgb, AlphaRgbToConsole}, {}},
-    {3, {RgbToRgba, RgbToArgb, RgbToConsole}, {}},
-    {1, {GreyToRgba, GreyToArgb, GreyToConsole}, {}},
-    {4, {PremultipliedRgbaToRgba, PremultipliedRgbaToArgb, PremultipliedRgbaToConsole}, {}},
+constexpr LayoutRow kLayouts[] = {
+    StreamedRow<FromSkipRgb>(),
+    StreamedRow<FromBgrSkip>(),
+    {FromAlphaRgb::kBytes,
+     {ConvertWithAlpha<FromAlphaRgb, ToRgba>, ConvertWithAlpha<FromAlphaRgb, ToArgb>,
+      ConvertWithAlpha<FromAlphaRgb, ToConsole>},
+     {}},
+    OpaqueRow<FromRgb>(),
+    OpaqueRow<FromGrey>(),
+    OpaqueRow<FromPremultipliedRgba>(),
 };
 
-const MaskRowKernel kMaskKernels[] = {SplitMaskToRgba, SplitMaskToArgb, SplitMaskToConsole};
+constexpr MaskRowKernel kMaskKernels[] = {SplitMask<ToRgba>, SplitMask<ToArgb>,
+                                          SplitMask<ToConsole>};
 
 const LayoutRow& Row(SourceLayout layout) { return kLayouts[static_cast<size_t>(layout)]; }
 

@@ -20,7 +20,9 @@ TEST(Examples, CaptureWhatTheRuntimeCaptures) {
     }
     EXPECT_EQ(folder.Read("shot.ppm"), expected) << example;
     UseDesktop("none");
-    EXPECT_EQ(RunProgram({example, plugin, folder.File("none.ppm")}).exitCode, 1) << example;
+    const Outcome none = RunProgram({example, plugin, folder.File("none.ppm")});
+    EXPECT_EQ(none.exitCode, 1) << example;
+    EXPECT_THAT(none.errors, ::testing::HasSubstr("there is no desktop \"none\"\n"));
     EXPECT_FALSE(std::filesystem::exists(folder.File("none.ppm"))) << example;
   }
 }

@@ -1,9 +1,10 @@
 #include "tests/integration/plugin.h"
 
+#include <screenshotqrv/platform.h>
+
 #include <chrono>
 #include <random>
 
-#include "runtime/desktop_view.h"
 #include "tests/support/cards.h"
 
 namespace qrv::testing {
@@ -57,21 +58,21 @@ Plugin::Plugin(runtime::HostOptions options, const std::string& file) : host_(st
 
 Plugin& Plugin::On(const char* system) {
   UseSystem(system);
-  strategies_ = system == kDisplayImage ? runtime::kDisplayImage
-                : system == kOpenGL     ? runtime::kOpenGL
-                                        : runtime::kQuickDraw;
+  strategies_ = system == kDisplayImage ? kQRVDisplayImage
+                : system == kOpenGL     ? kQRVOpenGL
+                                        : kQRVQuickDraw;
   return *this;
 }
 
 void Plugin::Begin() {
-  runtime::TakeStrategiesUsed();
+  QRVTakeStrategies();
   isCalling = true;
 }
 
 void Plugin::End() {
   isCalling = false;
   if (strategies_) {
-    EXPECT_EQ(runtime::TakeStrategiesUsed() & ~*strategies_, 0U) << "by another strategy";
+    EXPECT_EQ(QRVTakeStrategies() & ~*strategies_, 0U) << "by another strategy";
   }
   strategies_.reset();
 }

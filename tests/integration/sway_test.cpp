@@ -1,9 +1,10 @@
 // Captures of a Wayland compositor's outputs against the picture that they are known to show.
 
+#include <screenshotqrv/platform.h>
+
 #include <algorithm>
 #include <random>
 
-#include "runtime/desktop_view.h"
 #include "tests/integration/plugin.h"
 #include "tests/wayland/server.h"
 
@@ -12,8 +13,9 @@ namespace {
 
 // The displays are the outputs, and all their pixels are right.
 void ExpectShown(Plugin& plugin, const Outputs& compositor) {
-  const auto displays = runtime::ListDisplays().value_or(std::vector<runtime::DisplayInfo>());
-  ASSERT_EQ(displays.size(), compositor.outputs().size());
+  std::vector<QRVDisplay> displays(compositor.outputs().size());
+  const auto capacity = static_cast<int32_t>(displays.size());
+  ASSERT_EQ(QRVListDisplays(displays.data(), sizeof displays[0], capacity), capacity);
   for (size_t i = 0; i < displays.size(); ++i) {
     const auto its = std::find_if(displays.begin(), displays.end(),
                                   [i](const auto& each) { return each.name == OutputName(i); });
@@ -63,30 +65,6 @@ TEST(Wayland, IsShownUprightPixelForPixelAsOutputsChangeAndCome) {
   ExpectShown(plugin, compositor);
 }
 
-// The frames of all outputs are under way before the first one is ready.
-TEST(Wayland, HasTheOutputsOfARectangleCapturedAtOnce) {
-  const Area area = {30, 0, 61, 40};
-  Image expected = {area.width, area.height, {}};
-  for (int i = 0; i < area.width * area.height; ++i) {
-    const uint32_t color = ColorAt(1, 0, (area.left + i % area.width) % 61, i / area.width);
-    for (const int shift : {16, 8, 0}) {
-      expected.rgba.push_back(static_cast<uint8_t>(color >> shift));
-    }
-    expected.rgba.push_back(255);
-  }
-  for (const int imageCopy : {0, 1}) {
-    CompositorSetup setup = {.imageCopy = imageCopy};
-    setup.outputs.push_back({.name = "TEST-2", .x = 61});
-    Compositor compositor(setup);
-    compositor.script().fault = Fault::kAwaitsAll;
-    UseDesktop("wayland:" + compositor.path());
-    Plugin plugin;
-    for (const char* system : {kDisplayImage, kQuickDraw}) {
-      EXPECT_EQ(Difference(plugin.On(system).Rect(area), expected), "") << imageCopy << system;
-    }
-  }
-}
-
 TEST(Wayland, RectanglesShowAllOutputsThatTheyMeetAndBlackBeyond) {
   const Outputs compositor({{{0, 0, 200, 150}}, {{200, 0, 120, 160}, 1, "90"}});
   Plugin plugin;
@@ -111,10 +89,10 @@ TEST(Wayland, IsCapturedByEveryStrategyAndBeforeX11) {
   UseDesktop("");
   Plugin plugin;
   ExpectAllRight(plugin, compositor);
-  EXPECT_EQ(runtime::DesktopName(), "Wayland wayland-1");
+  EXPECT_EQ(std::string(QRVDesktopName()), "Wayland wayland-1");
   UseDesktop("wayland:wayland-7");
   EXPECT_FALSE(plugin.Main().has_value());
-  EXPECT_EQ(runtime::DesktopProblem(), "the Wayland compositor at " +
+  EXPECT_EQ(std::string(QRVFailureMessage()), "the Wayland compositor at " +
                                            socket.replace_filename("wayland-7").string() +
                                            " can't be reached");
 }

@@ -97,6 +97,7 @@ void SpoilState() {
   static bool reads = false;
   static bool isFinished = false;
   static CGLContextObj current = nullptr;
+  static std::map<GLenum, GLint> packing;
   static long fore = 0;
   static long back = 0;
   seam::CGLSetFullScreen.habit = [](CGLContextObj context) {
@@ -109,12 +110,13 @@ void SpoilState() {
     current = context;
     reads = isFinished = false;
     const CGLError error = ::CGLSetCurrentContext(context);
-    ::glPixelStorei(GL_PACK_ALIGNMENT, 8);
-    ::glPixelStorei(GL_PACK_ROW_LENGTH, 3);
-    ::glPixelStorei(GL_PACK_SKIP_ROWS, 1);
-    ::glPixelStorei(GL_PACK_SKIP_PIXELS, 1);
+    packing = {{GL_PACK_ALIGNMENT, 8},
+               {GL_PACK_ROW_LENGTH, 3},
+               {GL_PACK_SKIP_ROWS, 1},
+               {GL_PACK_SKIP_PIXELS, 1}};
     return error;
   };
+  seam::glPixelStorei.habit = [](GLenum name, GLint value) { packing[name] = value; };
   seam::CFNumberGetValue.habit = [](CFNumberRef number, CFNumberType type, void* value) {
     if (number == nullptr) TheLayer().problems.push_back("the value of no number");
     return ::CFNumberGetValue(number, type, value);
@@ -123,7 +125,12 @@ void SpoilState() {
   seam::glFinish.habit = [] { isFinished = true; };
   seam::glReadPixels.habit = [](GLint x, GLint y, GLsizei width, GLsizei height, GLenum format,
                                 GLenum type, GLvoid* pixels) {
-    if (reads && isFinished) ::glReadPixels(x, y, width, height, format, type, pixels);
+    const std::map<GLenum, GLint> withoutGaps = {{GL_PACK_ALIGNMENT, 4},
+                                                 {GL_PACK_ROW_LENGTH, 0},
+                                                 {GL_PACK_SKIP_ROWS, 0},
+                                                 {GL_PACK_SKIP_PIXELS, 0}};
+    if (!reads || !isFinished || packing != withoutGaps) return;
+    ::glReadPixels(x, y, width, height, format, type, pixels);
   };
   seam::ForeColor.habit = [](long color) { fore = color; };
   seam::BackColor.habit = [](long color) { back = color; };

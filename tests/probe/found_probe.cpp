@@ -4,12 +4,12 @@
 
 #include <CoreServices/CoreServices.h>
 #include <link.h>
+#include <screenshotqrv/platform.h>
 #include <sys/auxv.h>
 #include <unistd.h>
 
 #include <cstdio>
 
-#include <QRV/Desktop.h>
 #include "runtime/host.h"
 
 namespace {
@@ -36,7 +36,7 @@ int main(int, char** arguments) {
   if (picture != nullptr) host.Release(picture);
   SInt32 minor = 0;
   Gestalt(gestaltSystemVersionMinor, &minor);
-  std::printf("secure %lu\n%s\n10.%d\n", getauxval(AT_SECURE), qrv::desktop::DesktopName(),
+  std::printf("secure %lu\n%s\n10.%d\n", getauxval(AT_SECURE), QRVDesktopName(),
               static_cast<int>(minor));
   std::multiset<std::string> files;
   dl_iterate_phdr(AddIfOurs, &files);

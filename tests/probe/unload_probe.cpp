@@ -1,8 +1,10 @@
-// A host that loads and unloads the plug-in: `unload_probe PLUGIN ROUNDS` captures once a round,
-// and ends with 0 when every capture found pixels and it holds after the last round what it held
-// after the first. It links nothing of the platform, which goes with the plug-in.
+// A host that loads and unloads the plug-in: `unload_probe PLUGIN ROUNDS` captures once by OpenGL
+// and once by QuickDraw in each round, and ends with 0 when every capture found pixels, nothing of
+// the product is loaded between two rounds, and it holds after the last round what it held after
+// the first. It links nothing of the platform, which goes with the plug-in.
 
 #include <dlfcn.h>
+#include <link.h>
 
 #include <cstdint>
 #include <cstdio>
@@ -14,6 +16,7 @@
 namespace {
 
 void* rawPixels = nullptr;
+void* scaledRect = nullptr;
 int captures = 0;
 
 struct Method {
@@ -23,17 +26,19 @@ struct Method {
 };
 
 void Register(Method* method) {
-  if (std::string_view(method->declaration).starts_with("ScreenshotStringQRV(")) {
-    rawPixels = method->function;
-  }
+  const std::string_view declaration = method->declaration;
+  if (declaration.starts_with("ScreenshotStringQRV(")) rawPixels = method->function;
+  if (declaration.find("destwidth") != declaration.npos) scaledRect = method->function;
 }
 
-// The pixels have been read when there are any to make a string of.
+// The pixels have been read when there are any to make a string of, or a picture is made for them.
 void* BuildString(const char*, int length) { return captures += length > 0 ? 1 : 0, nullptr; }
+void* NewPicture(long, long, long) { return ++captures, nullptr; }
 
 void* Resolve(std::string_view name) {
   return name == "PluginRegisterMethod" ? reinterpret_cast<void*>(Register)
          : name == "REALBuildString"    ? reinterpret_cast<void*>(BuildString)
+         : name == "newPicture"         ? reinterpret_cast<void*>(NewPicture)
                                         : nullptr;
 }
 
@@ -44,7 +49,17 @@ void Round(const char* path) {
       [](const char* name) { return Resolve(name); });
   int32_t width = 0, height = 0, rowBytes = 0;
   reinterpret_cast<void* (*)(int32_t&, int32_t&, int32_t&)>(rawPixels)(width, height, rowBytes);
+  reinterpret_cast<void* (*)(int, int, int, int, int, int)>(scaledRect)(0, 0, 9, 9, 3, 3);
   dlclose(plugin);
+  dl_iterate_phdr(
+      [](dl_phdr_info* library, size_t, void*) {
+        if (std::string_view(library->dlpi_name).find("Screenshot") != std::string_view::npos) {
+          std::puts(library->dlpi_name);
+          std::abort();
+        }
+        return 0;
+      },
+      nullptr);
 }
 
 }  // namespace
@@ -64,5 +79,5 @@ int main(int, char** arguments) {
   const bool isMemoryBack =
       last.mappings <= first.mappings + 2 && last.resident <= first.resident + 1024;
 #endif
-  return captures == rounds && last.files == first.files && isMemoryBack ? 0 : 1;
+  return captures == 2 * rounds && last.files == first.files && isMemoryBack ? 0 : 1;
 }

@@ -5,18 +5,19 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <screenshotqrv/platform.h>
 
 #include <list>
 #include <random>
 
-#include <QRV/Desktop.h>
 #include "platform/coregraphics/bitmap.h"
 #include "runtime/host.h"
 #include "tests/passthrough/layer.h"
 
 namespace qrv::passthrough {
 
-using desktop::TakeStrategies;
+inline uint32_t TakeStrategies() { return QRVTakeStrategies(); }
+
 using runtime::ApplicationKind;
 using runtime::HostOptions;
 using ::testing::ElementsAre;

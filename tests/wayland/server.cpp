@@ -96,7 +96,6 @@ CompositorSetup all;
 Script* orders;
 std::deque<ShownOutput> outputs;
 std::deque<Image> images;
-std::vector<wl_resource*> unfinished;  // frames
 
 bool Makes(Fault fault) { return orders->fault == fault; }
 
@@ -219,13 +218,6 @@ bool Fill(const Image& image, wl_resource* frame) {
   return true;
 }
 
-template <typename Finish>
-void FinishInTime(wl_resource* frame, Finish finish) {
-  unfinished.push_back(frame);
-  if (Makes(Fault::kAwaitsAll) && unfinished.size() < outputs.size()) return;
-  for (wl_resource* const each : std::exchange(unfinished, {})) finish(each);
-}
-
 // --- Outputs ---
 
 constexpr struct wl_output_interface kOutput = {Destroy};
@@ -257,11 +249,9 @@ void BindOutput(wl_client* client, void* data, uint32_t version, uint32_t id) {
 
 void Copy(wl_client*, wl_resource* frame, wl_resource* buffer) {
   DataOf<Image>(frame)->buffer = buffer;
-  FinishInTime(frame, [](wl_resource* each) {
-    if (!Fill(*DataOf<Image>(each), each)) return zwlr_screencopy_frame_v1_send_failed(each);
-    zwlr_screencopy_frame_v1_send_flags(each, all.isInverted ? 1 : 0);
-    if (!Makes(Fault::kNeverReady)) zwlr_screencopy_frame_v1_send_ready(each, 0, 0, 0);
-  });
+  if (!Fill(*DataOf<Image>(frame), frame)) return zwlr_screencopy_frame_v1_send_failed(frame);
+  zwlr_screencopy_frame_v1_send_flags(frame, all.isInverted ? 1 : 0);
+  if (!Makes(Fault::kNeverReady)) zwlr_screencopy_frame_v1_send_ready(frame, 0, 0, 0);
 }
 
 constexpr struct zwlr_screencopy_frame_v1_interface kScreencopyFrame = {Copy, Destroy, Copy};
@@ -326,13 +316,10 @@ void CaptureFrame(wl_client*, wl_resource* frame) {
     if (!isEarly) TellConstraints(image);
     return;
   }
-  FinishInTime(frame, [](wl_resource* each) {
-    const Image& its = *DataOf<Image>(each);
-    if (!Fill(its, each)) return ext_image_copy_capture_frame_v1_send_failed(each, 0);
-    ext_image_copy_capture_frame_v1_send_transform(
-        each, static_cast<uint32_t>(its.output->setup.transform));
-    if (!Makes(Fault::kNeverReady)) ext_image_copy_capture_frame_v1_send_ready(each);
-  });
+  if (!Fill(image, frame)) return ext_image_copy_capture_frame_v1_send_failed(frame, 0);
+  ext_image_copy_capture_frame_v1_send_transform(
+      frame, static_cast<uint32_t>(image.output->setup.transform));
+  if (!Makes(Fault::kNeverReady)) ext_image_copy_capture_frame_v1_send_ready(frame);
 }
 
 constexpr struct ext_image_copy_capture_frame_v1_interface kFrame = {

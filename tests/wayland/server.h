@@ -56,7 +56,6 @@ enum class Fault {
   kNewFormatEarly,  // the other way round
   kNeverSettles,    // so every time
   kNeverReady,
-  kAwaitsAll,  // finishes no frame before there is one of every output
   kHangsUp,
   kComplains,   // a protocol error
   kSendsWords,  // in pieces

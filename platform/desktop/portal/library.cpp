@@ -2,43 +2,97 @@
 
 #include <dlfcn.h>
 
-#include <QRV/Desktop.h>
+#include <chrono>
+#include <string>
 
-#include "platform/desktop/waiting_notice.h"
+#include "platform/desktop/person.h"
+#include "platform/desktop/portal/module_interface.h"
+#include "platform/library_file.h"
 
 namespace qrv::desktop::portal {
 namespace {
 
 constexpr char kFileName[] = "libScreenshotPortal.so";
-constexpr char kNoModule[] = "libScreenshotPortal.so can't be loaded";
 
-// Beside this library. Null when it is not there, or what it needs isn't. It stays: frames that lie
-// in its memory may outlive all else.
-const Module* Load() {
+// Beside this library. It stays loaded: frames that lie in its memory may outlive all else.
+const Module& Load() {
   static const int here = 0;
   Dl_info info = {};
-  if (dladdr(&here, &info) == 0 || info.dli_fname == nullptr) return nullptr;
-  std::string path = info.dli_fname;
-  const size_t slash = path.rfind('/');
-  if (slash == std::string::npos) return nullptr;
-  path.replace(slash + 1, std::string::npos, kFileName);
-  if (!IsWholeLibrary(path.c_str())) return nullptr;
-  void* const library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
-  return library == nullptr ? nullptr : static_cast<const Module*>(dlsym(library, kModuleSymbol));
+  std::string path;
+  if (dladdr(&here, &info) != 0 && info.dli_fname != nullptr) path = info.dli_fname;
+  path.replace(path.rfind('/') + 1, std::string::npos, kFileName);
+  void* const library = IsWholeLibrary(path.c_str())
+                            ? dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE)
+                            : nullptr;
+  const void* const module = library == nullptr ? nullptr : dlsym(library, kModuleSymbol);
+  if (module == nullptr) {
+    throw Error(Reason::kUnsupported, std::string(kFileName) + " can't be loaded");
+  }
+  return *static_cast<const Module*>(module);
 }
+
+int64_t Nanoseconds(Deadline deadline) {
+  return std::chrono::nanoseconds(deadline.time_since_epoch()).count();
+}
+
+class LibraryBackend : public wayland::Backend {
+ public:
+  LibraryBackend(const Module& module, ModuleBackend* backend, const char* name)
+      : module_(module), backend_(backend), name_(name) {}
+  ~LibraryBackend() override { module_.close(backend_); }
+
+  Frame Capture(const wayland::PlacedOutput& output, const PixelRect& region,
+                Deadline deadline) override {
+    ModuleFrame captured;
+    ModuleError error;
+    if (!module_.capture(backend_, output, region, Nanoseconds(deadline), captured, error)) {
+      throw Error(error.reason, error.message);
+    }
+    return {std::shared_ptr<void>(captured.owner, module_.releaseFrame), captured.pixels,
+            captured.width, captured.height, captured.rowBytes};
+  }
+  const char* Name() const override { return name_; }
+
+ private:
+  const Module& module_;
+  ModuleBackend* backend_;
+  const char* name_;
+};
+
+// What a person takes to answer is not the call's time.
+class PortalBackend : public LibraryBackend {
+ public:
+  using LibraryBackend::LibraryBackend;
+
+  Frame Capture(const wayland::PlacedOutput& output, const PixelRect& region,
+                Deadline deadline) override {
+    struct Stopwatch {
+      ~Stopwatch() { AddPersonTime(Clock::now() - start); }
+      Clock::time_point start = Clock::now();
+    };
+    const Stopwatch stopwatch;
+    return LibraryBackend::Capture(output, region, deadline);
+  }
+};
 
 }  // namespace
 
-std::unique_ptr<wayland::PixelSource> OpenKWin(const Outputs& outputs, std::string& problem) {
-  const Module* const module = Load();
-  problem = kNoModule;
-  return module == nullptr ? nullptr : module->openKWin(outputs, problem);
+std::unique_ptr<wayland::Backend> OpenKWin(const std::vector<wayland::PlacedOutput>& outputs,
+                                           Deadline deadline) {
+  const Module& module = Load();
+  ModuleError error;
+  ModuleBackend* const backend =
+      outputs.empty() ? nullptr : module.openKWin(outputs.front(), Nanoseconds(deadline), error);
+  if (backend == nullptr) throw Error(error.reason, error.message);
+  return std::make_unique<LibraryBackend>(module, backend, "KWin ScreenShot2");
 }
 
-std::unique_ptr<wayland::PixelSource> OpenPortal(std::string& problem) {
-  const Module* const module = Load();
-  problem = kNoModule;
-  return module == nullptr ? nullptr : module->openPortal(TellOfWaiting, problem);
+std::unique_ptr<wayland::Backend> OpenPortal(Deadline deadline) {
+  const Module& module = Load();
+  ModuleError error;
+  ModuleBackend* const backend = module.openPortal(ReportWaiting, Nanoseconds(deadline), error);
+  if (backend == nullptr) throw Error(error.reason, error.message);
+  return std::make_unique<PortalBackend>(module, backend, "desktop portal");
 }
 
 }  // namespace qrv::desktop::portal

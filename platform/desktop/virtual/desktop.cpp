@@ -16,7 +16,6 @@ constexpr uint64_t kMaxKeptBytes = uint64_t{256} << 20;
 
 Frame RenderCard(size_t index, const Display& display, const PixelRect& part) {
   Frame frame = NewFrame(part.width, part.height);
-  if (!frame) return {};
   const TestCardRenderer renderer(static_cast<uint32_t>(index), display.pixelWidth,
                                   display.pixelHeight, display.bitsPerPixel, part.x,
                                   part.x + part.width);
@@ -29,28 +28,24 @@ Frame RenderCard(size_t index, const Display& display, const PixelRect& part) {
 VirtualDesktop::VirtualDesktop(std::vector<Display> displays)
     : displays_(std::move(displays)), cards_(displays_.size()) {}
 
-bool VirtualDesktop::ListDisplays(std::vector<Display>& displays) {
-  displays = displays_;
-  return true;
-}
-
-Frame VirtualDesktop::Capture(const Display& display, const PixelRect& part, bool& isGone) {
+Frame VirtualDesktop::Capture(const Display& display, const PixelRect& region, Deadline) {
   const auto found = std::find_if(displays_.begin(), displays_.end(),
                                   [&](const Display& each) { return each.id == display.id; });
-  isGone = found == displays_.end() || !Contains(found->pixelWidth, found->pixelHeight, part);
-  if (isGone) return {};
-  const auto index = static_cast<size_t>(found - displays_.begin());
-  const PixelRect whole = {0, 0, found->pixelWidth, found->pixelHeight};
-  if (FrameBytes(whole.width, whole.height) > kMaxKeptBytes) {
-    return RenderCard(index, *found, part);
+  if (found == displays_.end() || !Contains(found->pixelWidth, found->pixelHeight, region)) {
+    throw Error(Reason::kDisplayChanged, "the display is gone or has changed");
   }
-  if (!cards_[index]) cards_[index] = RenderCard(index, *found, whole);
-  return cards_[index] ? PartOf(cards_[index], part) : Frame{};
+  const auto index = static_cast<size_t>(found - displays_.begin());
+  if (FrameBytes(found->pixelWidth, found->pixelHeight) > kMaxKeptBytes) {
+    return RenderCard(index, *found, region);
+  }
+  if (!cards_[index]) cards_[index] = RenderCard(index, *found, AllPixels(*found));
+  return PartOf(cards_[index], region);
 }
 
-std::unique_ptr<Desktop> OpenVirtualDesktop(std::string_view layout, std::string& problem) {
+std::unique_ptr<Desktop> OpenVirtualDesktop(const std::string& layout) {
   std::vector<Display> displays;
-  if (!ParseLayout(layout, displays, problem)) return nullptr;
+  std::string problem;
+  if (!ParseLayout(layout, displays, problem)) throw Error(Reason::kBadChoice, problem);
   return std::make_unique<VirtualDesktop>(std::move(displays));
 }
 

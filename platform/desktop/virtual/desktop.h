@@ -4,7 +4,6 @@
 
 #include <memory>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "platform/desktop/desktop.h"
@@ -15,22 +14,20 @@ class VirtualDesktop : public Desktop {
  public:
   explicit VirtualDesktop(std::vector<Display> displays);
 
-  bool ListDisplays(std::vector<Display>& displays) override;
-  Frame Capture(const Display& display, const PixelRect& part, bool& isGone) override;
-  const char* Way() const override { return "test card"; }
+  std::vector<Display> ListDisplays(Deadline) override { return displays_; }
+  Frame Capture(const Display& display, const PixelRect& region, Deadline) override;
+  const char* Backend() const override { return "test card"; }
   const char* Name() const override { return "the virtual desktop"; }
-  // Nothing else goes wrong here.
-  const char* Problem() const override { return "there is no memory for the test card"; }
 
  private:
   std::vector<Display> displays_;
-  // The cards as captured so far, one a display. Frames point into them and share them, so nobody
-  // writes to a card once it is here.
+  // The cards as captured so far, one per display. Frames point into them and share them, so a
+  // card is not written to once it is here.
   std::vector<Frame> cards_;
 };
 
-// Null when the layout doesn't parse, with one line about it in `problem`.
-std::unique_ptr<Desktop> OpenVirtualDesktop(std::string_view layout, std::string& problem);
+// Throws Error when the layout doesn't parse.
+std::unique_ptr<Desktop> OpenVirtualDesktop(const std::string& layout);
 
 }  // namespace qrv::desktop
 

@@ -19,7 +19,7 @@
 #include <string_view>
 #include <vector>
 
-#include <QRV/Desktop.h>
+#include "platform/desktop/display.h"
 
 namespace qrv::desktop {
 

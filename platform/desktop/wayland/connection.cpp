@@ -5,8 +5,10 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <new>
 #include <utility>
 
+#include "platform/desktop/error.h"
 #include "platform/desktop/one_line.h"
 #include "platform/desktop/socket.h"
 #include "platform/desktop/wayland/protocol.h"
@@ -47,28 +49,36 @@ std::string Arguments::TakeString() {
   return text;
 }
 
-std::unique_ptr<Connection> Connection::Open(const std::string& path, Deadline deadline,
-                                             std::string& problem, bool& timedOut) {
+std::unique_ptr<Connection> Connection::Open(const std::string& path, std::string peer,
+                                             Deadline deadline) {
   UniqueFd socket = ConnectLocal(path, deadline);
   if (!socket) {
-    timedOut = Clock::now() >= deadline;
-    problem =
-        "the Wayland compositor at " + path + (timedOut ? " does not answer" : " can't be reached");
-    return nullptr;
+    if (Clock::now() >= deadline) throw Error(Reason::kTimeout, peer + " does not answer");
+    throw Error(Reason::kUnreachable, peer + " can't be reached");
   }
-  std::unique_ptr<Connection> connection(new Connection(std::move(socket)));
-  connection->BeginWaiting(deadline);
+  std::unique_ptr<Connection> connection(new Connection(std::move(socket), std::move(peer)));
+  connection->BeginCall(deadline);
   return connection;
 }
 
-Connection::Connection(UniqueFd socket) : socket_(std::move(socket)), received_(kReceiveWords) {
+Connection::Connection(UniqueFd socket, std::string peer)
+    : socket_(std::move(socket)), peer_(std::move(peer)), received_(kReceiveWords) {
   NewObject();  // 0 is no object
   NewObject([this](uint32_t event, Arguments& arguments) { HandleDisplayEvent(event, arguments); });
 }
 
-void Connection::BeginWaiting(Deadline deadline) {
+void Connection::BeginCall(Deadline deadline) {
   deadline_ = deadline;
-  if (!socket_.IsOurs()) Lose();
+  if (!socket_.IsOurs()) FailByEnd();
+}
+
+void Connection::FailByTimeout() const {
+  throw Error(Reason::kTimeout, peer_ + " does not answer");
+}
+
+void Connection::FailByEnd() const {
+  throw Error(Reason::kUnreachable, peer_ + " closed the connection" +
+                                        (protocolError_.empty() ? "" : ": " + protocolError_));
 }
 
 uint32_t Connection::NewObject(Handler handler) {
@@ -83,6 +93,14 @@ uint32_t Connection::NewObject(Handler handler) {
   return static_cast<uint32_t>(handlers_.size() - 1);
 }
 
+void Connection::Destroy(uint32_t object, uint32_t request) noexcept {
+  Drop(object);
+  try {
+    Send(object, request, {});
+  } catch (const std::bad_alloc&) {
+  }
+}
+
 void Connection::Begin(uint32_t object, uint32_t request, size_t words) {
   toSend_.reserve(toSend_.size() + kHeaderWords + words);
   toSend_.push_back(object);
@@ -92,7 +110,7 @@ void Connection::Begin(uint32_t object, uint32_t request, size_t words) {
 void Connection::Send(uint32_t object, uint32_t request, std::initializer_list<uint32_t> words,
                       int fd) {
   // A descriptor goes with the first byte that is sent with it.
-  if (fd >= 0 && !Flush()) return;
+  if (fd >= 0) Flush();
   Begin(object, request, words.size());
   toSend_.insert(toSend_.end(), words);
   if (fd < 0) return;
@@ -109,11 +127,9 @@ void Connection::Send(uint32_t object, uint32_t request, std::initializer_list<u
   rights->cmsg_len = CMSG_LEN(sizeof fd);
   std::memcpy(CMSG_DATA(rights), &fd, sizeof fd);
   // The queue was empty: so small a message goes in one piece.
-  if (sendmsg(socket_.get(), &message, MSG_DONTWAIT | MSG_NOSIGNAL) !=
-      static_cast<ssize_t>(bytes.iov_len)) {
-    Lose();
-  }
+  const ssize_t sent = sendmsg(socket_.get(), &message, MSG_DONTWAIT | MSG_NOSIGNAL);
   toSend_.clear();
+  if (sent != static_cast<ssize_t>(bytes.iov_len)) FailByEnd();
 }
 
 void Connection::SendBind(uint32_t registry, uint32_t name, std::string_view interface,
@@ -129,49 +145,40 @@ void Connection::SendBind(uint32_t registry, uint32_t name, std::string_view int
   toSend_.push_back(object);
 }
 
-bool Connection::AwaitRoundTrip() {
-  bool isDone = false;
-  const uint32_t callback = NewObject([&isDone](uint32_t, Arguments&) { isDone = true; });
+void Connection::AwaitRoundTrip() {
+  const auto isDone = std::make_shared<bool>(false);
+  const uint32_t callback = NewObject([isDone](uint32_t, Arguments&) { *isDone = true; });
   Send(kDisplay, kDisplaySync, {callback});
-  const bool isAnswered = Await([&] { return isDone; });
-  if (!isAnswered) Drop(callback);
-  return isAnswered;
+  Await([&] { return *isDone; });
+  Drop(callback);
 }
 
 // Sends what there is to send, and handles what comes first.
-bool Connection::Exchange() {
-  if (!Flush() || !WaitFor(socket_.get(), POLLIN, deadline_)) {
-    timedOut_ = !isLost_;
-    Lose();
-    return false;
-  }
-  if (Clock::now() >= deadline_) timedOut_ = true;  // it sends without end
-  if (timedOut_ || !Receive() || !HandleReceived()) Lose();
-  return !isLost_;
+void Connection::Exchange() {
+  Flush();
+  // The time may also be over because the compositor sends without end.
+  if (!WaitFor(socket_.get(), POLLIN, deadline_) || Clock::now() >= deadline_) FailByTimeout();
+  if (!Receive()) FailByEnd();
+  HandleReceived();
 }
 
-bool Connection::Flush() {
-  const auto* bytes = reinterpret_cast<const char*>(toSend_.data());
-  size_t left = toSend_.size() * 4;
-  while (left > 0 && !isLost_) {
+void Connection::Flush() {
+  const std::vector<uint32_t> words = std::exchange(toSend_, {});
+  const auto* bytes = reinterpret_cast<const char*>(words.data());
+  size_t left = words.size() * 4;
+  while (left > 0) {
     const ssize_t sent = send(socket_.get(), bytes, left, MSG_DONTWAIT | MSG_NOSIGNAL);
     if (sent > 0) {
       bytes += sent;
       left -= static_cast<size_t>(sent);
     } else if (errno == EAGAIN) {
-      if (!WaitFor(socket_.get(), POLLOUT, deadline_)) {
-        timedOut_ = true;
-        Lose();
-      }
+      if (!WaitFor(socket_.get(), POLLOUT, deadline_)) FailByTimeout();
     } else if (errno != EINTR) {
-      // What it said before it closed the connection tells why.
-      while (Receive() && HandleReceived()) {
-      }
-      Lose();
+      // What it said before it closed the connection may say why.
+      while (Receive()) HandleReceived();
+      FailByEnd();
     }
   }
-  toSend_.clear();
-  return !isLost_;
 }
 
 // False at the end of the connection, and when nothing is there.
@@ -187,14 +194,13 @@ bool Connection::Receive() {
   }
 }
 
-// False when a message makes no sense.
-bool Connection::HandleReceived() {
+void Connection::HandleReceived() {
   size_t at = 0;
   while (receivedBytes_ / 4 - at >= kHeaderWords) {
     const uint32_t object = received_[at];
     const size_t bytes = received_[at + 1] >> 16;
     const uint32_t event = received_[at + 1] & 0xFFFF;
-    if (bytes < kHeaderWords * 4 || bytes % 4 != 0 || bytes > received_.size() * 4) return false;
+    if (bytes < kHeaderWords * 4 || bytes % 4 != 0 || bytes > received_.size() * 4) FailByEnd();
     if (bytes > receivedBytes_ - at * 4) break;
     Arguments arguments(
         std::span<const uint32_t>(received_).subspan(at + kHeaderWords, bytes / 4 - kHeaderWords));
@@ -202,20 +208,19 @@ bool Connection::HandleReceived() {
     if (object < handlers_.size()) {
       if (const Handler handler = handlers_[object]) handler(event, arguments);
     }
-    if (arguments.isBroken() || isLost_) return false;
+    if (arguments.isBroken()) FailByEnd();
     at += bytes / 4;
   }
   receivedBytes_ -= at * 4;
   std::memmove(received_.data(), &received_[at], receivedBytes_);
-  return true;
 }
 
 void Connection::HandleDisplayEvent(uint32_t event, Arguments& arguments) {
   if (event == kDisplayError) {
     arguments.TakeUint();  // the object
     arguments.TakeUint();  // the code
-    complaint_ = InOneLine(arguments.TakeString());
-    Lose();
+    protocolError_ = InOneLine(arguments.TakeString());
+    FailByEnd();
   } else if (event == kDisplayDeleteId) {
     const uint32_t object = arguments.TakeUint();
     if (object <= kDisplay || object >= handlers_.size() ||

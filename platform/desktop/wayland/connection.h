@@ -13,6 +13,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "platform/desktop/waiting.h"
@@ -36,27 +37,22 @@ class Arguments {
   bool isBroken_ = false;
 };
 
+// Waiting throws Error when the connection is lost: closed, whether by this process or the other,
+// broken off with a protocol error, or out of time. It is of no use any more then.
 class Connection {
  public:
   // What an object does with its events. It may send requests and make objects.
   using Handler = std::function<void(uint32_t event, Arguments& arguments)>;
 
-  // Connects to the compositor that listens at that path. Null, and one line in `problem`, when it
-  // can't be done by the deadline; `timedOut` says whether that was for want of room in its queue.
-  // What is awaited on it first must come by the deadline too.
-  static std::unique_ptr<Connection> Open(const std::string& path, Deadline deadline,
-                                          std::string& problem, bool& timedOut);
+  // Connects to the compositor `peer`, which listens at that path. What is awaited on it first must
+  // come by the deadline too.
+  static std::unique_ptr<Connection> Open(const std::string& path, std::string peer,
+                                          Deadline deadline);
 
   // Gives the compositor until then for all that is awaited from now on, if the descriptor still is
-  // the connection's. Called at the start of a call.
-  void BeginWaiting(Deadline deadline);
-
-  // The connection is of no use any more: closed, by whomever, broken off with a protocol error, or
-  // `timedOut`.
-  bool isLost() const { return isLost_; }
-  bool timedOut() const { return timedOut_; }
-  // The compositor's own words when it has broken off, in one line.
-  const std::string& complaint() const { return complaint_; }
+  // the connection's.
+  void BeginCall(Deadline deadline);
+  Deadline deadline() const { return deadline_; }
 
   // A new object, to be named in the request that makes it. Throws std::bad_alloc, like all below.
   uint32_t NewObject(Handler handler = nullptr);
@@ -64,10 +60,9 @@ class Connection {
   void GiveBack(uint32_t object) { unused_.push_back(object); }
   // Drops the events of an object from now on.
   void Drop(uint32_t object) { handlers_[object] = nullptr; }
-  void Destroy(uint32_t object, uint32_t request) {
-    Send(object, request, {});
-    Drop(object);
-  }
+  // Drops it and sends the request that ends it; without memory for that, the compositor has it
+  // until the connection ends.
+  void Destroy(uint32_t object, uint32_t request) noexcept;
 
   // Sends a request, at the latest when something is awaited; with a descriptor, which stays the
   // caller's, at once.
@@ -75,39 +70,57 @@ class Connection {
   void SendBind(uint32_t registry, uint32_t name, std::string_view interface, uint32_t version,
                 uint32_t object);
 
-  // Handles events until `isDone()`. False when the connection is lost first.
+  // Handles events until `isDone()`.
   template <typename Condition>
-  bool Await(Condition isDone) {
-    while (!isDone()) {
-      if (isLost_ || !Exchange()) return false;
-    }
-    return true;
+  void Await(Condition isDone) {
+    while (!isDone()) Exchange();
   }
 
   // Until all that was sent has been handled.
-  bool AwaitRoundTrip();
+  void AwaitRoundTrip();
 
  private:
-  explicit Connection(UniqueFd socket);
+  Connection(UniqueFd socket, std::string peer);
 
   void Begin(uint32_t object, uint32_t request, size_t words);
-  void Lose() { isLost_ = true; }
-  bool Exchange();
-  bool Flush();
+  [[noreturn]] void FailByTimeout() const;
+  [[noreturn]] void FailByEnd() const;
+  void Exchange();
+  void Flush();
   bool Receive();
-  bool HandleReceived();
+  void HandleReceived();
   void HandleDisplayEvent(uint32_t event, Arguments& arguments);
 
   KeptFd socket_;
+  std::string peer_;
   Deadline deadline_;
-  bool isLost_ = false;
-  bool timedOut_ = false;
-  std::string complaint_;
+  std::string protocolError_;  // the compositor's own message when it has broken off
   std::vector<uint32_t> toSend_;
   std::vector<uint32_t> received_;
   size_t receivedBytes_ = 0;
   std::vector<Handler> handlers_;  // by object
   std::vector<uint32_t> unused_;   // objects that the compositor has deleted
+};
+
+// An object that is destroyed at the end of its scope, after which its handler is not called any
+// more.
+class ScopedObject {
+ public:
+  ScopedObject(Connection& connection, uint32_t destroyRequest,
+               Connection::Handler handler = nullptr)
+      : connection_(connection),
+        id_(connection.NewObject(std::move(handler))),
+        destroyRequest_(destroyRequest) {}
+  ScopedObject(const ScopedObject&) = delete;
+  ScopedObject& operator=(const ScopedObject&) = delete;
+  ~ScopedObject() { connection_.Destroy(id_, destroyRequest_); }
+
+  uint32_t id() const { return id_; }
+
+ private:
+  Connection& connection_;
+  uint32_t id_;
+  uint32_t destroyRequest_;
 };
 
 }  // namespace qrv::desktop::wayland

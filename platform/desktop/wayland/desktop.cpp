@@ -5,10 +5,9 @@
 #include <utility>
 #include <vector>
 
-#include "platform/desktop/frame.h"
 #include "platform/desktop/reconnecting_desktop.h"
+#include "platform/desktop/wayland/backend.h"
 #include "platform/desktop/wayland/connection.h"
-#include "platform/desktop/wayland/pixels.h"
 #include "platform/desktop/wayland/screen.h"
 
 namespace qrv::desktop {
@@ -21,50 +20,33 @@ class WaylandLink : public Link {
   WaylandLink(std::unique_ptr<Connection> connection, bool byPortal)
       : connection_(std::move(connection)), screen_(*connection_), byPortal_(byPortal) {}
 
-  // What the compositor offers; false when the connection is lost.
-  bool Greet() { return screen_.Update(); }
+  void BeginCall(Deadline deadline) override { connection_->BeginCall(deadline); }
+  const char* Backend() const override { return backend_ ? backend_->Name() : ""; }
 
-  void BeginWaiting() override { connection_->BeginWaiting(Clock::now() + kPatience); }
-  bool IsLost() const override { return connection_->isLost(); }
-  bool TimedOut() const override { return connection_->timedOut(); }
-  const char* Complaint() const override { return connection_->complaint().c_str(); }
-  const char* Way() const override { return source_ ? source_->Name() : ""; }
-
-  bool ListDisplays(std::vector<Display>& displays, std::string& problem) override;
-  bool Expect(std::span<const Share> shares) override;
-  Frame Capture(uint32_t displayId, const PixelRect& part, bool& isGone,
-                std::string& problem) override;
+  std::vector<Display> ListDisplays() override;
+  Frame Capture(const Display& display, const PixelRect& region) override;
 
  private:
-  bool List();
-  OutputShare TakeShare(const PlacedOutput& output, const PixelRect& part, std::string& problem);
+  // The output as it was listed, and whether it still is like that as far as the compositor has
+  // said.
   const PlacedOutput* Find(uint32_t displayId) const;
+  bool IsUnchanged(const PlacedOutput& output) const;
 
   std::unique_ptr<Connection> connection_;
   Screen screen_;
   bool byPortal_;
-  std::vector<PlacedOutput> outputs_;    // as last listed
-  std::unique_ptr<PixelSource> source_;  // once the first display was listed
-  std::vector<OutputShare> expected_;    // captured together, when the first of them is asked for
+  std::vector<PlacedOutput> outputs_;          // as last listed
+  std::unique_ptr<wayland::Backend> backend_;  // once the first display was listed
 };
 
-bool WaylandLink::List() {
-  if (!screen_.Update()) return false;
+std::vector<Display> WaylandLink::ListDisplays() {
+  screen_.Update();
   outputs_ = PlaceOutputs(screen_.outputs());
-  return !outputs_.empty();
-}
-
-bool WaylandLink::ListDisplays(std::vector<Display>& displays, std::string& problem) {
-  expected_.clear();
-  if (!List()) {
-    problem = "the Wayland compositor has no display";
-    return false;
-  }
-  if (!source_) source_ = ChoosePixelSource(*connection_, screen_, byPortal_, problem);
-  if (!source_) return false;
-  displays.clear();
+  if (outputs_.empty()) throw Error(Reason::kUnsupported, "the Wayland compositor has no display");
+  if (!backend_) backend_ = ChooseBackend(*connection_, screen_, byPortal_);
+  std::vector<Display> displays;
   for (const PlacedOutput& each : outputs_) displays.push_back(each.display);
-  return true;
+  return displays;
 }
 
 const PlacedOutput* WaylandLink::Find(uint32_t displayId) const {
@@ -74,51 +56,26 @@ const PlacedOutput* WaylandLink::Find(uint32_t displayId) const {
   return found == outputs_.end() ? nullptr : &*found;
 }
 
-bool WaylandLink::Expect(std::span<const Share> shares) {
-  expected_.clear();
-  for (const Share& each : shares) {
-    if (const PlacedOutput* const output = Find(each.display.id)) {
-      expected_.push_back({*output, each.part});
-    }
-  }
-  return false;
+bool WaylandLink::IsUnchanged(const PlacedOutput& output) const {
+  const std::vector<PlacedOutput> now = PlaceOutputs(screen_.outputs());
+  return std::find(now.begin(), now.end(), output) != now.end();
 }
 
-// Frames that were captured together are taken one by one.
-OutputShare WaylandLink::TakeShare(const PlacedOutput& output, const PixelRect& part,
-                                   std::string& problem) {
-  const auto isAsked = [&](const OutputShare& each) {
-    return each.output == output && each.part == part;
-  };
-  auto found = std::find_if(expected_.begin(), expected_.end(), isAsked);
-  if (found == expected_.end()) {
-    expected_.assign(1, {output, part});
-    found = expected_.begin();
-  }
-  if (!found->frame) source_->Capture(expected_, problem);
-  OutputShare taken = std::move(*found);
-  expected_.erase(found);
-  return taken;
-}
-
-Frame WaylandLink::Capture(uint32_t displayId, const PixelRect& part, bool& isGone,
-                           std::string& problem) {
-  const PlacedOutput* const found = Find(displayId);
-  if (found != nullptr && source_) {
-    const PlacedOutput output = *found;
-    const OutputShare share = TakeShare(output, part, problem);
-    if (share.frame) {
-      problem.clear();
-      return share.frame;
+// A frame may be of an output that turned, or went, after it was listed. The compositor says so
+// before it sends the frame, or before it answers.
+Frame WaylandLink::Capture(const Display& display, const PixelRect& region) {
+  const PlacedOutput* const output = Find(display.id);
+  if (output != nullptr && backend_) {
+    try {
+      const Frame frame = backend_->Capture(*output, region, connection_->deadline());
+      if (IsUnchanged(*output)) return frame;
+    } catch (const Error&) {
+      if (Clock::now() >= connection_->deadline()) throw;
+      screen_.Update();
+      if (IsUnchanged(*output)) throw;
     }
-    // An output that goes takes with it what is under way.
-    if (!List()) return {};
-    const PlacedOutput* const now = Find(displayId);
-    if (now != nullptr && *now == output) return {};
   }
-  isGone = true;
-  problem = "the display is gone or has changed";
-  return {};
+  throw Error(Reason::kDisplayChanged, "the display is gone or has changed");
 }
 
 // Empty when a name has no folder to be in.
@@ -128,34 +85,22 @@ std::string PathOf(const std::string& socket) {
   return folder == nullptr || folder[0] != '/' ? "" : std::string(folder) + "/" + socket;
 }
 
-std::unique_ptr<Link> Connect(const std::string& socket, bool byPortal, Deadline greetBy,
-                              std::string& problem, bool& timedOut) {
+std::unique_ptr<Link> Connect(const std::string& socket, bool byPortal, Deadline deadline) {
   const std::string path = PathOf(socket);
   if (path.empty()) {
-    problem = "XDG_RUNTIME_DIR, where the compositor's socket is, is not set";
-    return nullptr;
+    throw Error(Reason::kUnreachable,
+                "XDG_RUNTIME_DIR, where the compositor's socket is, is not set");
   }
-  auto connection = Connection::Open(path, greetBy, problem, timedOut);
-  if (!connection) return nullptr;
-  auto link = std::make_unique<WaylandLink>(std::move(connection), byPortal);
-  if (link->Greet()) {
-    link->BeginWaiting();
-    return link;
-  }
-  timedOut = link->TimedOut();
-  problem = "the Wayland compositor at " + path +
-            (timedOut ? " does not answer" : " closed the connection");
-  return nullptr;
+  return std::make_unique<WaylandLink>(
+      Connection::Open(path, "the Wayland compositor at " + path, deadline), byPortal);
 }
 
 }  // namespace
 
 std::unique_ptr<Desktop> OpenWaylandDesktop(const std::string& socket, bool byPortal) {
   return std::make_unique<ReconnectingDesktop>(
-      (byPortal ? "the portal of Wayland " : "Wayland ") + socket, "Wayland compositor " + socket,
-      [socket, byPortal](Deadline greetBy, std::string& problem, bool& timedOut) {
-        return Connect(socket, byPortal, greetBy, problem, timedOut);
-      });
+      (byPortal ? "the portal of Wayland " : "Wayland ") + socket,
+      [socket, byPortal](Deadline deadline) { return Connect(socket, byPortal, deadline); });
 }
 
 }  // namespace qrv::desktop

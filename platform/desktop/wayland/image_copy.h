@@ -4,13 +4,12 @@
 
 #include <memory>
 
-#include "platform/desktop/wayland/pixels.h"
+#include "platform/desktop/wayland/backend.h"
 
 namespace qrv::desktop::wayland {
 
-// Null, and one line in `problem`, when the compositor has not got it.
-std::unique_ptr<PixelSource> OpenImageCopy(Connection& connection, const Screen& screen,
-                                           std::string& problem);
+// Throws Error when the compositor does not offer it.
+std::unique_ptr<Backend> OpenImageCopy(Connection& connection, const Screen& screen);
 
 }  // namespace qrv::desktop::wayland
 

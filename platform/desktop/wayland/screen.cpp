@@ -140,16 +140,16 @@ std::vector<PlacedOutput> PlaceOutputs(const std::vector<std::unique_ptr<Output>
   return all;
 }
 
-bool Screen::Update() {
+void Screen::Update() {
   if (registry_ == 0) {
     registry_ = connection_.NewObject(
         [this](uint32_t event, Arguments& arguments) { HandleRegistryEvent(event, arguments); });
     connection_.Send(1, kDisplayGetRegistry, {registry_});
-    if (!connection_.AwaitRoundTrip()) return false;
+    connection_.AwaitRoundTrip();
   }
-  // What has changed since comes before the answer; and what new outputs tell, with the next.
-  if (!connection_.AwaitRoundTrip()) return false;
-  return !AskForLogicalPlaces() || connection_.AwaitRoundTrip();
+  // What has changed since comes before the answer; and what new outputs say, with the next.
+  connection_.AwaitRoundTrip();
+  if (AskForLogicalPlaces()) connection_.AwaitRoundTrip();
 }
 
 void Screen::HandleRegistryEvent(uint32_t event, Arguments& arguments) {

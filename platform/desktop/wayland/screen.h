@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
-#include "platform/desktop/desktop.h"
-#include "platform/desktop/orientation.h"
+#include "platform/desktop/display.h"
 #include "platform/desktop/wayland/connection.h"
+#include "platform/desktop/wayland/placed_output.h"
 
 namespace qrv::desktop::wayland {
 
@@ -31,16 +31,6 @@ struct Output {
   PixelRect logical;  // as xdg-output tells; empty without it
 };
 
-struct PlacedOutput {
-  Display display;
-  uint32_t object = 0;
-  Orientation orientation = Orientation::kUpright;  // of its pixels before they are turned
-  PixelRect logical;                                // in the compositor's space
-  PixelRect desktop;                                // the space that all outputs take together
-
-  bool operator==(const PlacedOutput&) const = default;
-};
-
 // The displays of outputs, main display first: the one at the compositor's origin, or the first
 // one. Outputs that are off, or of sizes that can't be, are none.
 std::vector<PlacedOutput> PlaceOutputs(const std::vector<std::unique_ptr<Output>>& outputs);
@@ -58,8 +48,8 @@ class Screen {
  public:
   explicit Screen(Connection& connection) : connection_(connection) {}
 
-  // Asks for the outputs. False when the connection is lost.
-  bool Update();
+  // Asks for the outputs.
+  void Update();
 
   const std::vector<std::unique_ptr<Output>>& outputs() const { return outputs_; }
   const BoundGlobal& global(Global which) const { return globals_[static_cast<size_t>(which)]; }

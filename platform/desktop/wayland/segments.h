@@ -1,4 +1,4 @@
-// Shared memory that this process makes and a Wayland compositor writes captured pixels into.
+// Shared memory that a Wayland compositor writes captured pixels into.
 #ifndef PLATFORM_DESKTOP_WAYLAND_SEGMENTS_H_
 #define PLATFORM_DESKTOP_WAYLAND_SEGMENTS_H_
 
@@ -13,8 +13,8 @@ class WaylandSegments : public SegmentPool {
   WaylandSegments(Connection& connection, uint32_t shm) : connection_(connection), shm_(shm) {}
 
  private:
-  std::shared_ptr<Segment> Create(size_t size, const char*& refusal) override;
-  void TellToForget(const Segment& segment) override;
+  uint32_t Attach(int file, size_t size) override;
+  void Detach(uint32_t id) override;
 
   Connection& connection_;
   uint32_t shm_;

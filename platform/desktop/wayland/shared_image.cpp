@@ -4,7 +4,7 @@
 #include <iterator>
 
 #include "platform/desktop/color_converter.h"
-#include "platform/desktop/frame.h"
+#include "platform/desktop/error.h"
 #include "platform/desktop/pixel_format.h"
 #include "platform/desktop/wayland/protocol.h"
 
@@ -76,27 +76,19 @@ uint32_t BytesPerPixel(uint32_t format) {
   return static_cast<uint32_t>(FindFormat(format)->bytesPerPixel);
 }
 
-SharedImage::SharedImage(Connection& connection, SegmentPool& pool, const ImageLayout& layout,
-                         std::string& problem)
+SharedImage::SharedImage(Connection& connection, SegmentPool& pool, const ImageLayout& layout)
     : connection_(connection), layout_(layout) {
   if (!IsPossible(layout)) {
-    problem = "the compositor sends pixels in a format that is not known here";
-    return;
+    throw Error(Reason::kUnsupported,
+                "the compositor sends pixels in a format that is not known here");
   }
-  const char* refusal = "";
-  segment_ = pool.Acquire(uint64_t{layout.stride} * layout.height, refusal);
-  if (!segment_) {
-    problem = refusal;
-    return;
-  }
+  segment_ = pool.Acquire(uint64_t{layout.stride} * layout.height);
   buffer_ = connection.NewObject();
-  connection.Send(segment_->id(), kPoolCreateBuffer,
+  connection.Send(segment_->id, kPoolCreateBuffer,
                   {buffer_, 0, layout.width, layout.height, layout.stride, layout.format});
 }
 
-SharedImage::~SharedImage() {
-  if (buffer_ != 0) connection_.Destroy(buffer_, kBufferDestroy);
-}
+SharedImage::~SharedImage() { connection_.Destroy(buffer_, kBufferDestroy); }
 
 Frame SharedImage::ToFrame(Orientation orientation, bool isInverted) const {
   const auto width = static_cast<int32_t>(layout_.width);
@@ -105,7 +97,6 @@ Frame SharedImage::ToFrame(Orientation orientation, bool isInverted) const {
   Frame frame = {segment_, segment_->memory(), width, height, layout_.stride};
   if (!IsFrameFormat(format)) {
     frame = NewFrame(width, height);
-    if (!frame) return {};
     const ColorConverter converter(format);
     for (int32_t y = 0; y < height; ++y) {
       converter.ConvertRow(segment_->memory() + static_cast<size_t>(y) * layout_.stride,

@@ -4,9 +4,8 @@
 
 #include <cstdint>
 #include <memory>
-#include <string>
 
-#include "platform/desktop/desktop.h"
+#include "platform/desktop/frame.h"
 #include "platform/desktop/orientation.h"
 #include "platform/desktop/segments.h"
 #include "platform/desktop/wayland/connection.h"
@@ -29,25 +28,24 @@ uint32_t BytesPerPixel(uint32_t format);
 // A buffer of the compositor's over a segment of its own.
 class SharedImage {
  public:
-  // Without a buffer, and with one line in `problem`, when the layout can't be or there is no
-  // memory. The pool and the connection outlive it. Throws std::bad_alloc.
-  SharedImage(Connection& connection, SegmentPool& pool, const ImageLayout& layout,
-              std::string& problem);
+  // The pool and the connection outlive it. Throws Error when the layout is impossible or there is
+  // no memory.
+  SharedImage(Connection& connection, SegmentPool& pool, const ImageLayout& layout);
   SharedImage(const SharedImage&) = delete;
   SharedImage& operator=(const SharedImage&) = delete;
   ~SharedImage();
 
-  uint32_t buffer() const { return buffer_; }  // 0 without
+  uint32_t buffer() const { return buffer_; }
 
-  // What the compositor has written, upright. It lies in the segment itself where it can. Empty
-  // when there is no memory.
+  // What the compositor has written, upright. It lies in the segment itself where it can. Throws
+  // std::bad_alloc.
   Frame ToFrame(Orientation orientation, bool isInverted) const;
 
  private:
   Connection& connection_;
   ImageLayout layout_;
   std::shared_ptr<Segment> segment_;
-  uint32_t buffer_ = 0;
+  uint32_t buffer_;
 };
 
 }  // namespace qrv::desktop::wayland

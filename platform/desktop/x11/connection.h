@@ -1,88 +1,103 @@
-// A connection to an X server: opened, asked, and given up in bounded time.
+// A connection to an X server: requests, and the replies to them.
+//
+// The protocol's encoding is written out here. The usual client library waits without limit, trusts
+// the counts in replies, writes to standard error and closes descriptors by number; a guest in
+// another program's process may do none of that.
 #ifndef PLATFORM_DESKTOP_X11_CONNECTION_H_
 #define PLATFORM_DESKTOP_X11_CONNECTION_H_
 
-#include <xcb/xcb.h>
-
-#include <cstdlib>
-#include <memory>
+#include <cstdint>
+#include <initializer_list>
+#include <optional>
+#include <span>
 #include <string>
+#include <vector>
 
+#include "platform/desktop/error.h"
 #include "platform/desktop/waiting.h"
-#include "platform/desktop/x11/reach.h"
+#include "platform/desktop/x11/address.h"
+#include "platform/desktop/x11/reply.h"
 #include "platform/desktop/x11/screen_format.h"
 
-namespace qrv::desktop {
-
-struct FreeReply {
-  void operator()(void* reply) const { std::free(reply); }
-};
-template <typename T>
-using Reply = std::unique_ptr<T, FreeReply>;
+namespace qrv::desktop::x11 {
 
 class Connection {
  public:
-  // Connects to the server of that name, which has until `greetBy` to greet and kPatience for all
-  // of it. Null, and one line in `problem`, when it can't be done; `timedOut` says whether that was
-  // for want of an answer. Throws std::bad_alloc and std::system_error (no thread to be had).
-  static std::unique_ptr<Connection> Open(const std::string& displayName, Deadline greetBy,
-                                          std::string& problem, bool& timedOut);
-  Connection(const Connection&) = delete;
-  Connection& operator=(const Connection&) = delete;
-  ~Connection();
+  // A request's number, by which its reply is known.
+  using Sequence = uint16_t;
 
-  xcb_connection_t* get() const { return xcb_; }
-  const xcb_screen_t& screen() const { return *screen_; }
-  const ScreenFormat& format() const { return format_; }
-  bool hasMonitors() const { return hasMonitors_; }  // RandR 1.5
-  bool hasSegments() const { return hasSegments_; }  // MIT-SHM 1.2, on this machine
+  // Connects to the server with that display name; a call with that deadline has begun then. Throws
+  // Error, like all that sends or awaits: with Reason::kTimeout or kUnreachable when the connection
+  // is of no use any more.
+  Connection(const std::string& displayName, Deadline deadline);
 
-  // Drops what the server sent unasked and gives it kPatience from now, if the descriptors still
-  // are the connection's. Called at the start of a call, and again whenever a part of a long call
-  // is done.
-  void BeginWaiting();
+  const ScreenFormat& screen() const { return screen_; }
+  // What the requests of an extension begin with; 0 when the server lacks what is used of it.
+  uint8_t randr() const { return randr_; }  // version 1.5
+  uint8_t shm() const { return shm_; }      // MIT-SHM 1.2, on this machine
 
-  // The connection is of no use any more: closed, by whomever, or `timedOut`.
-  bool isLost() const { return isForeign_ || timedOut_ || xcb_connection_has_error(xcb_) != 0; }
-  bool timedOut() const { return timedOut_; }
+  // Gives the server until then for all that is awaited from now on, and drops what it sent
+  // unasked.
+  void BeginCall(Deadline deadline);
 
-  // In a process that has inherited the connection: lets go of it, and leaves it as it is to the
-  // process that opened it.
-  void LeaveOpen();
+  // An identifier for something that a request makes.
+  uint32_t NewId();
 
-  // Wait for a reply; null when the request failed or the connection is lost. Every request that
-  // has a reply must be awaited or given up, else the reply is kept for ever.
-  // Short replies are those of 32 bytes: they arrive whole, so waiting for them needs no watchdog.
-  template <typename T>
-  Reply<T> AwaitShort(unsigned sequence) {
-    return Reply<T>(static_cast<T*>(AwaitShortReply(sequence)));
-  }
-  template <typename T>
-  Reply<T> AwaitLong(unsigned sequence) {
-    return Reply<T>(static_cast<T*>(AwaitLongReply(sequence)));
-  }
+  // Sends a request of these words, followed by those bytes, at the latest when something is
+  // awaited; with a descriptor, which stays the caller's, at once. `data` is the second byte: an
+  // extension's request, or what a request of the core puts there.
+  Sequence Send(uint8_t opcode, uint8_t data, std::initializer_list<uint32_t> words,
+                std::span<const std::byte> bytes = {}, int fd = -1);
+
+  // The reply to a request; none when the server answers with an error. Replies to earlier requests
+  // are dropped.
+  std::optional<Reply> Await(Sequence request);
+  // Throws with Reason::kRefused and that message when the server answers with an error.
+  Reply Await(Sequence request, const char* refusal);
+  // Whether the latest request, one without a reply, was carried out.
+  bool IsCarriedOut();
 
  private:
-  Connection() = default;
+  struct Message {
+    bool isError() const { return type == 0; }
+    bool isReply() const { return type == 1; }
 
-  bool SetUp(UniqueFd socket, const std::string& answer, int screenNumber, Deadline deadline,
-             std::string& problem);
-  bool FindScreen(int number);
-  bool FindExtensions();
-  void* AwaitShortReply(unsigned sequence);
-  void* AwaitLongReply(unsigned sequence);
+    uint8_t type;  // the others are events
+    Sequence sequence;
+    Reply bytes;
+  };
 
-  xcb_connection_t* xcb_ = nullptr;
-  KeptFd socket_;  // the same as xcb's, under a number of its own, for the watchdog
-  const xcb_screen_t* screen_ = nullptr;
-  ScreenFormat format_;
-  bool hasMonitors_ = false;
-  bool hasSegments_ = false;
+  void ShakeHands(const Address& address);
+  void FindExtensions();
+  Sequence QueryExtension(std::string_view name);
+  uint8_t AwaitOpcode(Sequence query);
+
+  Error Lost(Reason reason, const char* what) const { return {reason, server_ + what}; }
+  void Append(std::span<const std::byte> bytes);
+  void Flush(int fd = -1);
+  void ReceiveBytes(std::span<uint8_t> bytes);
+  Reply ReceiveRest(std::span<const uint8_t> head, size_t bytes);
+  Message ReceiveMessage();
+  Message ReceiveAnswer();
+
+  std::string server_;  // "X server :0"
+  KeptFd socket_;
   Deadline deadline_;
-  bool timedOut_ = false;
-  bool isForeign_ = false;  // another file has a descriptor's number
+  ScreenFormat screen_;
+  uint8_t randr_ = 0;
+  uint8_t shm_ = 0;
+  uint32_t idBase_ = 0;
+  uint32_t idMask_ = 0;
+  uint32_t lastId_ = 0;
+  Sequence sequence_ = 0;  // the latest request's
+  std::vector<uint32_t> toSend_;
 };
 
-}  // namespace qrv::desktop
+// Two 16-bit fields of a request.
+inline uint32_t Pair(int32_t first, int32_t second) {
+  return (static_cast<uint32_t>(first) & 0xFFFF) | static_cast<uint32_t>(second) << 16;
+}
+
+}  // namespace qrv::desktop::x11
 
 #endif  // PLATFORM_DESKTOP_X11_CONNECTION_H_

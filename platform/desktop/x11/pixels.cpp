@@ -3,164 +3,107 @@
 #include <xcb/shm.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <cstring>
+#include <span>
+#include <vector>
 
-#include "platform/desktop/frame.h"
-
-namespace qrv::desktop {
+namespace qrv::desktop::x11 {
 namespace {
 
 constexpr uint32_t kAllPlanes = ~0U;
-// Bounds what one reply holds, and the rate at which a server must at least deliver.
+constexpr char kRefusal[] = "the X server refuses to give the pixels";
+// What one reply holds, other than of a row that is longer.
 constexpr size_t kStripBytes = size_t{512} << 10;
 
 }  // namespace
 
 PixelFetcher::PixelFetcher(Connection& connection)
     : connection_(connection),
-      isFrameFormat_(IsFrameFormat(connection.format().pixels)),
-      converter_(connection.format().pixels),
+      isFrameFormat_(IsFrameFormat(format())),
+      converter_(format()),
       segments_(connection) {}
 
-Frame PixelFetcher::Fetch(const PixelRect& part) {
-  problem_ = "the X server refuses to give the pixels";
-  note_[0] = '\0';
-  const auto found = FindBegun(part);
-  if (found != begun_.end()) {
-    const Begun begun = *found;
-    begun_.erase(found);
-    return FetchShared(begun, 0);
+Frame PixelFetcher::Fetch(const PixelRect& region) {
+  note_.clear();
+  if (connection_.shm() != 0) {
+    if (const auto segment = AcquireSegment(region)) return FetchShared(region, segment);
   }
-  if (connection_.hasSegments()) {
-    if (const auto segment = AcquireSegment(part)) {
-      const unsigned colors = RequestColors();
-      return FetchShared({part, segment, RequestShared(part, *segment)}, colors);
-    }
+  return FetchInStrips(region);
+}
+
+std::shared_ptr<Segment> PixelFetcher::AcquireSegment(const PixelRect& region) {
+  try {
+    return segments_.Acquire(uint64_t{RowBytes(region)} * static_cast<uint32_t>(region.height));
+  } catch (const Error& error) {
+    if (error.reason() == Reason::kUnreachable || error.reason() == Reason::kTimeout) throw;
+    note_ = error.what();
+    note_ += ", so the pixels come over the connection, which is slower";
+    return nullptr;
   }
-  return connection_.isLost() ? Frame{} : FetchInStrips(part);
 }
 
-bool PixelFetcher::Begin(const PixelRect& part) {
-  if (!connection_.hasSegments() || !isFrameFormat_) return false;
-  GiveUp(FindBegun(part));
-  const auto segment = AcquireSegment(part);
-  if (!segment) return false;
-  begun_.push_back({part, segment, RequestShared(part, *segment)});
-  xcb_flush(connection_.get());
-  return true;
-}
-
-void PixelFetcher::GiveUpBegun() {
-  while (!begun_.empty()) GiveUp(begun_.begin());
-}
-
-// The segment may be another capture's at once: the server does what it is asked in order.
-void PixelFetcher::GiveUp(std::vector<Begun>::iterator begun) {
-  if (begun == begun_.end()) return;
-  xcb_discard_reply(connection_.get(), begun->sequence);
-  begun_.erase(begun);
-}
-
-std::vector<PixelFetcher::Begun>::iterator PixelFetcher::FindBegun(const PixelRect& part) {
-  return std::find_if(begun_.begin(), begun_.end(),
-                      [&](const Begun& each) { return each.part == part; });
-}
-
-std::shared_ptr<Segment> PixelFetcher::AcquireSegment(const PixelRect& part) {
-  const uint64_t bytes = uint64_t{ImageRowBytes(connection_.format().pixels, part.width)} *
-                         static_cast<uint32_t>(part.height);
-  const char* refusal = "";
-  auto segment = segments_.Acquire(bytes, refusal);
-  if (!segment) {
-    std::snprintf(note_, sizeof note_,
-                  "%s, so the pixels come over the connection, which is slower", refusal);
-  }
-  return segment;
-}
-
-unsigned PixelFetcher::RequestShared(const PixelRect& part, const Segment& segment) {
-  return xcb_shm_get_image(connection_.get(), connection_.screen().root,
-                           static_cast<int16_t>(part.x), static_cast<int16_t>(part.y),
-                           static_cast<uint16_t>(part.width), static_cast<uint16_t>(part.height),
-                           kAllPlanes, XCB_IMAGE_FORMAT_Z_PIXMAP, segment.id(), 0)
-      .sequence;
-}
-
-Frame PixelFetcher::FetchShared(const Begun& begun, unsigned colors) {
-  const bool hasColors = TakeColors(colors);
-  const auto image = connection_.AwaitShort<xcb_shm_get_image_reply_t>(begun.sequence);
-  if (!image || !hasColors) return {};
-  const PixelRect& part = begun.part;
+Frame PixelFetcher::FetchShared(const PixelRect& region, const std::shared_ptr<Segment>& segment) {
+  const Connection::Sequence colors = RequestColors();
+  const Connection::Sequence image = connection_.Send(
+      connection_.shm(), XCB_SHM_GET_IMAGE,
+      {connection_.screen().root, Pair(region.x, region.y), Pair(region.width, region.height),
+       kAllPlanes, XCB_IMAGE_FORMAT_Z_PIXMAP, segment->id, /* offset */ 0});
+  TakeColors(colors);
+  connection_.Await(image, kRefusal);
   if (isFrameFormat_) {
-    return {begun.segment, begun.segment->memory(), part.width, part.height,
-            ImageRowBytes(connection_.format().pixels, part.width)};
+    return {segment, segment->memory(), region.width, region.height, RowBytes(region)};
   }
-  Frame frame = MakeFrame(part);
-  if (frame) CopyRows(begun.segment->memory(), part.height, frame, 0);
+  Frame frame = NewFrame(region.width, region.height);
+  CopyRows(segment->memory(), region.height, frame, 0);
   return frame;
 }
 
-Frame PixelFetcher::MakeFrame(const PixelRect& part) {
-  Frame frame = NewFrame(part.width, part.height);
-  if (!frame) problem_ = kNoMemory;
-  return frame;
-}
-
-Frame PixelFetcher::FetchInStrips(const PixelRect& part) {
-  Frame frame = MakeFrame(part);
-  if (!frame || !TakeColors(RequestColors())) return {};
-  const size_t rowsPerStrip =
-      std::max<size_t>(kStripBytes / ImageRowBytes(connection_.format().pixels, part.width), 1);
-  for (int32_t done = 0; done < part.height;) {
-    PixelRect strip = part;
-    strip.y += done;
-    strip.height =
-        static_cast<int32_t>(std::min(rowsPerStrip, static_cast<size_t>(part.height - done)));
-    if (!FetchStrip(strip, frame, done)) return {};
-    connection_.BeginWaiting();
-    done += strip.height;
+Frame PixelFetcher::FetchInStrips(const PixelRect& region) {
+  Frame frame = NewFrame(region.width, region.height);
+  TakeColors(RequestColors());
+  const auto rows = static_cast<int32_t>(std::max<size_t>(kStripBytes / RowBytes(region), 1));
+  for (int32_t done = 0; done < region.height; done += rows) {
+    const PixelRect strip = {region.x, region.y + done, region.width,
+                             std::min(rows, region.height - done)};
+    FetchStrip(strip, frame, done);
   }
   return frame;
 }
 
-bool PixelFetcher::FetchStrip(const PixelRect& strip, const Frame& frame, int32_t firstRow) {
-  const auto cookie = xcb_get_image(
-      connection_.get(), XCB_IMAGE_FORMAT_Z_PIXMAP, connection_.screen().root,
-      static_cast<int16_t>(strip.x), static_cast<int16_t>(strip.y),
-      static_cast<uint16_t>(strip.width), static_cast<uint16_t>(strip.height), kAllPlanes);
-  const auto image = connection_.AwaitLong<xcb_get_image_reply_t>(cookie.sequence);
-  const size_t bytes =
-      ImageRowBytes(connection_.format().pixels, strip.width) * static_cast<size_t>(strip.height);
-  if (!image || size_t{image->length} * 4 < bytes) return false;
-  CopyRows(xcb_get_image_data(image.get()), strip.height, frame, firstRow);
-  return true;
+void PixelFetcher::FetchStrip(const PixelRect& strip, const Frame& frame, int32_t firstRow) {
+  const Connection::Sequence request =
+      connection_.Send(XCB_GET_IMAGE, XCB_IMAGE_FORMAT_Z_PIXMAP,
+                       {connection_.screen().root, Pair(strip.x, strip.y),
+                        Pair(strip.width, strip.height), kAllPlanes});
+  Reply image = connection_.Await(request, kRefusal);
+  image.Take<xcb_get_image_reply_t>();
+  const size_t bytes = RowBytes(strip) * static_cast<size_t>(strip.height);
+  CopyRows(image.TakeBytes(bytes).data(), strip.height, frame, firstRow);
 }
 
-// The colour map is asked for at every capture, for it may change at any time. 0 when the format
+// The colour map is requested at every capture, for it may change at any time. 0 when the format
 // has none.
-unsigned PixelFetcher::RequestColors() {
+Connection::Sequence PixelFetcher::RequestColors() {
   const std::vector<uint32_t>& pixels = converter_.MapPixels();
   if (pixels.empty()) return 0;
-  return xcb_query_colors(connection_.get(), connection_.format().colormap,
-                          static_cast<uint32_t>(pixels.size()), pixels.data())
-      .sequence;
+  return connection_.Send(XCB_QUERY_COLORS, 0, {connection_.screen().colormap},
+                          std::as_bytes(std::span(pixels)));
 }
 
-bool PixelFetcher::TakeColors(unsigned sequence) {
-  if (sequence == 0) return true;
-  const auto reply = connection_.AwaitLong<xcb_query_colors_reply_t>(sequence);
-  if (!reply) return false;
-  const xcb_rgb_t* const colors = xcb_query_colors_colors(reply.get());
-  for (size_t i = 0; i < reply->colors_len; ++i) {
-    converter_.SetColor(i, colors[i].red, colors[i].green, colors[i].blue);
+void PixelFetcher::TakeColors(Connection::Sequence request) {
+  const size_t count = converter_.MapPixels().size();
+  if (count == 0) return;
+  Reply colors = connection_.Await(request, kRefusal);
+  colors.Take<xcb_query_colors_reply_t>();
+  for (size_t i = 0; i < count; ++i) {
+    const auto color = colors.Take<xcb_rgb_t>();
+    converter_.SetColor(i, color.red, color.green, color.blue);
   }
-  return true;
 }
 
 void PixelFetcher::CopyRows(const uint8_t* from, int32_t rows, const Frame& frame,
                             int32_t firstRow) const {
-  const size_t fromRowBytes = ImageRowBytes(connection_.format().pixels, frame.width);
+  const size_t fromRowBytes = ImageRowBytes(format(), frame.width);
   for (int32_t y = 0; y < rows; ++y, from += fromRowBytes) {
     uint32_t* const to = FrameRow(frame, firstRow + y);
     if (isFrameFormat_) {
@@ -171,4 +114,4 @@ void PixelFetcher::CopyRows(const uint8_t* from, int32_t rows, const Frame& fram
   }
 }
 
-}  // namespace qrv::desktop
+}  // namespace qrv::desktop::x11

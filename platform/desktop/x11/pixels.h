@@ -1,68 +1,49 @@
-// The pixels of a root window: fetched through shared memory, or in pieces over the connection.
+// The pixels of a root window: fetched through shared memory, or in strips over the connection.
 #ifndef PLATFORM_DESKTOP_X11_PIXELS_H_
 #define PLATFORM_DESKTOP_X11_PIXELS_H_
 
 #include <memory>
-#include <vector>
+#include <string>
 
 #include "platform/desktop/color_converter.h"
-#include "platform/desktop/desktop.h"
+#include "platform/desktop/frame.h"
 #include "platform/desktop/x11/connection.h"
 #include "platform/desktop/x11/segments.h"
 
-namespace qrv::desktop {
+namespace qrv::desktop::x11 {
 
 class PixelFetcher {
  public:
   explicit PixelFetcher(Connection& connection);
 
-  // A part of the root window, in its pixels. Empty when the part is not wholly inside, the
-  // connection is lost, or there is no memory. Where the server's pixels are as a frame's, the
-  // frame points into the shared memory.
-  Frame Fetch(const PixelRect& part);
+  // A region of the root window, in its pixels. Throws Error, with Reason::kRefused when the region
+  // is not wholly inside. Where the server's pixels are as a frame's, the frame points into the
+  // shared memory.
+  Frame Fetch(const PixelRect& region);
 
-  // Has the server copy a part as it is now, which is fetched later. False when it can't be done.
-  bool Begin(const PixelRect& part);
-
-  // Nothing that was begun is fetched any more.
-  void GiveUpBegun();
-
-  // Why the last fetch gave no frame of a connection that is not lost.
-  const char* problem() const { return problem_; }
   // Why the last fetch did without shared memory that the server offers; empty when it didn't.
-  const char* note() const { return note_; }
+  const char* note() const { return note_.c_str(); }
 
  private:
-  // A part that the server copies into a segment, or has copied.
-  struct Begun {
-    PixelRect part;
-    std::shared_ptr<Segment> segment;
-    unsigned sequence;
-  };
+  const PixelFormat& format() const { return connection_.screen().pixels; }
+  size_t RowBytes(const PixelRect& region) const { return ImageRowBytes(format(), region.width); }
 
-  // Null, with a note, when there is no segment for it.
-  std::shared_ptr<Segment> AcquireSegment(const PixelRect& part);
-  unsigned RequestShared(const PixelRect& part, const Segment& segment);
-  // `colors` is 0 when none were requested.
-  Frame FetchShared(const Begun& begun, unsigned colors);
-  std::vector<Begun>::iterator FindBegun(const PixelRect& part);
-  void GiveUp(std::vector<Begun>::iterator begun);
-  Frame FetchInStrips(const PixelRect& part);
-  Frame MakeFrame(const PixelRect& part);
-  bool FetchStrip(const PixelRect& strip, const Frame& frame, int32_t firstRow);
-  unsigned RequestColors();
-  bool TakeColors(unsigned sequence);
+  // None, with a note, when there is no shared memory for it.
+  std::shared_ptr<Segment> AcquireSegment(const PixelRect& region);
+  Frame FetchShared(const PixelRect& region, const std::shared_ptr<Segment>& segment);
+  Frame FetchInStrips(const PixelRect& region);
+  void FetchStrip(const PixelRect& strip, const Frame& frame, int32_t firstRow);
+  Connection::Sequence RequestColors();
+  void TakeColors(Connection::Sequence request);
   void CopyRows(const uint8_t* from, int32_t rows, const Frame& frame, int32_t firstRow) const;
 
   Connection& connection_;
   bool isFrameFormat_;
   ColorConverter converter_;
   X11Segments segments_;
-  std::vector<Begun> begun_;
-  const char* problem_ = "";
-  char note_[160] = "";
+  std::string note_;
 };
 
-}  // namespace qrv::desktop
+}  // namespace qrv::desktop::x11
 
 #endif  // PLATFORM_DESKTOP_X11_PIXELS_H_

@@ -5,8 +5,12 @@
 #include <algorithm>
 #include <cstdio>
 #include <iterator>
+#include <optional>
+#include <string>
 
-namespace qrv::desktop {
+#include "platform/desktop/one_line.h"
+
+namespace qrv::desktop::x11 {
 namespace {
 
 PixelRect CutToRoot(const PixelRect& area, int32_t rootWidth, int32_t rootHeight) {
@@ -18,46 +22,45 @@ PixelRect CutToRoot(const PixelRect& area, int32_t rootWidth, int32_t rootHeight
   return cut;
 }
 
-std::vector<Monitor> MonitorsOf(const xcb_randr_get_monitors_reply_t* reply) {
+std::vector<Monitor> TakeMonitors(Reply reply) {
   std::vector<Monitor> monitors;
-  for (auto each = xcb_randr_get_monitors_monitors_iterator(reply); each.rem > 0;
-       xcb_randr_monitor_info_next(&each)) {
-    const xcb_randr_monitor_info_t& info = *each.data;
+  for (uint32_t left = reply.Take<xcb_randr_get_monitors_reply_t>().nMonitors; left > 0; --left) {
+    const auto info = reply.Take<xcb_randr_monitor_info_t>();
+    reply.TakeBytes(size_t{info.nOutput} * sizeof(xcb_randr_output_t));
     monitors.push_back({info.name, info.primary != 0, {info.x, info.y, info.width, info.height}});
   }
   return monitors;
 }
 
-constexpr uint32_t kNoRequest = 0;
-
-// 0 when the name is known, or there is none.
-unsigned RequestName(Connection& connection, Display& display,
-                     const std::vector<PlacedDisplay>& known) {
+// Takes the name over from the displays known before, else requests it. None when there is no name.
+std::optional<Connection::Sequence> RequestName(Connection& connection, Display& display,
+                                                const std::vector<PlacedDisplay>& known) {
   const auto found = std::find_if(known.begin(), known.end(), [&](const PlacedDisplay& each) {
     return each.display.id == display.id;
   });
   if (found != known.end()) {
     std::copy(std::begin(found->display.name), std::end(found->display.name), display.name);
-    return kNoRequest;
+    return std::nullopt;
   }
-  if (display.id == kWholeRootId) return kNoRequest;
-  return xcb_get_atom_name(connection.get(), display.id).sequence;
+  if (display.id == kWholeRootId) return std::nullopt;
+  return connection.Send(XCB_GET_ATOM_NAME, 0, {display.id});
 }
 
 // A monitor without a name is a display all the same.
 void NameDisplays(Connection& connection, std::vector<PlacedDisplay>& displays,
                   const std::vector<PlacedDisplay>& known) {
-  std::vector<unsigned> requests;
+  std::vector<std::optional<Connection::Sequence>> requests;
   requests.reserve(displays.size());
   for (PlacedDisplay& each : displays) {
     requests.push_back(RequestName(connection, each.display, known));
   }
   for (size_t i = 0; i < displays.size(); ++i) {
-    if (requests[i] == kNoRequest) continue;
-    const auto reply = connection.AwaitLong<xcb_get_atom_name_reply_t>(requests[i]);
+    std::optional<Reply> reply;
+    if (requests[i]) reply = connection.Await(*requests[i]);
     if (!reply) continue;
-    std::snprintf(displays[i].display.name, sizeof displays[i].display.name, "%.*s",
-                  xcb_get_atom_name_name_length(reply.get()), xcb_get_atom_name_name(reply.get()));
+    const auto bytes = reply->TakeBytes(reply->Take<xcb_get_atom_name_reply_t>().name_len);
+    const std::string name = InOneLine({bytes.begin(), bytes.end()});
+    std::snprintf(displays[i].display.name, sizeof displays[i].display.name, "%s", name.c_str());
   }
 }
 
@@ -93,25 +96,23 @@ std::vector<PlacedDisplay> PlaceDisplays(const std::vector<Monitor>& monitors, i
 
 std::vector<PlacedDisplay> QueryDisplays(Connection& connection,
                                          const std::vector<PlacedDisplay>& known) {
-  xcb_connection_t* const xcb = connection.get();
-  const xcb_window_t root = connection.screen().root;
-  Reply<xcb_randr_get_monitors_reply_t> monitors;
-  Reply<xcb_get_geometry_reply_t> geometry;
-  if (connection.hasMonitors()) {
-    const auto monitorsCookie = xcb_randr_get_monitors(xcb, root, 1);
-    const auto geometryCookie = xcb_get_geometry(xcb, root);
-    monitors = connection.AwaitLong<xcb_randr_get_monitors_reply_t>(monitorsCookie.sequence);
-    geometry = connection.AwaitShort<xcb_get_geometry_reply_t>(geometryCookie.sequence);
-  } else {
-    geometry =
-        connection.AwaitShort<xcb_get_geometry_reply_t>(xcb_get_geometry(xcb, root).sequence);
+  const char* const refusal = "the X server does not list its displays";
+  const uint32_t root = connection.screen().root;
+  const uint8_t randr = connection.randr();
+  constexpr uint32_t kActive = 1;
+  Connection::Sequence monitorsRequest = 0;
+  if (randr != 0) {
+    monitorsRequest = connection.Send(randr, XCB_RANDR_GET_MONITORS, {root, kActive});
   }
-  if (!geometry || (connection.hasMonitors() && !monitors)) return {};
+  const Connection::Sequence rootRequest = connection.Send(XCB_GET_GEOMETRY, 0, {root});
+  std::vector<Monitor> monitors;
+  if (randr != 0) monitors = TakeMonitors(connection.Await(monitorsRequest, refusal));
+  const auto size = connection.Await(rootRequest, refusal).Take<xcb_get_geometry_reply_t>();
+  if (size.width == 0 || size.height == 0) throw BrokenProtocol();
   std::vector<PlacedDisplay> displays =
-      PlaceDisplays(monitors ? MonitorsOf(monitors.get()) : std::vector<Monitor>(), geometry->width,
-                    geometry->height, connection.format().pixels);
+      PlaceDisplays(monitors, size.width, size.height, connection.screen().pixels);
   NameDisplays(connection, displays, known);
-  return connection.isLost() ? std::vector<PlacedDisplay>() : displays;
+  return displays;
 }
 
-}  // namespace qrv::desktop
+}  // namespace qrv::desktop::x11

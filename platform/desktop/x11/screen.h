@@ -5,11 +5,11 @@
 #include <cstdint>
 #include <vector>
 
-#include "platform/desktop/desktop.h"
+#include "platform/desktop/display.h"
 #include "platform/desktop/pixel_format.h"
 #include "platform/desktop/x11/connection.h"
 
-namespace qrv::desktop {
+namespace qrv::desktop::x11 {
 
 // The identifier of a root window that is shown as one display. Monitors have the atoms of their
 // names, which are below 2^29, so theirs differ from it and stay the same while the server runs.
@@ -34,11 +34,10 @@ std::vector<PlacedDisplay> PlaceDisplays(const std::vector<Monitor>& monitors, i
                                          int32_t rootHeight, const PixelFormat& format);
 
 // Asks the server for its monitors and its root window's size, in one round trip, and in another
-// for the names of monitors that are not among the displays known before. Empty when the connection
-// is lost or the server does not tell.
+// for the names of monitors that are not among the displays known before. Throws Error.
 std::vector<PlacedDisplay> QueryDisplays(Connection& connection,
                                          const std::vector<PlacedDisplay>& known);
 
-}  // namespace qrv::desktop
+}  // namespace qrv::desktop::x11
 
 #endif  // PLATFORM_DESKTOP_X11_SCREEN_H_

@@ -2,30 +2,30 @@
 
 #include <algorithm>
 #include <bit>
+#include <optional>
+#include <string>
+#include <vector>
 
-namespace qrv::desktop {
+namespace qrv::desktop::x11 {
 namespace {
 
 constexpr uint32_t kMaxSample = 0xFFF;
 constexpr uint32_t kMaxMapIndex = 0xFF;
 
-const xcb_visualtype_t* FindVisual(const xcb_screen_t& screen) {
-  for (auto depth = xcb_screen_allowed_depths_iterator(&screen); depth.rem > 0;
-       xcb_depth_next(&depth)) {
-    for (auto visual = xcb_depth_visuals_iterator(depth.data); visual.rem > 0;
-         xcb_visualtype_next(&visual)) {
-      if (visual.data->visual_id == screen.root_visual) return visual.data;
+struct Screen {
+  xcb_screen_t record;
+  std::optional<xcb_visualtype_t> rootVisual;
+};
+
+Screen TakeScreen(Reply& rest) {
+  Screen screen = {rest.Take<xcb_screen_t>(), {}};
+  for (int depths = screen.record.allowed_depths_len; depths > 0; --depths) {
+    for (int visuals = rest.Take<xcb_depth_t>().visuals_len; visuals > 0; --visuals) {
+      const auto visual = rest.Take<xcb_visualtype_t>();
+      if (visual.visual_id == screen.record.root_visual) screen.rootVisual = visual;
     }
   }
-  return nullptr;
-}
-
-const xcb_format_t* FindImageFormat(const xcb_setup_t* setup, uint8_t depth) {
-  const xcb_format_t* const formats = xcb_setup_pixmap_formats(setup);
-  const xcb_format_t* const end = formats + xcb_setup_pixmap_formats_length(setup);
-  const xcb_format_t* const found =
-      std::find_if(formats, end, [depth](const xcb_format_t& each) { return each.depth == depth; });
-  return found == end ? nullptr : found;
+  return screen;
 }
 
 bool SetChannel(uint32_t mask, Channel& channel) {
@@ -50,22 +50,41 @@ bool SetChannels(const xcb_visualtype_t& visual, uint8_t depth, PixelFormat& for
   return true;
 }
 
-}  // namespace
-
-bool FindScreenFormat(const xcb_setup_t* setup, const xcb_screen_t& screen, ScreenFormat& format) {
-  const xcb_visualtype_t* const visual = FindVisual(screen);
-  const xcb_format_t* const image = FindImageFormat(setup, screen.root_depth);
-  if (visual == nullptr || image == nullptr || image->bits_per_pixel % 8 != 0 ||
-      image->bits_per_pixel < 8 || image->bits_per_pixel > 32) {
+bool SetPixels(const xcb_visualtype_t& visual, const xcb_format_t& image, PixelFormat& format) {
+  if (image.bits_per_pixel % 8 != 0 || image.bits_per_pixel < 8 || image.bits_per_pixel > 32) {
     return false;
   }
-  PixelFormat& pixels = format.pixels;
-  pixels.bytesPerPixel = image->bits_per_pixel / 8;
-  pixels.rowAlignment = std::max<size_t>(image->scanline_pad / 8, 1);
-  pixels.bigEndian = setup->image_byte_order == XCB_IMAGE_ORDER_MSB_FIRST;
-  if (visual->_class != XCB_VISUAL_CLASS_TRUE_COLOR) pixels.mapColors = visual->colormap_entries;
-  format.colormap = screen.default_colormap;
-  return SetChannels(*visual, screen.root_depth, pixels);
+  format.bytesPerPixel = image.bits_per_pixel / 8;
+  format.rowAlignment = std::max<size_t>(image.scanline_pad / 8, 1);
+  if (visual._class != XCB_VISUAL_CLASS_TRUE_COLOR) format.mapColors = visual.colormap_entries;
+  return SetChannels(visual, image.depth, format);
 }
 
-}  // namespace qrv::desktop
+}  // namespace
+
+// The vendor's name, the formats of images and the screens follow one another.
+ScreenFormat ReadScreenFormat(const xcb_setup_t& setup, Reply& rest, int number) {
+  rest.TakeBytes((size_t{setup.vendor_len} + 3) / 4 * 4);
+  std::vector<xcb_format_t> images(setup.pixmap_formats_len);
+  for (xcb_format_t& each : images) each = rest.Take<xcb_format_t>();
+  if (number >= setup.roots_len) {
+    throw Error(Reason::kUnsupported, "the X server has no screen " + std::to_string(number));
+  }
+  for (; number > 0; --number) TakeScreen(rest);
+  const Screen screen = TakeScreen(rest);
+
+  ScreenFormat format;
+  format.root = screen.record.root;
+  format.colormap = screen.record.default_colormap;
+  format.pixels.bigEndian = setup.image_byte_order == XCB_IMAGE_ORDER_MSB_FIRST;
+  const auto image = std::find_if(images.begin(), images.end(), [&](const xcb_format_t& each) {
+    return each.depth == screen.record.root_depth;
+  });
+  if (image == images.end() || !screen.rootVisual ||
+      !SetPixels(*screen.rootVisual, *image, format.pixels)) {
+    throw Error(Reason::kUnsupported, "the X server's pixel format is not supported");
+  }
+  return format;
+}
+
+}  // namespace qrv::desktop::x11

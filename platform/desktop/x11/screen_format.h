@@ -1,22 +1,25 @@
-// How an X server stores the pixels of its root window.
+// How an X server stores the pixels of a screen.
 #ifndef PLATFORM_DESKTOP_X11_SCREEN_FORMAT_H_
 #define PLATFORM_DESKTOP_X11_SCREEN_FORMAT_H_
 
-#include <xcb/xcb.h>
+#include <xcb/xproto.h>
 
 #include "platform/desktop/pixel_format.h"
+#include "platform/desktop/x11/reply.h"
 
-namespace qrv::desktop {
+namespace qrv::desktop::x11 {
 
 struct ScreenFormat {
+  uint32_t root = 0;  // window
   PixelFormat pixels;
-  xcb_colormap_t colormap = 0;  // of a mapped format
+  uint32_t colormap = 0;  // of a mapped format
 };
 
-// The format of a screen's root window. False for formats that are not supported: less than 8 bits
-// a pixel, samples of more than 12 bits, colour maps of more than 256 entries.
-bool FindScreenFormat(const xcb_setup_t* setup, const xcb_screen_t& screen, ScreenFormat& format);
+// The format of the screen of that number, from the server's answer to the handshake and what
+// follows its record. Throws Error, also for formats that are not supported: less than 8 bits per
+// pixel, samples of more than 12 bits, colour maps of more than 256 entries.
+ScreenFormat ReadScreenFormat(const xcb_setup_t& setup, Reply& rest, int number);
 
-}  // namespace qrv::desktop
+}  // namespace qrv::desktop::x11
 
 #endif  // PLATFORM_DESKTOP_X11_SCREEN_FORMAT_H_

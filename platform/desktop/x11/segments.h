@@ -1,23 +1,23 @@
-// Shared memory that an X server makes and writes captured pixels into.
+// Shared memory that an X server writes captured pixels into.
 #ifndef PLATFORM_DESKTOP_X11_SEGMENTS_H_
 #define PLATFORM_DESKTOP_X11_SEGMENTS_H_
 
 #include "platform/desktop/segments.h"
 #include "platform/desktop/x11/connection.h"
 
-namespace qrv::desktop {
+namespace qrv::desktop::x11 {
 
 class X11Segments : public SegmentPool {
  public:
   explicit X11Segments(Connection& connection) : connection_(connection) {}
 
  private:
-  std::shared_ptr<Segment> Create(size_t size, const char*& refusal) override;
-  void TellToForget(const Segment& segment) override;
+  uint32_t Attach(int file, size_t size) override;
+  void Detach(uint32_t id) override;
 
   Connection& connection_;
 };
 
-}  // namespace qrv::desktop
+}  // namespace qrv::desktop::x11
 
 #endif  // PLATFORM_DESKTOP_X11_SEGMENTS_H_

@@ -4,7 +4,9 @@
 
 #include <systemd/sd-bus.h>
 
+#include <cerrno>
 #include <memory>
+#include <new>
 #include <string>
 
 #include "platform/desktop/waiting.h"
@@ -22,10 +24,10 @@ struct UnrefMessage {
 using Message = std::unique_ptr<sd_bus_message, UnrefMessage>;
 
 // A connection of its own for each capture: none is kept, so there is none that the process could
-// close or inherit. Null, and a few words in `problem`, when there is no bus or it does not answer.
-Bus OpenBus(Deadline deadline, std::string& problem);
+// close or inherit. Throws Error when there is no bus or it does not answer.
+Bus OpenBus(Deadline deadline);
 
-// A call to an object of a program on the bus. Null when there is no memory.
+// A call to an object of a program on the bus. Throws std::bad_alloc.
 struct Callee {
   const char* program;
   const char* object;
@@ -33,8 +35,14 @@ struct Callee {
 };
 Message NewCall(const Bus& bus, const Callee& callee, const char* method);
 
-// The answer; null, and the error's own words in one line in `problem`, when there is none.
-Message Call(const Bus& bus, const Message& call, Deadline deadline, std::string& problem);
+// Adds arguments, in the form of sd_bus_message_append. Throws std::bad_alloc.
+template <typename... Arguments>
+void Append(const Message& message, const char* types, Arguments... arguments) {
+  if (sd_bus_message_append(message.get(), types, arguments...) < 0) throw std::bad_alloc();
+}
+
+// The answer. Throws Error, with the other side's message when it answered with an error.
+Message Call(const Bus& bus, const Message& call, Deadline deadline);
 
 // Handles what comes on the bus until `isDone()`. False when the deadline passes or the bus is lost
 // first.

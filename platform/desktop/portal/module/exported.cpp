@@ -1,42 +1,63 @@
-// What libScreenshotPortal.so exports. It has a C++ runtime of its own, so nothing is thrown out of
-// it.
+// What libScreenshotPortal.so exports.
+#include <chrono>
+#include <cstdio>
 #include <exception>
-#include <utility>
+#include <memory>
 
 #include "platform/desktop/portal/module/kwin.h"
 #include "platform/desktop/portal/module/portal.h"
+#include "platform/desktop/portal/module_interface.h"
 
 namespace qrv::desktop::portal {
-namespace {
 
-class ContainedSource : public wayland::PixelSource {
- public:
-  explicit ContainedSource(std::unique_ptr<wayland::PixelSource> source)
-      : source_(std::move(source)) {}
-
-  void Capture(std::span<wayland::OutputShare> shares, std::string& problem) override {
-    try {
-      source_->Capture(shares, problem);
-    } catch (const std::exception&) {
-      problem = kNoMemory;
-    }
-  }
-  const char* Name() const override { return source_->Name(); }
-
- private:
-  std::unique_ptr<wayland::PixelSource> source_;
+struct ModuleBackend {
+  std::unique_ptr<wayland::Backend> backend;
 };
 
-template <auto open, typename Argument>
-std::unique_ptr<wayland::PixelSource> OpenContained(Argument argument, std::string& problem) {
+namespace {
+
+void Fill(ModuleError& error, Reason reason, const char* message) {
+  error.reason = reason;
+  std::snprintf(error.message, sizeof error.message, "%s", message);
+}
+
+// What `call` yields, or a false value and the error when it throws.
+template <typename Call>
+auto Contained(ModuleError& error, Call call) noexcept -> decltype(call()) {
   try {
-    auto source = open(argument, problem);
-    if (!source) return nullptr;
-    return std::make_unique<ContainedSource>(std::move(source));
+    return call();
+  } catch (const Error& thrown) {
+    Fill(error, thrown.reason(), thrown.what());
   } catch (const std::exception&) {
-    problem = kNoMemory;
-    return nullptr;
+    Fill(error, Reason::kNoMemory, kNoMemoryMessage);
   }
+  return {};
+}
+
+Deadline DeadlineOf(int64_t nanoseconds) {
+  return Deadline(
+      std::chrono::duration_cast<Clock::duration>(std::chrono::nanoseconds(nanoseconds)));
+}
+
+ModuleBackend* OpenKWin(const wayland::PlacedOutput& output, int64_t deadline, ModuleError& error) {
+  return Contained(
+      error, [&] { return new ModuleBackend{OpenKWinBackend(output, DeadlineOf(deadline))}; });
+}
+
+ModuleBackend* OpenPortal(void (*report)(const char* message), int64_t deadline,
+                          ModuleError& error) {
+  return Contained(
+      error, [&] { return new ModuleBackend{OpenPortalBackend(report, DeadlineOf(deadline))}; });
+}
+
+bool Capture(ModuleBackend* backend, const wayland::PlacedOutput& output, const PixelRect& region,
+             int64_t deadline, ModuleFrame& frame, ModuleError& error) {
+  return Contained(error, [&] {
+    const Frame captured = backend->backend->Capture(output, region, DeadlineOf(deadline));
+    frame = {new Frame(captured), captured.pixels, captured.width, captured.height,
+             captured.rowBytes};
+    return true;
+  });
 }
 
 }  // namespace
@@ -45,5 +66,7 @@ std::unique_ptr<wayland::PixelSource> OpenContained(Argument argument, std::stri
 using namespace qrv::desktop::portal;
 
 extern "C" [[gnu::visibility("default")]] const Module QRV_portal_module;
-const Module QRV_portal_module = {OpenContained<OpenKWinSource, const Outputs&>,
-                                  OpenContained<OpenPortalSource, void (*)(const char*)>};
+const Module QRV_portal_module = {
+    OpenKWin, OpenPortal, Capture,
+    [](void* owner) { delete static_cast<qrv::desktop::Frame*>(owner); },
+    [](ModuleBackend* backend) { delete backend; }};

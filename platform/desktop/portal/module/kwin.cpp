@@ -29,7 +29,8 @@ struct ImageInfo {
 constexpr uint32_t kFirstFormat = 4;
 constexpr uint32_t kLastFormat = 6;
 
-bool ReadInfo(const Message& reply, ImageInfo& info) {
+ImageInfo ReadInfo(const Message& reply) {
+  ImageInfo info;
   struct {
     const char* name;
     uint32_t& value;
@@ -45,9 +46,12 @@ bool ReadInfo(const Message& reply, ImageInfo& info) {
     }
     return false;
   });
-  return isRead && info.format >= kFirstFormat && info.format <= kLastFormat && info.width > 0 &&
-         info.width <= kMaxSide && info.height > 0 && info.height <= kMaxSide &&
-         info.stride % 4 == 0 && info.stride >= info.width * 4 && info.stride <= kMaxSide * 8;
+  if (isRead && info.format >= kFirstFormat && info.format <= kLastFormat && info.width > 0 &&
+      info.width <= kMaxSide && info.height > 0 && info.height <= kMaxSide &&
+      info.stride % 4 == 0 && info.stride >= info.width * 4 && info.stride <= kMaxSide * 8) {
+    return info;
+  }
+  throw Error(Reason::kUnsupported, "KWin sends pixels in a format that is not known here");
 }
 
 // Reads all of it; false when it ends or stops before.
@@ -63,102 +67,80 @@ bool ReadAll(int pipe, uint8_t* to, size_t bytes, Deadline deadline) {
   return true;
 }
 
-Frame ReadImage(int pipe, const ImageInfo& info, Deadline deadline, std::string& problem) {
+Frame ReadImage(int pipe, const ImageInfo& info, Deadline deadline) {
   // Its rows are as long as KWin's.
   Frame frame = NewFrame(static_cast<int32_t>(info.stride / 4), static_cast<int32_t>(info.height));
-  if (!frame) {
-    problem = kNoMemory;
-    return {};
-  }
   if (!ReadAll(pipe, frame.pixels, size_t{info.stride} * info.height, deadline)) {
-    problem = "KWin does not send the pixels";
-    return {};
+    throw Error(Reason::kTimeout, "KWin does not send the pixels");
   }
   frame.width = static_cast<int32_t>(info.width);
   return frame;
 }
 
-// Pixels of the screen as they are, without the pointer.
-bool AppendOptions(const Message& call) {
-  return sd_bus_message_append(call.get(), "a{sv}", 2, "native-resolution", "b", 1,
-                               "include-cursor", "b", 0) >= 0;
-}
-
-class KWin : public wayland::PixelSource {
- public:
-  void Capture(std::span<wayland::OutputShare> shares, std::string& problem) override {
-    for (wayland::OutputShare& each : shares) each.frame = Take(each, problem);
+// A pipe that KWin writes pixels into.
+struct Pipe {
+  Pipe() {
+    int ends[2];
+    if (pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0) {
+      throw Error(Reason::kNoMemory, "there is no descriptor left for a pipe");
+    }
+    readEnd = UniqueFd(ends[0]);
+    writeEnd = UniqueFd(ends[1]);
+    fcntl(readEnd.get(), F_SETPIPE_SZ, kPipeBytes);
+    // KWin writes as a program does that waits.
+    fcntl(writeEnd.get(), F_SETFL, O_WRONLY);
   }
-  const char* Name() const override { return "KWin ScreenShot2"; }
 
- private:
-  static Frame Take(const wayland::OutputShare& share, std::string& problem);
+  UniqueFd readEnd;
+  UniqueFd writeEnd;
 };
 
-Frame KWin::Take(const wayland::OutputShare& share, std::string& problem) {
-  const wayland::PlacedOutput& output = share.output;
-  const PixelRect& part = share.part;
-  const Display& display = output.display;
-  const PixelRect whole = {0, 0, display.pixelWidth, display.pixelHeight};
-  // An area is in units of the compositor's space.
-  const bool isArea = part != whole && display.pixelWidth == output.logical.width &&
-                      display.pixelHeight == output.logical.height;
-  const PixelRect wanted = isArea ? part : whole;
-  const Deadline deadline = Clock::now() + kPatience;
-  const Bus bus = OpenBus(deadline, problem);
-  if (!bus) return {};
-  int ends[2];
-  if (pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0) {
-    problem = "there is no descriptor left for a pipe";
-    return {};
-  }
-  const UniqueFd readEnd(ends[0]);
-  UniqueFd writeEnd(ends[1]);
-  fcntl(readEnd.get(), F_SETPIPE_SZ, kPipeBytes);
-  // KWin writes as a program does that waits.
-  fcntl(writeEnd.get(), F_SETFL, O_WRONLY);
+class KWin : public wayland::Backend {
+ public:
+  Frame Capture(const wayland::PlacedOutput& output, const PixelRect& region,
+                Deadline deadline) override;
+  const char* Name() const override { return "KWin ScreenShot2"; }
+};
 
-  problem = kNoMemory;
+Frame KWin::Capture(const wayland::PlacedOutput& output, const PixelRect& region,
+                    Deadline deadline) {
+  const Display& display = output.display;
+  const PixelRect whole = AllPixels(display);
+  // An area is in units of the compositor's space.
+  const bool isArea = region != whole && display.pixelWidth == output.logical.width &&
+                      display.pixelHeight == output.logical.height;
+  const PixelRect wanted = isArea ? region : whole;
+  const Bus bus = OpenBus(deadline);
+  Pipe pipe;
   Message call = NewCall(bus, kScreenShot, isArea ? "CaptureArea" : "CaptureScreen");
-  if (!call) return {};
-  const int named =
-      isArea ? sd_bus_message_append(call.get(), "iiuu", output.logical.x + part.x,
-                                     output.logical.y + part.y, static_cast<uint32_t>(part.width),
-                                     static_cast<uint32_t>(part.height))
-             : sd_bus_message_append(call.get(), "s", display.name);
-  if (named < 0 || !AppendOptions(call) ||
-      sd_bus_message_append(call.get(), "h", writeEnd.get()) < 0) {
-    return {};
+  if (isArea) {
+    Append(call, "iiuu", output.logical.x + region.x, output.logical.y + region.y,
+           static_cast<uint32_t>(region.width), static_cast<uint32_t>(region.height));
+  } else {
+    Append(call, "s", display.name);
   }
-  const Message reply = Call(bus, call, deadline, problem);
-  if (!reply) return {};
+  // Pixels of the screen as they are, without the pointer.
+  Append(call, "a{sv}", 2, "native-resolution", "b", 1, "include-cursor", "b", 0);
+  Append(call, "h", pipe.writeEnd.get());
+  const Message reply = Call(bus, call, deadline);
   // KWin alone holds the other end from here on.
-  writeEnd = UniqueFd();
+  pipe.writeEnd = UniqueFd();
   call.reset();
-  ImageInfo info;
-  if (!ReadInfo(reply, info)) {
-    problem = "KWin sends pixels in a format that is not known here";
-    return {};
-  }
-  const Frame frame = ReadImage(readEnd.get(), info, deadline, problem);
-  if (!frame) return {};
+  const Frame frame = ReadImage(pipe.readEnd.get(), ReadInfo(reply), deadline);
   if (frame.width != wanted.width || frame.height != wanted.height) {
-    problem = wayland::kOutputChanged;
-    return {};
+    throw Error(Reason::kUnsupported, wayland::kOutputChanged);
   }
-  return isArea ? frame : PartOf(frame, part);
+  return isArea ? frame : PartOf(frame, region);
 }
 
 }  // namespace
 
-// A pixel tells whether KWin allows it.
-std::unique_ptr<wayland::PixelSource> OpenKWinSource(const Outputs& outputs, std::string& problem) {
-  auto source = std::make_unique<KWin>();
-  if (outputs.empty()) return nullptr;
-  wayland::OutputShare pixel = {outputs.front(), {0, 0, 1, 1}};
-  source->Capture({&pixel, 1}, problem);
-  if (!pixel.frame) return nullptr;
-  return source;
+// A pixel shows whether KWin allows it.
+std::unique_ptr<wayland::Backend> OpenKWinBackend(const wayland::PlacedOutput& output,
+                                                  Deadline deadline) {
+  auto backend = std::make_unique<KWin>();
+  backend->Capture(output, {0, 0, 1, 1}, deadline);
+  return backend;
 }
 
 }  // namespace qrv::desktop::portal

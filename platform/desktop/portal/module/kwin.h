@@ -3,12 +3,15 @@
 #ifndef PLATFORM_DESKTOP_PORTAL_MODULE_KWIN_H_
 #define PLATFORM_DESKTOP_PORTAL_MODULE_KWIN_H_
 
-#include "platform/desktop/portal/library.h"
+#include <memory>
+
+#include "platform/desktop/wayland/backend.h"
 
 namespace qrv::desktop::portal {
 
-// As OpenKWin of library.h, in the module itself.
-std::unique_ptr<wayland::PixelSource> OpenKWinSource(const Outputs& outputs, std::string& problem);
+// Throws Error when KWin is not there or does not allow it.
+std::unique_ptr<wayland::Backend> OpenKWinBackend(const wayland::PlacedOutput& output,
+                                                  Deadline deadline);
 
 }  // namespace qrv::desktop::portal
 

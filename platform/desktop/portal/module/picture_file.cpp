@@ -9,7 +9,7 @@
 #include <cstdio>
 #include <memory>
 
-#include "platform/desktop/frame.h"
+#include "platform/desktop/error.h"
 #include "platform/desktop/waiting.h"
 
 namespace qrv::desktop::portal {
@@ -42,7 +42,7 @@ Frame Decode(std::FILE* file) {
     return {};
   }
   Frame frame = NewFrame(static_cast<int32_t>(header.width), static_cast<int32_t>(header.height));
-  if (!frame || bytes != FrameBytes(frame.width, frame.height) ||
+  if (bytes != FrameBytes(frame.width, frame.height) ||
       spng_decode_image(context.get(), frame.pixels, bytes, SPNG_FMT_RGBA8, 0) != 0) {
     return {};
   }
@@ -76,20 +76,19 @@ std::string PathOfUri(const std::string& uri) {
   return path;
 }
 
-Frame TakePicture(const std::string& path, std::string& problem) {
+Frame TakePicture(const std::string& path) {
   // A pipe would be waited for.
   UniqueFd fd(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
   struct stat64 status = {};
   if (!fd || fstat64(fd.get(), &status) != 0 || !S_ISREG(status.st_mode) ||
       status.st_uid != geteuid()) {
-    problem = "the portal names no picture of this user's own";
-    return {};
+    throw Error(Reason::kUnsupported, "the portal names no picture of this user's own");
   }
   const std::unique_ptr<std::FILE, CloseFile> file(fdopen(fd.get(), "rb"));
   if (file) fd.Release();  // it closes with the stream
   Frame frame = file ? Decode(file.get()) : Frame{};
   unlink(path.c_str());
-  if (!frame) problem = "the portal's picture can't be read";
+  if (!frame) throw Error(Reason::kUnsupported, "the portal's picture can't be read");
   return frame;
 }
 

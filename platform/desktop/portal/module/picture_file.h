@@ -2,9 +2,9 @@
 #ifndef PLATFORM_DESKTOP_PORTAL_MODULE_PICTURE_FILE_H_
 #define PLATFORM_DESKTOP_PORTAL_MODULE_PICTURE_FILE_H_
 
-#include <QRV/Desktop.h>
-
 #include <string>
+
+#include "platform/desktop/frame.h"
 
 namespace qrv::desktop::portal {
 
@@ -13,8 +13,8 @@ std::string PathOfUri(const std::string& uri);
 
 // Reads a PNG and deletes it, whether or not it can be read. The file must be a regular one, this
 // user's own, and no link: any program may have written the URI, and the picture is the user's.
-// Empty, and one line in `problem`, when it isn't, or is no PNG. Throws std::bad_alloc.
-Frame TakePicture(const std::string& path, std::string& problem);
+// Throws Error when it isn't, or is no PNG.
+Frame TakePicture(const std::string& path);
 
 }  // namespace qrv::desktop::portal
 

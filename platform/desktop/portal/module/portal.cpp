@@ -20,13 +20,12 @@ constexpr char kRequestInterface[] = "org.freedesktop.portal.Request";
 constexpr Callee kScreenshot = {kProgram, kObject, kInterface};
 constexpr Callee kProperties = {kProgram, kObject, "org.freedesktop.DBus.Properties"};
 
-// The bus may have to start the portal first.
-constexpr std::chrono::seconds kStartPatience{10};
-// A person who is asked has this long; and is told of after a moment, when it can be nothing else.
-constexpr std::chrono::seconds kPersonPatience{60};
+// A person who is asked has this long; the host hears of it after a moment, when it can be nothing
+// else.
+constexpr std::chrono::seconds kPersonTime{60};
 constexpr std::chrono::milliseconds kMoment{1500};
-// How long a picture serves the displays that have not been captured since.
-constexpr std::chrono::seconds kPictureLife{1};
+// How long a picture serves the displays that have not been captured since, and a no all of them.
+constexpr std::chrono::seconds kAnswerLife{1};
 
 struct Response {
   bool hasCome = false;
@@ -65,35 +64,35 @@ std::string NewToken() {
 // Where the answer to a request of that token comes.
 std::string RequestPath(const Bus& bus, const std::string& token) {
   const char* name = nullptr;
-  if (sd_bus_get_unique_name(bus.get(), &name) < 0 || name[0] != ':') return {};
+  if (sd_bus_get_unique_name(bus.get(), &name) < 0 || name[0] != ':') throw std::bad_alloc();
   std::string sender = name + 1;
   std::replace(sender.begin(), sender.end(), '.', '_');
   return std::string(kObject) + "/request/" + sender + "/" + token;
 }
 
-class Portal : public wayland::PixelSource {
+class Portal : public wayland::Backend {
  public:
-  explicit Portal(void (*tell)(const char* words)) : tell_(tell) {}
+  explicit Portal(void (*report)(const char* message)) : report_(report) {}
 
-  void Capture(std::span<wayland::OutputShare> shares, std::string& problem) override {
-    for (wayland::OutputShare& each : shares) each.frame = Take(each, problem);
-  }
+  Frame Capture(const wayland::PlacedOutput& output, const PixelRect& region,
+                Deadline deadline) override;
   const char* Name() const override { return "desktop portal"; }
 
  private:
-  Frame Take(const wayland::OutputShare& share, std::string& problem);
-  bool TakeNewPicture(std::string& problem);
-  bool Ask(Response& response, std::string& problem);
-  bool AwaitResponse(const Bus& bus, const std::string& request, const Response& response);
+  bool IsFresh() const { return Clock::now() - answeredAt_ < kAnswerLife; }
+  void TakeNewPicture(Deadline deadline);
+  Response Ask(Deadline deadline);
+  void AwaitResponse(const Bus& bus, const std::string& request, const Response& response);
 
-  void (*tell_)(const char* words);
+  void (*report_)(const char* message);
   Frame picture_;
-  Clock::time_point takenAt_;
+  std::string refusal_;  // the last answer, if it was no
+  Clock::time_point answeredAt_;
   std::set<uint32_t> served_;  // the displays that were cut from the picture
 };
 
 // A display's pixels out of a picture of the whole desktop: as many as it has, whatever the picture
-// has. Empty when there is no memory.
+// has.
 Frame Cut(const Frame& picture, const wayland::PlacedOutput& output) {
   using namespace qrv::pixels;
   const PixelRect& all = output.desktop;
@@ -108,91 +107,88 @@ Frame Cut(const Frame& picture, const wayland::PlacedOutput& output) {
   return Resampled(PartOf(picture, SourceOf(columns, rows)), columns, rows);
 }
 
-// The displays of one capture are cut from one picture, so that a person is asked once for it.
-Frame Portal::Take(const wayland::OutputShare& share, std::string& problem) {
-  const wayland::PlacedOutput& output = share.output;
-  const bool isFresh = picture_ && Clock::now() - takenAt_ < kPictureLife;
-  if (!isFresh || served_.contains(output.display.id)) {
-    picture_ = {};
-    if (!TakeNewPicture(problem)) return {};
-  }
+// The displays of one capture are cut from one picture, so that a person is asked once for it; and
+// a no is the answer for all of it.
+Frame Portal::Capture(const wayland::PlacedOutput& output, const PixelRect& region,
+                      Deadline deadline) {
+  if (!refusal_.empty() && IsFresh()) throw Error(Reason::kRefused, refusal_);
+  if (!picture_ || !IsFresh() || served_.contains(output.display.id)) TakeNewPicture(deadline);
   served_.insert(output.display.id);
-  const Frame frame = Cut(picture_, output);
-  if (!frame) problem = kNoMemory;
-  return frame ? PartOf(frame, share.part) : Frame{};
+  return PartOf(Cut(picture_, output), region);
 }
 
-bool Portal::TakeNewPicture(std::string& problem) {
-  Response response;
-  if (!Ask(response, problem)) return false;
-  if (response.code != kGranted) {
-    problem = response.code == kDenied ? "the portal's question was answered with no"
-                                       : "the portal could not take a picture";
-    return false;
-  }
-  const std::string path = PathOfUri(response.uri);
-  if (path.empty()) {
-    problem = "the portal names no local file";
-    return false;
-  }
-  picture_ = TakePicture(path, problem);
-  takenAt_ = Clock::now();
+void Portal::TakeNewPicture(Deadline deadline) {
+  picture_ = {};
   served_.clear();
-  return static_cast<bool>(picture_);
+  refusal_.clear();
+  try {
+    const Response response = Ask(deadline);
+    if (response.code == kDenied) {
+      throw Error(Reason::kRefused, "the portal's question was answered with no");
+    }
+    if (response.code != kGranted) {
+      throw Error(Reason::kRefused, "the portal could not take a picture");
+    }
+    const std::string path = PathOfUri(response.uri);
+    if (path.empty()) throw Error(Reason::kUnsupported, "the portal names no local file");
+    picture_ = TakePicture(path);
+  } catch (const Error& error) {
+    refusal_ = error.what();
+    answeredAt_ = Clock::now();
+    throw;
+  }
+  answeredAt_ = Clock::now();
 }
 
-bool Portal::Ask(Response& response, std::string& problem) {
-  const Bus bus = OpenBus(Clock::now() + kPatience, problem);
-  if (!bus) return false;
-  problem = kNoMemory;
+Response Portal::Ask(Deadline deadline) {
+  Response response;  // outlives the bus, whose matches end with it
+  const Bus bus = OpenBus(deadline);
   const std::string token = NewToken();
   std::string request = RequestPath(bus, token);
+  // The answer may come before that to the call.
+  const auto listen = [&](const char* path) {
+    if (sd_bus_match_signal(bus.get(), nullptr, kProgram, path, kRequestInterface, "Response",
+                            TakeResponse, &response) < 0) {
+      throw std::bad_alloc();
+    }
+  };
+  listen(request.c_str());
   const Message call = NewCall(bus, kScreenshot, "Screenshot");
-  // The answer may come before that to the call. The bus ends with this function, and the matches
-  // with the bus.
-  if (request.empty() || !call ||
-      sd_bus_match_signal(bus.get(), nullptr, kProgram, request.c_str(), kRequestInterface,
-                          "Response", TakeResponse, &response) < 0 ||
-      sd_bus_message_append(call.get(), "sa{sv}", "", 2, "handle_token", "s", token.c_str(),
-                            "interactive", "b", 0) < 0) {
-    return false;
-  }
-  const Message reply = Call(bus, call, Clock::now() + kStartPatience, problem);
+  Append(call, "sa{sv}", "", 2, "handle_token", "s", token.c_str(), "interactive", "b", 0);
+  const Message reply = Call(bus, call, deadline);
   const char* path = nullptr;
-  if (!reply || sd_bus_message_read_basic(reply.get(), 'o', &path) <= 0) return false;
+  if (sd_bus_message_read_basic(reply.get(), 'o', &path) <= 0) {
+    throw Error(Reason::kUnsupported, "the portal's answer makes no sense");
+  }
   // Portals of before version 0.9 choose the path themselves.
   if (request != path) {
     request = path;
-    sd_bus_match_signal(bus.get(), nullptr, kProgram, path, kRequestInterface, "Response",
-                        TakeResponse, &response);
+    listen(path);
   }
-  if (AwaitResponse(bus, request, response)) return true;
-  problem = "nobody has answered the portal's question within a minute";
-  return false;
+  AwaitResponse(bus, request, response);
+  return response;
 }
 
-bool Portal::AwaitResponse(const Bus& bus, const std::string& request, const Response& response) {
+void Portal::AwaitResponse(const Bus& bus, const std::string& request, const Response& response) {
   const auto hasCome = [&] { return response.hasCome; };
-  if (Await(bus, Clock::now() + kMoment, hasCome)) return true;
-  tell_("waiting for the desktop portal: it may be asking on the screen whether to allow this");
-  if (Await(bus, Clock::now() + kPersonPatience - kMoment, hasCome)) return true;
+  if (Await(bus, Clock::now() + kMoment, hasCome)) return;
+  report_("waiting for the desktop portal: it may be asking on the screen whether to allow this");
+  if (Await(bus, Clock::now() + kPersonTime - kMoment, hasCome)) return;
   const Message close = NewCall(bus, {kProgram, request.c_str(), kRequestInterface}, "Close");
-  if (close) sd_bus_send(bus.get(), close.get(), nullptr);
-  return false;
+  sd_bus_send(bus.get(), close.get(), nullptr);
+  throw Error(Reason::kRefused, "the portal's question was not answered within a minute");
 }
 
 }  // namespace
 
-// The interface is there when it tells its version.
-std::unique_ptr<wayland::PixelSource> OpenPortalSource(void (*tell)(const char* words),
-                                                       std::string& problem) {
-  const Bus bus = OpenBus(Clock::now() + kPatience, problem);
-  if (!bus) return nullptr;
-  problem = kNoMemory;
+// The interface is there when it states its version.
+std::unique_ptr<wayland::Backend> OpenPortalBackend(void (*report)(const char* message),
+                                                    Deadline deadline) {
+  const Bus bus = OpenBus(deadline);
   const Message call = NewCall(bus, kProperties, "Get");
-  if (!call || sd_bus_message_append(call.get(), "ss", kInterface, "version") < 0) return nullptr;
-  if (!Call(bus, call, Clock::now() + kStartPatience, problem)) return nullptr;
-  return std::make_unique<Portal>(tell);
+  Append(call, "ss", kInterface, "version");
+  Call(bus, call, deadline);
+  return std::make_unique<Portal>(report);
 }
 
 }  // namespace qrv::desktop::portal

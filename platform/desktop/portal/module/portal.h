@@ -3,13 +3,15 @@
 #ifndef PLATFORM_DESKTOP_PORTAL_MODULE_PORTAL_H_
 #define PLATFORM_DESKTOP_PORTAL_MODULE_PORTAL_H_
 
-#include "platform/desktop/portal/library.h"
+#include <memory>
+
+#include "platform/desktop/wayland/backend.h"
 
 namespace qrv::desktop::portal {
 
-// As OpenPortal of library.h, in the module itself, which calls `tell` when it waits for a person.
-std::unique_ptr<wayland::PixelSource> OpenPortalSource(void (*tell)(const char* words),
-                                                       std::string& problem);
+// `report` is called when a capture waits for a person. Throws Error when the portal is not there.
+std::unique_ptr<wayland::Backend> OpenPortalBackend(void (*report)(const char* message),
+                                                    Deadline deadline);
 
 }  // namespace qrv::desktop::portal
 

@@ -34,11 +34,10 @@ class Bundle : public testing::Test {
     return isLoaded;
   }
 
-  // A library that defines cos and itself depends on the library that defines malloc.
-  void CopyMathsLibrary() const {
-    Dl_info info;
-    ASSERT_NE(dladdr(dlsym(RTLD_DEFAULT, "cos"), &info), 0);
-    fs::copy_file(info.dli_fname, executable_, fs::copy_options::overwrite_existing);
+  // A library that defines some of the frameworks' functions.
+  void CopyLibrary() const {
+    fs::copy_file(QRV_BUILD_DIR "/libScreenshotPlatform.so", executable_,
+                  fs::copy_options::overwrite_existing);
   }
 
   // How many bytes of the executable a process maps.
@@ -62,13 +61,14 @@ TEST_F(Bundle, GivesTheFunctionsThatItsExecutableDefinesOnceItIsThereAndLoaded) 
   EXPECT_EQ(Create("Music.framework"), nullptr);
   CFBundleRef bundle = Create("Maths.framework");
   EXPECT_FALSE(CFBundleLoadExecutable(bundle));
-  CopyMathsLibrary();
-  EXPECT_EQ(CFBundleGetFunctionPointerForName(bundle, CFSTR("cos")), nullptr);
+  CopyLibrary();
+  EXPECT_EQ(CFBundleGetFunctionPointerForName(bundle, CFSTR("SectRect")), nullptr);
   ASSERT_TRUE(CFBundleLoadExecutable(bundle));
-  void* const found = CFBundleGetFunctionPointerForName(bundle, CFSTR("cos"));
-  ASSERT_NE(found, nullptr);
-  EXPECT_EQ(reinterpret_cast<double (*)(double)>(found)(0.0), 1.0);
-  EXPECT_EQ(CFBundleGetFunctionPointerForName(bundle, CFSTR("NewGWorld")), nullptr);
+  Dl_info info;
+  void* const found = CFBundleGetFunctionPointerForName(bundle, CFSTR("SectRect"));
+  ASSERT_NE(dladdr(found, &info), 0);
+  EXPECT_EQ(info.dli_fname, executable_);
+  EXPECT_EQ(CFBundleGetFunctionPointerForName(bundle, CFSTR("SectCircle")), nullptr);
   EXPECT_EQ(CFBundleGetFunctionPointerForName(bundle, CFSTR("malloc")), nullptr);
   CFRelease(bundle);
   EXPECT_EQ(dlopen(executable_.c_str(), RTLD_NOW | RTLD_NOLOAD), nullptr);
@@ -80,7 +80,7 @@ TEST_F(Bundle, DoesNotLoadWhatIsNoWholeLibraryNorKeepsItOpen) {
     scratch_.Write(kExecutable, content);
     EXPECT_FALSE(Loads()) << content;
   }
-  CopyMathsLibrary();
+  CopyLibrary();
   const uintmax_t size = EndOfSegments();
   for (const uintmax_t present : {size, size - 1, size / 2, size / 10, uintmax_t{100}}) {
     fs::resize_file(executable_, present);

@@ -2,8 +2,8 @@
 
 #include <random>
 
-#include <QRV/Desktop.h>
 #include "platform/coregraphics/bitmap.h"
+#include "platform/desktop/session.h"
 
 namespace {
 
@@ -86,41 +86,73 @@ TEST(CGContextDrawImage, DrawsPixelForPixelWithinTheContextBetweenAllLayouts) {
   }
 }
 
-TEST(CGContextDrawImage, LosesPixelsThatItCannotDrawPixelForPixel) {
+// Begins another capture.
+void BeginCapture() {
+  setenv("QRV_DESKTOP", "virtual", 1);
+  ASSERT_NE(CGMainDisplayID(), kCGNullDirectDisplay);
+}
+
+TEST(CGContextDrawImage, FailsTheCaptureWhenItCannotDrawPixelForPixel) {
   Memory source = {7, 5};
   CGImage image = source.Image();
   Memory memory = {11, 9};
   for (const CGRect& rect : {CGRect{{0, 0}, {8, 5}}, CGRect{{0, 0}, {7, 4}},
                              CGRect{{0.5, 0}, {7, 5}}, CGRect{{0, 0.75}, {7, 5}}}) {
-    CGMainDisplayID();  // finds them again
-    ASSERT_FALSE(qrv::desktop::HasLostPixels());
-    CGContextDrawImage(memory.Wrap().get(), rect, &image);
-    EXPECT_TRUE(qrv::desktop::HasLostPixels());
+    BeginCapture();
+    ASSERT_FALSE(qrv::desktop::HasCaptureFailed());
+    const Context context = memory.Wrap();
+    EXPECT_NE(CGBitmapContextGetData(context.get()), nullptr);
+    CGContextDrawImage(context.get(), rect, &image);
+    EXPECT_TRUE(qrv::desktop::HasCaptureFailed());
+    EXPECT_EQ(CGBitmapContextGetData(context.get()), nullptr);
   }
 }
 
-// Whoever makes an image has done drawing; what was drawn before the last clearing doesn't show.
-TEST(CGBitmapContextCreateImage, TakesTheContextsOwnMemoryOverUnlessPixelsAreLost) {
-  Memory source = {7, 5};
+Context OwnContext() {
+  return {CGBitmapContextCreate(nullptr, 7, 5, 8, 28, CGColorSpaceCreateDeviceRGB(), 1),
+          &CGContextRelease};
+}
+
+Bytes BytesOf(CGImageRef image) { return {image->pixels, image->pixels + 140}; }
+
+// An image that fills the context is shared until something else is drawn, and an image that was
+// made of the context stays as it was.
+TEST(CGBitmapContextCreateImage, SharesMemoryThatNeitherSideChanges) {
+  Memory source = {7, 5, 0};
   CGImage drawn = source.Image();
   const CGRect all = {{0, 0}, {7, 5}};
-  const Context context(
-      CGBitmapContextCreate(nullptr, 7, 5, 8, 28, CGColorSpaceCreateDeviceRGB(), 1),
-      &CGContextRelease);
-  CGContextDrawImage(context.get(), all, &drawn);
+  const Context context = OwnContext();
   CGContextClearRect(context.get(), all);
-  const void* const pixels = CGBitmapContextGetData(context.get());
-  qrv::desktop::LosePixels("a reason");
-  ASSERT_EQ(CGBitmapContextCreateImage(context.get()), nullptr);
-  CGMainDisplayID();  // finds them again
-  CGImageRef image = CGBitmapContextCreateImage(context.get());
-  ASSERT_NE(image, nullptr);
-  EXPECT_EQ(image->pixels, pixels);
-  EXPECT_EQ(Bytes(image->pixels, image->pixels + 140), Bytes(140));
-  EXPECT_EQ(CGBitmapContextCreateImage(context.get()), nullptr);
   CGContextDrawImage(context.get(), all, &drawn);
-  EXPECT_TRUE(qrv::desktop::HasLostPixels());
-  CGMainDisplayID();
+  CGImageRef shared = CGBitmapContextCreateImage(context.get());
+  EXPECT_EQ(shared->pixels, source.At(0, 0));
+  CGContextDrawImage(context.get(), {{-6, -4}, {7, 5}}, &drawn);
+  const Bytes changed = BytesOf(CGBitmapContextCreateImage(context.get()));
+  Memory expected = {7, 5, 0};
+  ExpectDrawn(source, expected, 0, 0);
+  {
+    const Context other = expected.Wrap();
+    CGContextDrawImage(other.get(), all, &drawn);
+    CGContextDrawImage(other.get(), {{-6, -4}, {7, 5}}, &drawn);
+  }
+  EXPECT_EQ(changed, Bytes(expected.At(0, 0), expected.At(0, 0) + 140));
+  EXPECT_EQ(BytesOf(shared), Bytes(source.At(0, 0), source.At(0, 0) + 140));
+
+  CGImageRef before = CGBitmapContextCreateImage(context.get());
+  CGContextClearRect(context.get(), all);
+  CGImageRef cleared = CGBitmapContextCreateImage(context.get());
+  EXPECT_EQ(BytesOf(before), changed);
+  EXPECT_EQ(BytesOf(cleared), Bytes(140));
+  for (CGImageRef each : {shared, before, cleared}) CGImageRelease(each);
+}
+
+TEST(CGBitmapContextCreateImage, MakesNoneOnceTheCaptureHasFailed) {
+  const Context context = OwnContext();
+  qrv::desktop::FailCapture(qrv::desktop::Reason::kRefused, "a reason");
+  EXPECT_EQ(CGBitmapContextCreateImage(context.get()), nullptr);
+  BeginCapture();
+  CGImageRef image = CGBitmapContextCreateImage(context.get());
+  EXPECT_NE(image, nullptr);
   CGImageRelease(image);
 }
 

@@ -1,4 +1,4 @@
-#include <QRV/Desktop.h>
+#include "platform/desktop/session.h"
 
 #include <gtest/gtest.h>
 
@@ -17,6 +17,7 @@ struct Choice {
   std::string name;
   std::string problem = {};
   std::string note = {};
+  Reason reason = Reason::kNone;
 };
 
 void ExpectShown(const Choice& choice) {
@@ -24,32 +25,39 @@ void ExpectShown(const Choice& choice) {
   const ScopedVariable display("DISPLAY", choice.display);
   const std::vector<Display>* const displays = RefreshDisplays();
   EXPECT_EQ(displays == nullptr ? 0 : displays->back().pixelWidth, choice.width) << choice.problem;
-  EXPECT_EQ(std::tuple(DesktopName(), DesktopProblem(), DesktopNote()),
+  const Status status = CurrentStatus();
+  EXPECT_EQ(std::tuple(status.name, status.message, status.note),
             std::tuple(choice.name, choice.problem, choice.note));
+  EXPECT_EQ(status.failure, choice.reason) << choice.problem;
   EXPECT_EQ(FindDisplay(displays == nullptr ? 1 : displays->back().id).has_value(),
             choice.width != 0);
 }
 
 TEST(Session, FollowsTheChoiceFromListToList) {
   const std::string none = "no desktop", card = "the virtual desktop";
+  const std::string unset = "WAYLAND_DISPLAY is not set, DISPLAY is not set";
+  const std::string unreachable = "X server :4711 can't be reached";
   for (const Choice& choice : std::initializer_list<Choice>{
            {"virtual:100x50+0+0,20x20+100+0", nullptr, 20, card},
            {"virtual", nullptr, 1280, card},
-           {"any", nullptr, 1280, card, "",
-            "WAYLAND_DISPLAY is not set, DISPLAY is not set: this is the built-in virtual desktop"},
-           {"any", ":4711", 0, "X11 :4711", "X server :4711 can't be reached"},
-           {nullptr, ":4711", 0, "X11 :4711", "X server :4711 can't be reached"},
-           {nullptr, nullptr, 0, none, "WAYLAND_DISPLAY is not set, DISPLAY is not set"},
-           {"", nullptr, 0, none, "WAYLAND_DISPLAY is not set, DISPLAY is not set"},
-           {"x11:", nullptr, 0, none, "the desktop \"x11:\" names no DISPLAY"},
-           {"x11:moon", nullptr, 0, none, "'moon' is not the name of an X display"},
-           {"wayland", ":1", 0, none, "WAYLAND_DISPLAY is not set"},
-           {"virtual:", nullptr, 0, none, "the desktop \"virtual:\" names no LAYOUT"},
-           {"virtually", nullptr, 0, none, "there is no desktop \"virtually\""}}) {
+           {"any", nullptr, 1280, card, "", unset + ": this is the built-in virtual desktop"},
+           {"any", ":4711", 0, "X11 :4711", unreachable, "", Reason::kUnreachable},
+           {nullptr, ":4711", 0, "X11 :4711", unreachable, "", Reason::kUnreachable},
+           {nullptr, nullptr, 0, none, unset, "", Reason::kNoDesktop},
+           {"", nullptr, 0, none, unset, "", Reason::kNoDesktop},
+           {"wayland", ":1", 0, none, "WAYLAND_DISPLAY is not set", "", Reason::kNoDesktop}}) {
     ExpectShown(choice);
   }
+  for (const auto& [desktop, problem] : std::initializer_list<std::pair<const char*, std::string>>{
+           {"x11:", "the desktop \"x11:\" names no DISPLAY"},
+           {"x11:moon", "'moon' is not the name of an X display"},
+           {"virtual:", "the desktop \"virtual:\" names no LAYOUT"},
+           {"virtually", "there is no desktop \"virtually\""}}) {
+    ExpectShown({desktop, nullptr, 0, none, problem, "", Reason::kBadChoice});
+  }
   const ScopedVariable version("QRV_SYSTEM_VERSION", "foo");
-  ExpectShown({"virtual", nullptr, 0, none, "QRV_SYSTEM_VERSION is not a version like 10.7"});
+  ExpectShown({"virtual", nullptr, 0, none, "QRV_SYSTEM_VERSION is not a version like 10.7", "",
+               Reason::kBadChoice});
 }
 
 TEST(Session, TakesTheServerOfDisplayAndFollowsItsChange) {
@@ -59,22 +67,36 @@ TEST(Session, TakesTheServerOfDisplayAndFollowsItsChange) {
   ExpectShown({nullptr, large.display().c_str(), 640, "X11 " + large.display()});
 }
 
-TEST(Session, HasLostPixelsUntilTheNextListWhateverSucceedsMeanwhile) {
+TEST(Session, CapturesNothingMoreOnceACaptureHasFailed) {
   const ScopedVariable chosen("QRV_DESKTOP", "virtual:100x50+0+0,100x50+100+0");
   const Display display = RefreshDisplays()->back();
+  const PixelRect pixel = {0, 0, 1, 1};
   TakeStrategies();
-  EXPECT_FALSE(Capture(display, {0, 0, 101, 1}, Strategy::kDisplayImage));
-  EXPECT_TRUE(Capture(display, {0, 0, 1, 1}, Strategy::kOpenGL));
-  EXPECT_TRUE(Capture(display, {0, 0, 1, 1}, Strategy::kQuickDraw));
-  LosePixels("another reason");
-  EXPECT_TRUE(HasLostPixels());
-  EXPECT_FALSE(HoldPixels(display));
-  EXPECT_STREQ(DesktopProblem(), "pixels outside of the display were asked for");
+  EXPECT_TRUE(Capture(display, pixel, Strategy::kOpenGL));
+  EXPECT_FALSE(HasCaptureFailed());
+  FailCapture(Reason::kNoMemory, "a reason");
+  FailCapture(Reason::kRefused, "another");
+  EXPECT_TRUE(HasCaptureFailed());
+  EXPECT_FALSE(Capture(display, pixel, Strategy::kQuickDraw));
+  EXPECT_FALSE(FrameBuffer(display));
+  EXPECT_STREQ(CurrentStatus().message, "a reason");
   ASSERT_NE(RefreshDisplays(), nullptr);
-  EXPECT_FALSE(HasLostPixels());
-  EXPECT_STREQ(DesktopProblem(), "");
-  EXPECT_EQ(TakeStrategies(), 6U) << "those that delivered";
+  EXPECT_FALSE(HasCaptureFailed());
+  EXPECT_STREQ(CurrentStatus().message, "");
+  EXPECT_TRUE(FrameBuffer(display));
+  EXPECT_EQ(TakeStrategies(), 2U) << "those that delivered";
   EXPECT_EQ(TakeStrategies(), 0U);
+}
+
+// A display that is gone lacks its pixels, but the capture of the others goes on.
+TEST(Session, GoesOnWithoutADisplayThatIsGone) {
+  const ScopedVariable chosen("QRV_DESKTOP", "virtual:100x50+0+0");
+  Display gone = RefreshDisplays()->front();
+  gone.id = 99;
+  EXPECT_FALSE(Capture(gone, {0, 0, 1, 1}, Strategy::kDisplayImage));
+  EXPECT_EQ(CurrentStatus().failure, Reason::kDisplayChanged);
+  EXPECT_FALSE(HasCaptureFailed());
+  EXPECT_TRUE(Capture(LatestDisplays()->front(), {0, 0, 1, 1}, Strategy::kDisplayImage));
 }
 
 }  // namespace

@@ -4,23 +4,32 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstring>
+#include <memory>
+#include <string>
+#include <vector>
 
 #include "platform/desktop/desktop.h"
 
 namespace qrv::desktop {
 
 struct TestedDesktop {
+  static constexpr std::chrono::seconds kTimeout{2};
+
+  // How many displays there are; 0 when there is an error.
   size_t List() {
-    if (!desktop->ListDisplays(displays)) displays.clear();
+    displays.clear();
+    Try([this] { displays = desktop->ListDisplays(Clock::now() + kTimeout); });
     return displays.size();
   }
-  Frame Capture(const PixelRect& part, size_t index = 0) {
-    return desktop->Capture(displays.at(index), part, isGone);
+  // Empty when there is an error.
+  Frame Capture(const PixelRect& region, size_t index = 0) {
+    Frame frame;
+    Try([&] { frame = desktop->Capture(displays.at(index), region, Clock::now() + kTimeout); });
+    return frame;
   }
-  PixelRect Whole(size_t index = 0) const {
-    return {0, 0, displays.at(index).pixelWidth, displays.at(index).pixelHeight};
-  }
+  PixelRect Whole(size_t index = 0) const { return AllPixels(displays.at(index)); }
   // How many pixels of a frame are of another colour than `colorAt(x, y)`, 0xRRGGBB; -1 without
   // one.
   template <typename Color>
@@ -38,8 +47,22 @@ struct TestedDesktop {
   }
 
   std::unique_ptr<Desktop> desktop;
-  std::vector<Display> displays;
-  bool isGone = false;
+  std::vector<Display> displays = {};
+  Reason reason = Reason::kNone;  // of the last call's error
+  std::string problem = {};       // its message
+
+ private:
+  template <typename Call>
+  void Try(Call call) {
+    reason = Reason::kNone;
+    problem.clear();
+    try {
+      call();
+    } catch (const Error& error) {
+      reason = error.reason();
+      problem = error.what();
+    }
+  }
 };
 
 }  // namespace qrv::desktop

@@ -55,7 +55,7 @@ TEST(Wayland, ConvertsEveryFormatExactly) {
       setup.padding = 8;
       Screen screen(setup);
       EXPECT_EQ(screen.CountWrongNow(screen.Whole()), 0) << channels << " " << imageCopy;
-      EXPECT_STREQ(screen.desktop->Way(), imageCopy ? "ext-image-copy-capture" : "wlr-screencopy");
+      EXPECT_STREQ(screen.desktop->Backend(), imageCopy ? "ext-image-copy-capture" : "wlr-screencopy");
     }
   }
 }
@@ -143,15 +143,15 @@ void ExpectRecovery(const Misbehaviour& row, bool imageCopy) {
   EXPECT_EQ(screen.CountWrongNow(screen.Whole()), row.after == After::kFrame ? 0 : -1);
   EXPECT_LT(steady_clock::now() - start, std::chrono::seconds(5));
   const std::string peer =
-      row.after == After::kLost ? "Wayland compositor " + screen.compositor.path() : "";
-  EXPECT_EQ(screen.desktop->Problem(), peer + row.problem);
-  EXPECT_EQ(screen.isGone, row.after == After::kGone);
+      row.after == After::kLost ? "the Wayland compositor at " + screen.compositor.path() : "";
+  EXPECT_EQ(screen.problem, peer + row.problem);
+  EXPECT_EQ(screen.reason == Reason::kDisplayChanged, row.after == After::kGone);
   screen.compositor.script().fault = Fault::kNone;
   // One that did not answer gets little time to greet at first.
   while (row.after >= After::kGone && screen.List() == 0 &&
          steady_clock::now() - start < std::chrono::seconds(20)) {
   }
-  EXPECT_EQ(screen.CountWrongNow(screen.Whole()), 0) << screen.desktop->Problem();
+  EXPECT_EQ(screen.CountWrongNow(screen.Whole()), 0) << screen.problem;
 }
 
 TEST(Wayland, IsRightOrNilWhateverTheCompositorDoes) {
@@ -194,7 +194,7 @@ TEST(Wayland, TakesTheFormatThatIsOfferedNow) {
     Screen screen(setup);
     screen.compositor.script().fault = fault;
     if (fault != Fault::kNone) screen.format = kXbgr;
-    EXPECT_EQ(screen.CountWrongNow(screen.Whole()), 0) << screen.desktop->Problem();
+    EXPECT_EQ(screen.CountWrongNow(screen.Whole()), 0) << screen.problem;
   }
 }
 

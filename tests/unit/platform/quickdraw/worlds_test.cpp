@@ -3,7 +3,7 @@
 
 #include <random>
 
-#include <QRV/Desktop.h>
+#include "platform/desktop/session.h"
 #include "platform/quickdraw/quickdraw.h"
 
 static bool operator==(const Rect& first, const Rect& second) {

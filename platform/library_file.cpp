@@ -1,8 +1,7 @@
-// Shared libraries as files, looked at before the loader maps them.
+#include "platform/library_file.h"
+
 #include <elf.h>
 #include <link.h>
-
-#include <QRV/Desktop.h>
 
 #include <algorithm>
 #include <cstdint>

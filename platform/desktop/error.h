@@ -1,0 +1,45 @@
+// Why a desktop could not do what it was asked: the platform's one exception beside std::bad_alloc.
+// Neither leaves the frameworks' functions.
+#ifndef PLATFORM_DESKTOP_ERROR_H_
+#define PLATFORM_DESKTOP_ERROR_H_
+
+#include <screenshotqrv/platform.h>
+
+#include <cstdint>
+#include <exception>
+#include <string>
+#include <utility>
+
+namespace qrv::desktop {
+
+// The numbers are those that hosts get.
+enum class Reason : int32_t {
+  kNone = kQRVNoFailure,
+  kNoDesktop = kQRVNoDesktop,
+  kBadChoice = kQRVBadChoice,
+  kUnreachable = kQRVUnreachable,
+  kTimeout = kQRVTimeout,
+  kRefused = kQRVRefused,
+  kDisplayChanged = kQRVDisplayChanged,
+  kUnsupported = kQRVUnsupported,
+  kNoMemory = kQRVOutOfMemory,
+};
+
+inline constexpr char kNoMemoryMessage[] = "out of memory";
+
+class Error : public std::exception {
+ public:
+  // The message is one line for a person, without a full stop.
+  Error(Reason reason, std::string message) : reason_(reason), message_(std::move(message)) {}
+
+  Reason reason() const { return reason_; }
+  const char* what() const noexcept override { return message_.c_str(); }
+
+ private:
+  Reason reason_;
+  std::string message_;
+};
+
+}  // namespace qrv::desktop
+
+#endif  // PLATFORM_DESKTOP_ERROR_H_

@@ -1,0 +1,40 @@
+// The backends that capture outputs, and which one is taken.
+#ifndef PLATFORM_DESKTOP_WAYLAND_BACKEND_H_
+#define PLATFORM_DESKTOP_WAYLAND_BACKEND_H_
+
+#include <memory>
+
+#include "platform/desktop/error.h"
+#include "platform/desktop/frame.h"
+#include "platform/desktop/waiting.h"
+#include "platform/desktop/wayland/connection.h"
+#include "platform/desktop/wayland/screen.h"
+
+namespace qrv::desktop::wayland {
+
+class Backend {
+ public:
+  Backend() = default;
+  Backend(const Backend&) = delete;
+  Backend& operator=(const Backend&) = delete;
+  virtual ~Backend() = default;
+
+  // A region of the output's pixels, upright, by the deadline, other than for a person's answer.
+  // Throws Error.
+  virtual Frame Capture(const PlacedOutput& output, const PixelRect& region, Deadline deadline) = 0;
+
+  // What a person finds in the compositor's documentation.
+  virtual const char* Name() const = 0;
+};
+
+// The first backend that is there, as a table in backend.cpp orders them; or the portal alone.
+// Throws Error when there is none: it says what each of them lacks.
+std::unique_ptr<Backend> ChooseBackend(Connection& connection, const Screen& screen, bool byPortal);
+
+inline constexpr char kNotOffered[] = "not offered";
+inline constexpr char kOutputChanged[] = "the display has changed since it was listed";
+inline constexpr char kCaptureRefused[] = "the compositor refuses to give the pixels";
+
+}  // namespace qrv::desktop::wayland
+
+#endif  // PLATFORM_DESKTOP_WAYLAND_BACKEND_H_

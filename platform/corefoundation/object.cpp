@@ -1,5 +1,7 @@
 #include "platform/corefoundation/object.h"
 
+#include <string_view>
+
 // There is one allocator, the process's own, and functions that take one do not look at it.
 const CFAllocatorRef kCFAllocatorSystemDefault = nullptr;
 
@@ -10,8 +12,8 @@ void CFRelease(CFTypeRef object) {
 const void* CFDictionaryGetValue(CFDictionaryRef dictionary, const void* key) {
   if (dictionary == nullptr || key == nullptr) return nullptr;
   const std::string_view text = static_cast<CFStringRef>(key)->characters;
-  for (const auto& [name, value] : dictionary->entries) {
-    if (name == text) return value;
+  for (int i = 0; i < dictionary->count; ++i) {
+    if (text == dictionary->entries[i].key) return &dictionary->entries[i].number;
   }
   return nullptr;
 }

@@ -4,14 +4,9 @@
 
 #include <CoreFoundation/CoreFoundation.h>
 
-#include <string>
-#include <utility>
-#include <vector>
-
 namespace qrv::corefoundation {
 
-// Begins with one reference. Every reference type of CoreFoundation but the
-// constant strings points to one of these.
+// Begins with one reference.
 class Object {
  public:
   Object() = default;
@@ -29,20 +24,18 @@ class Object {
 
 }  // namespace qrv::corefoundation
 
-struct __CFNumber final : qrv::corefoundation::Object {
-  explicit __CFNumber(SInt32 number) : value(number) {}
-  const SInt32 value;
+// The modes of displays are not objects: they are valid until the next one, and are not released.
+struct __CFNumber {
+  SInt32 value;
 };
 
-// Numbers by string keys; owns both.
-struct __CFDictionary final : qrv::corefoundation::Object {
-  void Add(std::string key, SInt32 value) {
-    entries.emplace_back(std::move(key), new __CFNumber(value));
-  }
-  ~__CFDictionary() override {
-    for (const auto& entry : entries) entry.second->Release();
-  }
-  std::vector<std::pair<std::string, const __CFNumber*>> entries;
+struct __CFDictionary {
+  struct Entry {
+    const char* key;
+    __CFNumber number;
+  };
+  Entry entries[2];
+  int count;
 };
 
 #endif  // PLATFORM_COREFOUNDATION_OBJECT_H_

@@ -6,24 +6,18 @@
 
 #include <algorithm>
 #include <bit>
-#include <memory>
+#include <optional>
 #include <vector>
 
 #include "platform/corefoundation/object.h"
 #include "platform/desktop/session.h"
 #include "platform/desktop/system_version.h"
-#include "platform/guarded.h"
 
 using qrv::desktop::Display;
 
 namespace {
 
 constexpr size_t kMaskBits = 32;
-
-struct DictionaryRelease {
-  void operator()(__CFDictionary* dictionary) const { dictionary->Release(); }
-};
-using Dictionary = std::unique_ptr<__CFDictionary, DictionaryRelease>;
 
 // The first system whose display modes state their samples, and that reads displays back.
 constexpr qrv::desktop::Version kModesStateSamples = {10, 5};
@@ -33,16 +27,8 @@ bool IsReadBack(const Display& display) {
   return display.bitsPerSample >= 8 && display.samplesPerPixel >= 3;
 }
 
-Dictionary MakeMode(const Display& display) {
-  Dictionary mode(new __CFDictionary);
-  if (!qrv::desktop::SystemIsAtLeast(kModesStateSamples)) return mode;
-  mode->Add("BitsPerSample", display.bitsPerSample);
-  mode->Add("SamplesPerPixel", display.samplesPerPixel);
-  // A caller that asks for the modes of several displays reads them into a picture next, and looks
-  // at no failure any more. So a display that can't be captured has no mode.
-  if (IsReadBack(display) && !qrv::desktop::FrameBuffer(display)) return nullptr;
-  return mode;
-}
+// Of the latest call.
+__CFDictionary currentMode;
 
 }  // namespace
 
@@ -72,13 +58,18 @@ CGRect CGDisplayBounds(CGDirectDisplayID display) {
           {static_cast<CGFloat>(bounds.width), static_cast<CGFloat>(bounds.height)}};
 }
 
-CFDictionaryRef CGDisplayCurrentMode(CGDirectDisplayID display) {
-  static Dictionary currentMode;  // of the latest call
-  currentMode.reset();
-  return qrv::Guarded<CFDictionaryRef>(nullptr, [=] {
-    if (const auto found = qrv::desktop::FindDisplay(display)) currentMode = MakeMode(*found);
-    return currentMode.get();
-  });
+CFDictionaryRef CGDisplayCurrentMode(CGDirectDisplayID id) {
+  const std::optional<Display> display = qrv::desktop::FindDisplay(id);
+  if (!display) return nullptr;
+  currentMode.count = 0;
+  if (!qrv::desktop::SystemIsAtLeast(kModesStateSamples)) return &currentMode;
+  // A caller that asks for the modes of several displays reads them into a picture next, and looks
+  // at no failure any more. So a display that can't be captured has no mode.
+  if (IsReadBack(*display) && !qrv::desktop::FrameBuffer(*display)) return nullptr;
+  currentMode = {{{"BitsPerSample", {display->bitsPerSample}},
+                  {"SamplesPerPixel", {display->samplesPerPixel}}},
+                 2};
+  return &currentMode;
 }
 
 CGOpenGLDisplayMask CGDisplayIDToOpenGLDisplayMask(CGDirectDisplayID display) {

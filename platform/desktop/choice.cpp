@@ -148,7 +148,8 @@ int32_t KindOf(const Choice& choice) {
 }
 
 const char* DesktopChoices() noexcept {
-  static const std::string choices = Choices();
+  // Never destroyed: it may be asked for at the end of a process.
+  static const std::string& choices = *new std::string(Choices());
   return choices.c_str();
 }
 

@@ -1,7 +1,9 @@
 #include "platform/desktop/session.h"
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
+#include <climits>
 #include <cstdio>
 #include <memory>
 #include <new>
@@ -16,11 +18,11 @@ namespace qrv::desktop {
 namespace {
 
 // What a call of a method may wait in all, from its first list of displays on.
-constexpr std::chrono::milliseconds kCallTime{4400};
+constexpr std::chrono::milliseconds kCallTime{4200};
 // A method goes on to its next strategy as soon as a desktop has timed out, and lists the displays
 // again. That list belongs to the same call, whose time is over; a desktop that runs again answers
 // in this time.
-constexpr std::chrono::milliseconds kTimeAfterTimeout{500};
+constexpr std::chrono::milliseconds kTimeAfterTimeout{400};
 constexpr std::chrono::milliseconds kSameCall{100};
 
 class Session {
@@ -173,16 +175,40 @@ Session* TheSession() {
   return session;
 }
 
-// When the library is unloaded, or the process ends, everything is given back. A thread of the
-// process that captures until the very end finds a session that is new.
+// Calls under way, in whatever thread; negative while the session is closed.
+std::atomic<int> calls{0};
+constexpr int kClosing = INT_MIN / 2;
+
+class CallUnderWay {
+ public:
+  CallUnderWay() : isOpen_(calls.fetch_add(1) >= 0) {}
+  CallUnderWay(const CallUnderWay&) = delete;
+  CallUnderWay& operator=(const CallUnderWay&) = delete;
+  ~CallUnderWay() { calls.fetch_sub(1); }
+
+  bool isOpen() const { return isOpen_; }
+
+ private:
+  bool isOpen_;
+};
+
+// When the library is unloaded, everything is given back. The same happens at the end of a process,
+// where other threads may still capture: a call under way keeps what it has, and one that comes
+// later begins with a new session, in which a capture that began before has failed.
 [[gnu::destructor]] void CloseSession() {
+  int none = 0;
+  if (!calls.compare_exchange_strong(none, kClosing)) return;
   TheSession()->~Session();
   new (TheSession()) Session;
+  TheSession()->Fail(Reason::kUnreachable, "the process ends");
+  calls.fetch_sub(kClosing);
 }
 
 template <typename Call>
 auto Guarded(Call call) noexcept -> decltype(call(*TheSession())) {
   const NoCancellation noCancellation;
+  const CallUnderWay underWay;
+  if (!underWay.isOpen()) return {};
   try {
     return call(*TheSession());
   } catch (const Error& error) {
@@ -219,7 +245,12 @@ Frame FrameBuffer(const Display& display) noexcept {
   return Guarded([&](Session& session) { return session.FrameBuffer(display); });
 }
 
-void DropFrameBuffer(uint32_t displayId) noexcept { TheSession()->DropFrameBuffer(displayId); }
+void DropFrameBuffer(uint32_t displayId) noexcept {
+  Guarded([=](Session& session) {
+    session.DropFrameBuffer(displayId);
+    return true;
+  });
+}
 
 void RecordReadBack() noexcept { TheSession()->Record(Strategy::kOpenGL); }
 
@@ -227,7 +258,9 @@ void FailCapture(Reason reason, const char* message) noexcept {
   TheSession()->Fail(reason, message);
 }
 
-bool HasCaptureFailed() noexcept { return TheSession()->hasFailed(); }
+bool HasCaptureFailed() noexcept {
+  return !Guarded([](Session& session) { return !session.hasFailed(); });
+}
 
 Status CurrentStatus() noexcept { return TheSession()->GetStatus(); }
 

@@ -1,12 +1,11 @@
 #include "platform/quickdraw/device.h"
 
 #include <algorithm>
+#include <array>
 #include <limits>
-#include <memory>
 #include <vector>
 
 #include "platform/desktop/session.h"
-#include "platform/guarded.h"
 #include "platform/quickdraw/pixel_map.h"
 #include "platform/quickdraw/quickdraw.h"
 
@@ -23,8 +22,8 @@ struct Device {
 };
 
 // The first `liveCount` devices stand for the displays of the latest list, in its order. The others
-// are kept for the handles to them that programs may still have.
-std::vector<std::unique_ptr<Device>> devices;
+// are there for the handles to them that programs may still have. Displays beyond are left out.
+std::array<Device, 256> devices;
 size_t liveCount = 0;
 
 short Saturate(int64_t coordinate) {
@@ -47,27 +46,22 @@ void Fill(Device& device, const desktop::Display& display) {
 }
 
 void FillAll(const std::vector<desktop::Display>& displays) {
-  while (devices.size() < displays.size()) devices.push_back(std::make_unique<Device>());
-  for (size_t i = 0; i < displays.size(); ++i) Fill(*devices[i], displays[i]);
-  for (size_t i = 1; i < displays.size(); ++i) {
-    devices[i - 1]->record.gdNextGD = devices[i]->handle();
-  }
-  liveCount = displays.size();
+  liveCount = std::min(displays.size(), devices.size());
+  for (size_t i = 0; i < liveCount; ++i) Fill(devices[i], displays[i]);
+  for (size_t i = 1; i < liveCount; ++i) devices[i - 1].record.gdNextGD = devices[i].handle();
 }
 
 GDHandle RefreshDevices() {
-  return Guarded<GDHandle>(nullptr, [] {
-    liveCount = 0;
-    if (const auto* displays = desktop::RefreshDisplays()) FillAll(*displays);
-    return liveCount == 0 ? nullptr : devices.front()->handle();
-  });
+  liveCount = 0;
+  if (const auto* displays = desktop::RefreshDisplays()) FillAll(*displays);
+  return liveCount == 0 ? nullptr : devices.front().handle();
 }
 
 template <typename Test>
-const Device* FindDeviceThat(Test test) {
-  const auto end = devices.begin() + static_cast<std::ptrdiff_t>(liveCount);
-  const auto found = std::find_if(devices.begin(), end, test);
-  return found == end ? nullptr : found->get();
+Device* FindDeviceThat(Test test) {
+  auto* const end = devices.data() + liveCount;
+  auto* const found = std::find_if(devices.data(), end, test);
+  return found == end ? nullptr : found;
 }
 
 template <typename Test>
@@ -79,11 +73,11 @@ const desktop::Display* FindScreenThat(Test test) {
 }  // namespace
 
 const desktop::Display* FindScreen(PixMapHandle map) {
-  return FindScreenThat([=](const auto& device) { return device->map.handle() == map; });
+  return FindScreenThat([=](Device& device) { return device.map.handle() == map; });
 }
 
 const desktop::Display* FindScreen(const void* mapIdentity) {
-  return FindScreenThat([=](const auto& device) { return device->map.identity() == mapIdentity; });
+  return FindScreenThat([=](const auto& device) { return device.map.identity() == mapIdentity; });
 }
 
 bool HasNoDevice() { return liveCount == 0; }
@@ -97,7 +91,6 @@ GDHandle GetDeviceList() { return RefreshDevices(); }
 GDHandle GetMainDevice() { return RefreshDevices(); }
 
 GDHandle GetNextDevice(GDHandle device) {
-  const Device* const found =
-      FindDeviceThat([=](const auto& each) { return each->handle() == device; });
+  const Device* const found = FindDeviceThat([=](Device& each) { return each.handle() == device; });
   return found == nullptr ? nullptr : found->record.gdNextGD;
 }

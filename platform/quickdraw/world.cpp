@@ -3,12 +3,12 @@
 
 #include <CoreServices/CoreServices.h>
 
-#include <algorithm>
+#include <cstdlib>
 #include <limits>
+#include <new>
 #include <utility>
-#include <vector>
 
-#include "platform/guarded.h"
+#include "platform/desktop/session.h"
 #include "platform/quickdraw/device.h"
 #include "platform/quickdraw/quickdraw.h"
 
@@ -21,21 +21,22 @@ constexpr uint64_t kMaxWorldBytes = std::numeric_limits<int32_t>::max();
 
 OpaqueGrafPtr defaultPort;
 GrafPtr current = &defaultPort;
-std::vector<std::unique_ptr<OpaqueGrafPtr>> worlds;
+GWorldPtr firstWorld = nullptr;
 
 template <typename Test>
 GWorldPtr FindWorldThat(Test test) {
-  const auto found = std::find_if(worlds.begin(), worlds.end(), test);
-  return found == worlds.end() ? nullptr : found->get();
+  GWorldPtr world = firstWorld;
+  while (world != nullptr && !test(*world)) world = world->next;
+  return world;
 }
 
 GWorldPtr FindWorld(PixMapHandle map) {
-  return FindWorldThat([=](const auto& each) { return each->map.handle() == map; });
+  return FindWorldThat([=](OpaqueGrafPtr& each) { return each.map.handle() == map; });
 }
 
 // The port as a world, or null when it is none that exists.
 GWorldPtr FindWorld(GrafPtr port) {
-  return FindWorldThat([=](const auto& each) { return each.get() == port; });
+  return FindWorldThat([=](OpaqueGrafPtr& each) { return &each == port; });
 }
 
 QDErr CreateWorld(GWorldPtr& result, short depth, const Rect& bounds) {
@@ -50,20 +51,26 @@ QDErr CreateWorld(GWorldPtr& result, short depth, const Rect& bounds) {
   if (uint64_t{usedBytes} * static_cast<uint64_t>(height) > kMaxWorldBytes) return memFullErr;
   const size_t rowBytes = (usedBytes + kRowAlignment - 1) / kRowAlignment * kRowAlignment;
 
-  auto world = std::make_unique<OpaqueGrafPtr>();
-  world->pixels.reset(static_cast<uint8_t*>(calloc(static_cast<size_t>(height), rowBytes)));
-  if (!world->pixels) return memFullErr;
+  auto* const world = new (std::nothrow) OpaqueGrafPtr;
+  if (world == nullptr) return memFullErr;
+  world->pixels = static_cast<uint8_t*>(calloc(static_cast<size_t>(height), rowBytes));
+  if (world->pixels == nullptr) {
+    delete world;
+    return memFullErr;
+  }
   world->rowBytes = rowBytes;
   world->layout = layout;
-  world->map.Fill(bounds, depth, reinterpret_cast<Ptr>(world->pixels.get()), rowBytes);
-  result = worlds.emplace_back(std::move(world)).get();
+  world->map.Fill(bounds, depth, reinterpret_cast<Ptr>(world->pixels), rowBytes);
+  world->next = std::exchange(firstWorld, world);
+  result = world;
   return noErr;
 }
 
 }  // namespace
 
 GWorldPtr FindWorld(const void* mapIdentity) {
-  return FindWorldThat([=](const auto& each) { return each->map.identity() == mapIdentity; });
+  return FindWorldThat(
+      [=](const OpaqueGrafPtr& each) { return each.map.identity() == mapIdentity; });
 }
 
 GrafPtr CurrentPort() { return current; }
@@ -76,12 +83,17 @@ QDErr NewGWorld(GWorldPtr* world, short depth, const Rect* bounds, CTabHandle, G
                 GWorldFlags) {
   if (world == nullptr || bounds == nullptr) return paramErr;
   *world = nullptr;
-  return qrv::Guarded<QDErr>(memFullErr, [=] { return CreateWorld(*world, depth, *bounds); });
+  return CreateWorld(*world, depth, *bounds);
 }
 
 void DisposeGWorld(GWorldPtr world) {
-  std::erase_if(worlds, [=](const auto& each) { return each.get() == world; });
+  GWorldPtr* link = &firstWorld;
+  while (*link != nullptr && *link != world) link = &(*link)->next;
+  if (*link == nullptr) return;
+  *link = world->next;
   if (current == world) current = &defaultPort;
+  free(world->pixels);
+  delete world;
 }
 
 void GetPort(GrafPtr* port) {

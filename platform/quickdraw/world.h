@@ -5,15 +5,9 @@
 #include <ApplicationServices/QuickDraw.h>
 
 #include <cstdint>
-#include <cstdlib>
-#include <memory>
 
 #include "platform/pixels/rows.h"
 #include "platform/quickdraw/pixel_map.h"
-
-struct FreeMemory {
-  void operator()(void* memory) const { free(memory); }
-};
 
 // A world, or the default port, which has none of this.
 struct OpaqueGrafPtr {
@@ -21,13 +15,14 @@ struct OpaqueGrafPtr {
 
   // The address of a pixel, counted from the top-left one.
   uint8_t* At(size_t column, size_t row) const {
-    return pixels.get() + row * rowBytes + column * layout->bytesPerPixel;
+    return pixels + row * rowBytes + column * layout->bytesPerPixel;
   }
 
-  std::unique_ptr<uint8_t, FreeMemory> pixels;  // rows from top to bottom
+  uint8_t* pixels = nullptr;  // rows from top to bottom
   size_t rowBytes = 0;
   const qrv::pixels::WorldLayout* layout = nullptr;
   qrv::quickdraw::OwnedMap map;
+  OpaqueGrafPtr* next = nullptr;  // of the worlds that exist
 };
 
 namespace qrv::quickdraw {

@@ -154,8 +154,17 @@ TEST_F(Guest, OfAFullServerNeedsOneClientSlotAndWritesNothing) {
 
 TEST_F(Guest, ThatIsUnloadedHoldsAsMuchAfterAllRoundsAsAfterTheFirst) {
   const Outcome outcome =
-      RunProgram({QRV_BUILD_DIR "/unload_probe", QRV_BUILD_DIR "/ScreenshotQRV.so", "300"});
+      RunProgram({QRV_BUILD_DIR "/end_probe", QRV_BUILD_DIR "/ScreenshotQRV.so", "300"});
   EXPECT_EQ(outcome.exitCode, 0) << outcome.output;
+}
+
+TEST_F(Guest, OfAHostThatEndsHarmsItNotWhateverItIsInTheMiddleOf) {
+  for (int i = 0; i < 60; ++i) {
+    const Outcome outcome =
+        RunProgram({QRV_BUILD_DIR "/end_probe", QRV_BUILD_DIR "/ScreenshotQRV.so", "exit",
+                    std::to_string(i * 100)});
+    ASSERT_EQ(outcome.exitCode, 0) << i << outcome.errors;
+  }
 }
 
 TEST_F(Guest, OfAHostThatExportsTheFrameworksNamesCallsNoneOfThem) {

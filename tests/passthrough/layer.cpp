@@ -85,7 +85,7 @@ void PoisonWhatIsNew() {
     if (error == noErr) {
       const Rect& area = (*world)->map.record().bounds;
       const auto rows = static_cast<size_t>(area.bottom - area.top);
-      memset((*world)->pixels.get(), kPoison, rows * (*world)->rowBytes);
+      memset((*world)->pixels, kPoison, rows * (*world)->rowBytes);
     }
     return error;
   };

@@ -15,7 +15,7 @@ class WorldPicture : public PluginTest {
     GWorldPtr world = nullptr;
     EXPECT_EQ(seam::NewGWorld.Pass(&world, depth, &bounds, nullptr, nullptr, 0), noErr);
     const auto size = static_cast<size_t>(bounds.bottom - bounds.top) * world->rowBytes;
-    for (size_t i = 0; i < size; ++i) world->pixels.get()[i] = static_cast<uint8_t>(i);
+    for (size_t i = 0; i < size; ++i) world->pixels[i] = static_cast<uint8_t>(i);
     return world;
   }
 

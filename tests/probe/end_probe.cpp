@@ -5,11 +5,13 @@
 
 #include <dlfcn.h>
 #include <link.h>
+#include <unistd.h>
 
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <string_view>
+#include <thread>
 
 #include "tests/support/holdings.h"
 
@@ -42,14 +44,23 @@ void* Resolve(std::string_view name) {
                                         : nullptr;
 }
 
-void Round(const char* path) {
+void* Load(const char* path) {
   void* const plugin = dlopen(path, RTLD_NOW | RTLD_LOCAL);
   if (plugin == nullptr) std::abort();
   reinterpret_cast<void (*)(void* (*)(const char*))>(dlsym(plugin, "REALPluginMain"))(
       [](const char* name) { return Resolve(name); });
+  return plugin;
+}
+
+void Capture() {
   int32_t width = 0, height = 0, rowBytes = 0;
   reinterpret_cast<void* (*)(int32_t&, int32_t&, int32_t&)>(rawPixels)(width, height, rowBytes);
   reinterpret_cast<void* (*)(int, int, int, int, int, int)>(scaledRect)(0, 0, 9, 9, 3, 3);
+}
+
+void Round(const char* path) {
+  void* const plugin = Load(path);
+  Capture();
   dlclose(plugin);
   dl_iterate_phdr(
       [](dl_phdr_info* library, size_t, void*) {
@@ -62,9 +73,24 @@ void Round(const char* path) {
       nullptr);
 }
 
+// The handler runs after the libraries' static objects are destroyed.
+[[noreturn]] void Exit(const char* path, int microseconds) {
+  if (microseconds == 0) std::atexit(Capture);
+  Load(path);
+  Capture();
+  if (microseconds != 0) {
+    std::thread([] {
+      for (;;) Capture();
+    }).detach();
+    usleep(static_cast<useconds_t>(microseconds));
+  }
+  std::exit(0);
+}
+
 }  // namespace
 
-int main(int, char** arguments) {
+int main(int count, char** arguments) {
+  if (count == 4) Exit(arguments[1], std::atoi(arguments[3]));
   const int rounds = std::atoi(arguments[2]);
   Round(arguments[1]);
   const qrv::testing::Holdings first;

@@ -11,7 +11,8 @@
 
 namespace qrv::desktop {
 
-// Calls end by their deadline, other than for a person's answer. They throw Error or std::bad_alloc.
+// Calls end by their deadline, other than for a person's answer. They throw Error or
+// std::bad_alloc.
 class Desktop {
  public:
   Desktop() = default;
@@ -22,15 +23,16 @@ class Desktop {
   // The displays as they are now, main display first. The next call after a failure tries again.
   virtual std::vector<Display> ListDisplays(Deadline deadline) = 0;
 
-  // The pixels of a region of a display of the latest list, as they are now. The region is not empty
-  // and lies within the display's pixels. Throws with Reason::kDisplayChanged when the display is
-  // gone or is another one now: it contributes nothing to a rectangle of several.
+  // The pixels of a region of a display of the latest list, as they are now. The region is not
+  // empty and lies within the display's pixels. Throws with Reason::kDisplayChanged when the
+  // display is gone or is another one now: it contributes nothing to a rectangle of several.
   virtual Frame Capture(const Display& display, const PixelRect& region, Deadline deadline) = 0;
 
   // What a person calls it: "X11 :0", "the virtual desktop". Lives as long as the desktop.
   virtual const char* Name() const = 0;
 
-  // The backend, as the other side's documentation calls it: "MIT-SHM". Empty before the first list.
+  // The backend, as the other side's documentation calls it: "MIT-SHM". Empty before the first
+  // list.
   virtual const char* Backend() const { return ""; }
 
   // One line on why the last capture was slower than it need be; empty when it wasn't. Valid until

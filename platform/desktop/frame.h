@@ -11,8 +11,8 @@
 
 namespace qrv::desktop {
 
-// Rows from top to bottom, 4 bytes per pixel: blue, green, red, unused. `owner` keeps `pixels` alive
-// and unchanged; a frame without an owner is empty.
+// Rows from top to bottom, 4 bytes per pixel: blue, green, red, unused. `owner` keeps `pixels`
+// alive and unchanged; a frame without an owner is empty.
 struct Frame {
   std::shared_ptr<void> owner;
   uint8_t* pixels = nullptr;

@@ -47,7 +47,8 @@ Frame ReconnectingDesktop::Capture(const Display& display, const PixelRect& regi
                                    Deadline deadline) {
   return Call([&] {
     if (link_ && link_->IsInherited()) link_.reset();
-    if (!link_) throw Error(Reason::kUnreachable, "the connection that listed the displays is gone");
+    if (!link_)
+      throw Error(Reason::kUnreachable, "the connection that listed the displays is gone");
     link_->BeginCall(deadline);
     return link_->Capture(display, region);
   });

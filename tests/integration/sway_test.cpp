@@ -93,8 +93,8 @@ TEST(Wayland, IsCapturedByEveryStrategyAndBeforeX11) {
   UseDesktop("wayland:wayland-7");
   EXPECT_FALSE(plugin.Main().has_value());
   EXPECT_EQ(std::string(QRVFailureMessage()), "the Wayland compositor at " +
-                                           socket.replace_filename("wayland-7").string() +
-                                           " can't be reached");
+                                                  socket.replace_filename("wayland-7").string() +
+                                                  " can't be reached");
 }
 
 }  // namespace

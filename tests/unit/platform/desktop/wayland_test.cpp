@@ -55,7 +55,8 @@ TEST(Wayland, ConvertsEveryFormatExactly) {
       setup.padding = 8;
       Screen screen(setup);
       EXPECT_EQ(screen.CountWrongNow(screen.Whole()), 0) << channels << " " << imageCopy;
-      EXPECT_STREQ(screen.desktop->Backend(), imageCopy ? "ext-image-copy-capture" : "wlr-screencopy");
+      EXPECT_STREQ(screen.desktop->Backend(),
+                   imageCopy ? "ext-image-copy-capture" : "wlr-screencopy");
     }
   }
 }

@@ -1,7 +1,9 @@
 #include "platform/desktop/choice.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <iterator>
 #include <string_view>
 #include <utility>
@@ -16,12 +18,12 @@ namespace qrv::desktop {
 
 // One line a kind of desktop, in the order of trying. All that depends on the kind is here.
 struct DesktopKind {
-  std::string_view name;             // as QRV_DESKTOP names it
-  std::string_view argument;         // what may follow "name:", in help
+  const char* name;                  // as QRV_DESKTOP names it
+  const char* argument;              // what may follow "name:", in help
   int32_t kind;                      // as hosts know it
+  bool isDefault;                    // taken without a choice when its name alone means something
   std::string (*defaultArgument)();  // what the name alone means here; empty for nothing
   const char* lack;                  // why the name alone means nothing
-  bool isDefault;                    // taken without a choice when its name alone means something
   std::unique_ptr<Desktop> (*open)(const std::string& argument);
   const char* example;  // of a choice with an argument
   const char* advice;   // when it can't be opened or reached
@@ -48,17 +50,17 @@ std::unique_ptr<Desktop> OpenX11(const std::string& display) {
 }
 
 constexpr DesktopKind kKinds[] = {
-    {"wayland", "SOCKET", kQRVWayland, [] { return Variable("WAYLAND_DISPLAY"); }, kNoSocket, true,
+    {"wayland", "SOCKET", kQRVWayland, true, [] { return Variable("WAYLAND_DISPLAY"); }, kNoSocket,
      [](const std::string& socket) { return OpenWaylandDesktop(socket, false); },
      "wayland:wayland-1", kWaylandAdvice},
-    {"portal", "SOCKET", kQRVWayland, [] { return Variable("WAYLAND_DISPLAY"); }, kNoSocket, false,
+    {"portal", "SOCKET", kQRVWayland, false, [] { return Variable("WAYLAND_DISPLAY"); }, kNoSocket,
      [](const std::string& socket) { return OpenWaylandDesktop(socket, true); }, "portal:wayland-1",
      kWaylandAdvice},
-    {"x11", "DISPLAY", kQRVX11, [] { return Variable("DISPLAY"); }, "DISPLAY is not set", true,
+    {"x11", "DISPLAY", kQRVX11, true, [] { return Variable("DISPLAY"); }, "DISPLAY is not set",
      OpenX11, "x11::0",
      "Check that the X server runs and that you may connect to it, or name another one like x11::1 "
      "(--desktop or QRV_DESKTOP)."},
-    {"virtual", "LAYOUT", kQRVVirtualDesktop, [] { return std::string(kDefaultLayout); }, "", false,
+    {"virtual", "LAYOUT", kQRVVirtualDesktop, false, [] { return std::string(kDefaultLayout); }, "",
      OpenVirtualDesktop, "virtual:1440x900+0+0,1280x1024+1440+0",
      "Write it like virtual:1440x900+0+0,1280x1024+1440+0."},
 };
@@ -102,8 +104,9 @@ Choice TakeDefault(std::string_view wanted) {
 }
 
 Choice TakeKind(const DesktopKind& kind, std::string_view wanted) {
-  if (wanted.size() > kind.name.size()) {
-    const std::string_view argument = wanted.substr(kind.name.size() + 1);
+  const size_t nameLength = std::strlen(kind.name);
+  if (wanted.size() > nameLength) {
+    const std::string_view argument = wanted.substr(nameLength + 1);
     if (!argument.empty()) return Taken(kind, std::string(argument));
     return Wrong("the desktop " + Quoted(wanted) + " names no " + std::string(kind.argument),
                  "Write it like " + std::string(kind.example) + ".");
@@ -111,16 +114,6 @@ Choice TakeKind(const DesktopKind& kind, std::string_view wanted) {
   std::string argument = kind.defaultArgument();
   if (argument.empty()) return Lacking(kind.lack);
   return Taken(kind, std::move(argument));
-}
-
-std::string Choices() {
-  std::string choices;
-  for (const DesktopKind& kind : kKinds) {
-    const bool isLast = &kind == std::end(kKinds) - 1;
-    choices += std::string(choices.empty() ? "" : ", ") + std::string(kind.name) +
-               (isLast ? " or " : ", ") + std::string(kind.name) + ":" + std::string(kind.argument);
-  }
-  return choices;
 }
 
 }  // namespace
@@ -135,7 +128,8 @@ Choice ReadChoice() {
     return wanted == kind.name || wanted.starts_with(std::string(kind.name) + ":");
   });
   if (found != std::end(kKinds)) return TakeKind(*found, wanted);
-  return Wrong("there is no desktop " + Quoted(wanted), "Use " + Choices() + ".");
+  return Wrong("there is no desktop " + Quoted(wanted),
+               "Use " + std::string(DesktopChoices()) + ".");
 }
 
 std::unique_ptr<Desktop> Open(const Choice& choice) {
@@ -148,9 +142,16 @@ int32_t KindOf(const Choice& choice) {
 }
 
 const char* DesktopChoices() noexcept {
-  // Never destroyed: it may be asked for at the end of a process.
-  static const std::string& choices = *new std::string(Choices());
-  return choices.c_str();
+  static char choices[160];
+  size_t length = 0;
+  for (const DesktopKind& kind : kKinds) {
+    const char* const before = length == 0 ? "" : ", ";
+    const char* const between = &kind == std::end(kKinds) - 1 ? " or" : ",";
+    const int added = std::snprintf(choices + length, sizeof choices - length, "%s%s%s %s:%s",
+                                    before, kind.name, between, kind.name, kind.argument);
+    length += static_cast<size_t>(std::max(added, 0));
+  }
+  return choices;
 }
 
 }  // namespace qrv::desktop

@@ -67,7 +67,7 @@ Frame WaylandLink::Capture(const Display& display, const PixelRect& region) {
   const PlacedOutput* const output = Find(display.id);
   if (output != nullptr && backend_) {
     try {
-      const Frame frame = backend_->Capture(*output, region, connection_->deadline());
+      Frame frame = backend_->Capture(*output, region, connection_->deadline());
       if (IsUnchanged(*output)) return frame;
     } catch (const Error&) {
       if (Clock::now() >= connection_->deadline()) throw;

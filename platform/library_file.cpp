@@ -1,7 +1,10 @@
 #include "platform/library_file.h"
 
+#include <dlfcn.h>
 #include <elf.h>
+#include <limits.h>
 #include <link.h>
+#include <stdlib.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -48,7 +51,26 @@ bool IsComplete(const std::filesystem::path& path) {
   });
 }
 
+// The process may change its working directory later.
+struct FolderAtLoad {
+  FolderAtLoad() noexcept {
+    Dl_info info;
+    if (dladdr(this, &info) == 0 || info.dli_fname == nullptr) return;
+    if (realpath(info.dli_fname, path) == nullptr) {
+      path[0] = '\0';
+      return;
+    }
+    if (char* separator = strrchr(path, '/')) *separator = '\0';
+  }
+
+  char path[PATH_MAX] = "";
+};
+
+const FolderAtLoad folderAtLoad;
+
 }  // namespace
+
+const char* OwnFolder() noexcept { return folderAtLoad.path; }
 
 bool IsWholeLibrary(const char* path) noexcept try {
   return IsComplete(path);

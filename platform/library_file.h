@@ -8,6 +8,10 @@ namespace qrv {
 // short would raise a signal later.
 bool IsWholeLibrary(const char* path) noexcept;
 
+// The folder of the library that this is linked into, as it was when that was loaded, with links
+// resolved; without a closing '/', and empty when it is unknown.
+const char* OwnFolder() noexcept;
+
 }  // namespace qrv
 
 #endif  // PLATFORM_LIBRARY_FILE_H_

@@ -1,46 +1,25 @@
 #include "platform/corefoundation/url.h"
 
-#include <dlfcn.h>
-#include <limits.h>
-
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <system_error>
 
 #include "platform/guarded.h"
+#include "platform/library_file.h"
 
 namespace qrv::corefoundation {
 namespace {
 
 constexpr FSRef kFrameworksReference = {{'F', 'r', 'a', 'm', 'e', 'w', 'o', 'r', 'k', 's'}};
 
-// The loader may know this library by a name relative to the folder that was current when it was
-// loaded, so the name is made absolute at that time.
-struct OwnFolder {
-  OwnFolder() noexcept {
-    Dl_info info;
-    if (dladdr(this, &info) == 0 || info.dli_fname == nullptr) return;
-    if (realpath(info.dli_fname, path) == nullptr) {
-      path[0] = '\0';
-      return;
-    }
-    if (char* separator = strrchr(path, '/')) *separator = '\0';
-  }
-
-  char path[PATH_MAX] = "";  // without a closing '/'; also empty when it can't be found out
-};
-
-const OwnFolder ownFolder;
-
-std::string FrameworksFolder() { return std::string(ownFolder.path) + "/Frameworks"; }
+std::string FrameworksFolder() { return std::string(qrv::OwnFolder()) + "/Frameworks"; }
 
 }  // namespace
 
 bool ReferToFrameworksFolder(FSRef& reference) noexcept {
   return Guarded(false, [&] {
     std::error_code error;
-    if (ownFolder.path[0] != '/' || !std::filesystem::is_directory(FrameworksFolder(), error)) {
+    if (*OwnFolder() != '/' || !std::filesystem::is_directory(FrameworksFolder(), error)) {
       return false;
     }
     reference = kFrameworksReference;

@@ -2,28 +2,19 @@
 
 #include <algorithm>
 #include <atomic>
-#include <chrono>
 #include <climits>
 #include <cstdio>
 #include <memory>
 #include <new>
 #include <utility>
 
+#include "platform/desktop/call_time.h"
 #include "platform/desktop/choice.h"
 #include "platform/desktop/desktop.h"
-#include "platform/desktop/person.h"
 #include "platform/desktop/signals.h"
 
 namespace qrv::desktop {
 namespace {
-
-// What a call of a method may wait in all, from its first list of displays on.
-constexpr std::chrono::milliseconds kCallTime{4200};
-// A method goes on to its next strategy as soon as a desktop has timed out, and lists the displays
-// again. That list belongs to the same call, whose time is over; a desktop that runs again answers
-// in this time.
-constexpr std::chrono::milliseconds kTimeAfterTimeout{400};
-constexpr std::chrono::milliseconds kSameCall{100};
 
 class Session {
  public:
@@ -47,8 +38,6 @@ class Session {
   };
 
   void Choose();
-  template <typename Operation>
-  auto Timed(Operation operation) -> decltype(operation(Deadline()));
   void Report(Reason reason, const char* message);
 
   Choice choice_;
@@ -57,8 +46,7 @@ class Session {
   bool isListed_ = false;
   std::vector<DisplayFrame> frameBuffers_;
   uint32_t strategies_ = 0;
-  Clock::duration timeLeft_ = kCallTime;  // of the call's
-  std::optional<Clock::time_point> lastTimeout_;
+  CallTime time_;
   bool hasFailed_ = false;
   Reason failure_ = Reason::kNone;
   char message_[320] = "";  // in place: to record that memory ran out takes none
@@ -72,29 +60,15 @@ void Session::Choose() {
   desktop_ = Open(choice_);
 }
 
-// Waiting uses up the call's time; a host's own work between two calls, or a person's answer,
-// doesn't.
-template <typename Operation>
-auto Session::Timed(Operation operation) -> decltype(operation(Deadline())) {
-  struct Stopwatch {
-    ~Stopwatch() { timeLeft -= Clock::now() - start - TakePersonTime(); }
-    Clock::duration& timeLeft;
-    Clock::time_point start = Clock::now();
-  };
-  const Stopwatch stopwatch{timeLeft_};
-  return operation(stopwatch.start + timeLeft_);
-}
-
 const std::vector<Display>* Session::Refresh() {
-  const bool isSameCall = lastTimeout_ && Clock::now() - *lastTimeout_ < kSameCall;
-  timeLeft_ = isSameCall ? kTimeAfterTimeout : kCallTime;
+  time_.Begin();
   isListed_ = false;
   hasFailed_ = false;
   Report(Reason::kNone, "");
   frameBuffers_.clear();
   displays_.clear();
   Choose();
-  displays_ = Timed([this](Deadline deadline) { return desktop_->ListDisplays(deadline); });
+  displays_ = time_.Spend([this](Deadline deadline) { return desktop_->ListDisplays(deadline); });
   isListed_ = true;
   return &displays_;
 }
@@ -120,7 +94,8 @@ Frame Session::Capture(const Display& display, const PixelRect& region) {
     throw Error(Reason::kDisplayChanged, "pixels outside of the display were asked for");
   }
   try {
-    return Timed([&](Deadline deadline) { return desktop_->Capture(display, region, deadline); });
+    return time_.Spend(
+        [&](Deadline deadline) { return desktop_->Capture(display, region, deadline); });
   } catch (const Error& error) {
     if (error.reason() != Reason::kDisplayChanged) throw;
     Report(error.reason(), error.what());
@@ -151,7 +126,7 @@ void Session::Report(Reason reason, const char* message) {
 void Session::Fail(Reason reason, const char* message) {
   if (!hasFailed_) Report(reason, message);
   hasFailed_ = true;
-  if (reason == Reason::kTimeout) lastTimeout_ = Clock::now();
+  if (reason == Reason::kTimeout) time_.RecordTimeout();
 }
 
 Status Session::GetStatus() const {

@@ -1,7 +1,12 @@
-// A host that loads and unloads the plug-in: `unload_probe PLUGIN ROUNDS` captures once by OpenGL
-// and once by QuickDraw in each round, and ends with 0 when every capture found pixels, nothing of
-// the product is loaded between two rounds, and it holds after the last round what it held after
-// the first. It links nothing of the platform, which goes with the plug-in.
+// A host that unloads the plug-in, or ends. It links nothing of the platform.
+//
+//   end_probe PLUGIN ROUNDS             loads, captures once by OpenGL and once by QuickDraw, and
+//                                       unloads. Ends with 0 when every capture found pixels,
+//                                       nothing of the product is loaded between two rounds, and it
+//                                       holds after the last round what it held after the first.
+//   end_probe PLUGIN exit MICROSECONDS  exits after that time while a thread captures; for 0,
+//                                       captures in a handler of the exit instead. Ends with 0
+//                                       unless it crashes.
 
 #include <dlfcn.h>
 #include <link.h>

@@ -16,11 +16,7 @@ constexpr char kFileName[] = "libScreenshotPortal.so";
 
 // Beside this library. It stays loaded: frames that lie in its memory may outlive all else.
 const Module& Load() {
-  static const int here = 0;
-  Dl_info info = {};
-  std::string path;
-  if (dladdr(&here, &info) != 0 && info.dli_fname != nullptr) path = info.dli_fname;
-  path.replace(path.rfind('/') + 1, std::string::npos, kFileName);
+  const std::string path = OwnFolder() + ("/" + std::string(kFileName));
   void* const library = IsWholeLibrary(path.c_str())
                             ? dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE)
                             : nullptr;

@@ -1,6 +1,6 @@
 // The desktop of a Wayland compositor. The jobs, each in files of its own: connection talks to the
-// compositor, screen makes displays of its outputs, pixels chooses the way to their pixels, and
-// each way is a file of that name; segments and shared_image are the memory that they share.
+// compositor, screen makes displays of its outputs, backend chooses what captures them, and each
+// backend is a file of its name; segments and shared_image are the memory that they share.
 #ifndef PLATFORM_DESKTOP_WAYLAND_DESKTOP_H_
 #define PLATFORM_DESKTOP_WAYLAND_DESKTOP_H_
 

@@ -19,6 +19,7 @@
 #include "tests/support/sway.h"
 #include "viewporter-client-protocol.h"
 #include "wayland-client.h"
+#include "xdg-output-unstable-v1-client-protocol.h"
 #include "xdg-shell-client-protocol.h"
 
 namespace {
@@ -36,6 +37,7 @@ wl_compositor* compositor;
 wl_shm* shm;
 xdg_wm_base* shell;
 wp_viewporter* viewporter;
+zxdg_output_manager_v1* logicalOutputs;
 std::deque<Filled> outputs;
 size_t undrawn;
 
@@ -80,7 +82,16 @@ const wl_output_listener kOutputListener = {
                const char* name) { static_cast<Filled*>(filled)->name = name; },
     .description = [](auto...) {}};
 
-// All but outputs at their first versions.
+// Of compositors whose wl_output has no name yet.
+const zxdg_output_v1_listener kLogicalListener = {
+    .logical_position = [](auto...) {},
+    .logical_size = [](auto...) {},
+    .done = [](auto...) {},
+    .name = [](void* filled, zxdg_output_v1*,
+               const char* name) { static_cast<Filled*>(filled)->name = name; },
+    .description = [](auto...) {}};
+
+// At their first versions, other than what names outputs.
 void Bind(void*, wl_registry* registry, uint32_t name, const char* interface, uint32_t version) {
   const auto bindTo = [&](auto*& object, const wl_interface& type, uint32_t highest = 1) {
     if (std::string_view(interface) != type.name) return;
@@ -91,6 +102,7 @@ void Bind(void*, wl_registry* registry, uint32_t name, const char* interface, ui
   bindTo(shm, wl_shm_interface);
   bindTo(shell, xdg_wm_base_interface);
   bindTo(viewporter, wp_viewporter_interface);
+  bindTo(logicalOutputs, zxdg_output_manager_v1_interface, ZXDG_OUTPUT_V1_NAME_SINCE_VERSION);
   wl_output* output = nullptr;
   bindTo(output, wl_output_interface, WL_OUTPUT_NAME_SINCE_VERSION);
   if (output == nullptr) return;
@@ -135,8 +147,14 @@ int main(int count, char** words) {
   const wl_registry_listener listener = {.global = Bind,
                                          .global_remove = [](void*, wl_registry*, uint32_t) {}};
   wl_registry_add_listener(wl_display_get_registry(display), &listener, nullptr);
-  // The globals; then the outputs' names.
+  // The globals; then the outputs' names, one way or the other.
   for (int i = 0; i < 2; ++i) wl_display_roundtrip(display);
+  for (Filled& each : outputs) {
+    if (!each.name.empty() || logicalOutputs == nullptr) continue;
+    zxdg_output_v1_add_listener(zxdg_output_manager_v1_get_xdg_output(logicalOutputs, each.output),
+                                &kLogicalListener, &each);
+  }
+  wl_display_roundtrip(display);
   if (shell == nullptr || static_cast<size_t>(count) != outputs.size() * 5 + 1) return 1;
   xdg_wm_base_add_listener(shell, &kShellListener, nullptr);
   for (size_t i = 0; i < outputs.size(); ++i) {

@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <limits.h>
 #include <signal.h>
+#include <sys/stat.h>
 #include <stdio.h>
 #include <string.h>
 #include <unistd.h>
@@ -155,8 +156,13 @@ void Discard() {
 
 int CreatePendingFile(const std::string& target) {
   const SignalsBlocked blocked;
-  const int descriptor = CreateNameless(target.c_str());
-  return descriptor >= 0 ? descriptor : CreateNamed(target.c_str());
+  int descriptor = CreateNameless(target.c_str());
+  if (descriptor < 0) descriptor = CreateNamed(target.c_str());
+  struct stat replaced = {};
+  if (descriptor >= 0 && stat(target.c_str(), &replaced) == 0 && S_ISREG(replaced.st_mode)) {
+    fchmod(descriptor, replaced.st_mode & 0777);
+  }
+  return descriptor;
 }
 
 bool SettlePendingFile(const char* target) noexcept {

@@ -10,7 +10,8 @@
 
 namespace qrv::cli {
 
-// Creates the pending file, one at a time, in the folder of `target`, which is to become its name.
+// Creates the pending file, one at a time, in the folder of `target`, which is to become its name,
+// with the permissions of a file that has that name.
 // A descriptor, or -1 and errno.
 int CreatePendingFile(const std::string& target);
 

@@ -158,9 +158,9 @@ std::string ProgressOn(bool isTerminal, useconds_t pause) {
     return 0;
   }));
   fcntl(ends[0], F_SETFL, O_NONBLOCK);
-  char text[256] = {};
-  read(ends[0], text, sizeof text - 1);
-  return text;
+  char text[256];
+  const ssize_t length = read(ends[0], text, sizeof text);
+  return {text, static_cast<size_t>(std::max<ssize_t>(length, 0))};
 }
 
 TEST(Progress, IsShownOnATerminalAfterASecondAndWiped) {

@@ -1,20 +1,29 @@
-// Words of another process, fit to be told in one line.
+// Text of another process, fit for a person to read in one line.
 #ifndef PLATFORM_DESKTOP_ONE_LINE_H_
 #define PLATFORM_DESKTOP_ONE_LINE_H_
 
-#include <algorithm>
 #include <cstddef>
 #include <string>
+#include <string_view>
 
 namespace qrv::desktop {
 
-// Their start, with a blank for each control character.
-inline std::string InOneLine(std::string words) {
-  constexpr size_t kMostWords = 120;  // bytes
-  words.resize(std::min(words.size(), kMostWords));
-  std::replace_if(
-      words.begin(), words.end(), [](unsigned char c) { return c < ' ' || c == 127; }, ' ');
-  return words;
+inline constexpr size_t kMostText = 120;  // bytes
+
+// Its start, in whole characters of UTF-8: with a blank for each control character, a question mark
+// for each byte that is part of no character, and without characters that are invisible or turn the
+// direction of the text around them.
+std::string InOneLine(std::string_view text, size_t mostBytes = kMostText);
+
+// Copies text with a final zero, cut at the end of a character where it is too long.
+template <size_t kBytes>
+void CopyText(char (&to)[kBytes], std::string_view text) {
+  size_t end = text.size();
+  if (end >= kBytes) {
+    end = kBytes - 1;
+    while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80) --end;
+  }
+  to[text.copy(to, end)] = '\0';
 }
 
 }  // namespace qrv::desktop

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <atomic>
 #include <climits>
-#include <cstdio>
 #include <memory>
 #include <new>
 #include <utility>
@@ -11,6 +10,7 @@
 #include "platform/desktop/call_time.h"
 #include "platform/desktop/choice.h"
 #include "platform/desktop/desktop.h"
+#include "platform/desktop/one_line.h"
 #include "platform/desktop/signals.h"
 
 namespace qrv::desktop {
@@ -119,7 +119,7 @@ void Session::DropFrameBuffer(uint32_t id) {
 
 void Session::Report(Reason reason, const char* message) {
   failure_ = reason;
-  std::snprintf(message_, sizeof message_, "%s", message);
+  CopyText(message_, message);
 }
 
 // The first reason is the one to report.

@@ -3,7 +3,6 @@
 #include <xcb/randr.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <iterator>
 #include <optional>
 #include <string>
@@ -59,8 +58,7 @@ void NameDisplays(Connection& connection, std::vector<PlacedDisplay>& displays,
     if (requests[i]) reply = connection.Await(*requests[i]);
     if (!reply) continue;
     const auto bytes = reply->TakeBytes(reply->Take<xcb_get_atom_name_reply_t>().name_len);
-    const std::string name = InOneLine({bytes.begin(), bytes.end()});
-    std::snprintf(displays[i].display.name, sizeof displays[i].display.name, "%s", name.c_str());
+    CopyText(displays[i].display.name, InOneLine(std::string(bytes.begin(), bytes.end())));
   }
 }
 

@@ -5,6 +5,7 @@
 #include <chrono>
 #include <string>
 
+#include "platform/desktop/one_line.h"
 #include "platform/desktop/person.h"
 #include "platform/desktop/portal/module_interface.h"
 #include "platform/library_file.h"
@@ -37,6 +38,7 @@ class LibraryBackend : public wayland::Backend {
       : module_(module), backend_(backend), name_(name) {}
   ~LibraryBackend() override { module_.close(backend_); }
 
+  void BeginCapture() override { module_.beginCapture(backend_); }
   Frame Capture(const wayland::PlacedOutput& output, const PixelRect& region,
                 Deadline deadline) override {
     ModuleFrame captured;
@@ -55,21 +57,34 @@ class LibraryBackend : public wayland::Backend {
   const char* name_;
 };
 
-// What a person takes to answer is not the call's time.
+// A no is the answer for all of a call, and so is whatever else the portal could not do: the next
+// strategy lists the displays again, where it must over another connection, and does not ask again.
+constexpr std::chrono::seconds kAnswerLife{1};
+ModuleError theRefusal;
+Deadline refusedUntil;
+
 class PortalBackend : public LibraryBackend {
  public:
   using LibraryBackend::LibraryBackend;
 
   Frame Capture(const wayland::PlacedOutput& output, const PixelRect& region,
                 Deadline deadline) override {
-    struct Stopwatch {
-      ~Stopwatch() { AddPersonTime(Clock::now() - start); }
-      Clock::time_point start = Clock::now();
-    };
-    const Stopwatch stopwatch;
-    return LibraryBackend::Capture(output, region, deadline);
+    if (Clock::now() < refusedUntil) throw Error(theRefusal.reason, theRefusal.message);
+    try {
+      return LibraryBackend::Capture(output, region, deadline);
+    } catch (const Error& error) {
+      theRefusal.reason = error.reason();
+      CopyText(theRefusal.message, error.what());
+      refusedUntil = Clock::now() + kAnswerLife;
+      throw;
+    }
   }
 };
+
+// What a person takes to answer is not the call's time.
+constexpr PersonCalls kPersonCalls = {ReportWaiting, [](int64_t nanoseconds) {
+                                        AddPersonTime(std::chrono::nanoseconds(nanoseconds));
+                                      }};
 
 }  // namespace
 
@@ -86,7 +101,7 @@ std::unique_ptr<wayland::Backend> OpenKWin(const std::vector<wayland::PlacedOutp
 std::unique_ptr<wayland::Backend> OpenPortal(Deadline deadline) {
   const Module& module = Load();
   ModuleError error;
-  ModuleBackend* const backend = module.openPortal(ReportWaiting, Nanoseconds(deadline), error);
+  ModuleBackend* const backend = module.openPortal(kPersonCalls, Nanoseconds(deadline), error);
   if (backend == nullptr) throw Error(error.reason, error.message);
   return std::make_unique<PortalBackend>(module, backend, "desktop portal");
 }

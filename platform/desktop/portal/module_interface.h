@@ -27,15 +27,21 @@ struct ModuleError {
 // A backend of the module.
 struct ModuleBackend;
 
+// What the module calls while a capture waits for a person: once with a message, if that takes
+// more than a moment; and with the time that it took.
+struct PersonCalls {
+  void (*report)(const char* message);
+  void (*addTime)(int64_t nanoseconds);
+};
+
 // Deadlines are in nanoseconds of the monotonic clock. Functions that return a pointer or a bool
 // fail with null or false, and fill in the error.
 struct Module {
   // `output` is one of the compositor's.
   ModuleBackend* (*openKWin)(const wayland::PlacedOutput& output, int64_t deadline,
                              ModuleError& error);
-  // `report` is called with a message while a capture waits for a person.
-  ModuleBackend* (*openPortal)(void (*report)(const char* message), int64_t deadline,
-                               ModuleError& error);
+  ModuleBackend* (*openPortal)(const PersonCalls& person, int64_t deadline, ModuleError& error);
+  void (*beginCapture)(ModuleBackend* backend);
   bool (*capture)(ModuleBackend* backend, const wayland::PlacedOutput& output,
                   const PixelRect& region, int64_t deadline, ModuleFrame& frame,
                   ModuleError& error);

@@ -36,15 +36,17 @@ constexpr BackendKind kBackends[] = {
 std::unique_ptr<Backend> ChooseBackend(Connection& connection, const Screen& screen,
                                        bool byPortal) {
   std::string reasons;
+  Reason reason = Reason::kUnsupported;
   for (const BackendKind& kind : kBackends) {
     if (byPortal && !kind.isPortal) continue;
     try {
       return kind.open(connection, screen);
     } catch (const Error& error) {
       reasons += (reasons.empty() ? "" : "; ") + std::string(kind.name) + ": " + error.what();
+      if (error.reason() == Reason::kTimeout) reason = Reason::kTimeout;
     }
   }
-  throw Error(Reason::kUnsupported, "there is no way to the compositor's pixels (" + reasons + ")");
+  throw Error(reason, "there is no way to the compositor's pixels (" + reasons + ")");
 }
 
 }  // namespace qrv::desktop::wayland

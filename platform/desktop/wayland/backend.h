@@ -19,6 +19,9 @@ class Backend {
   Backend& operator=(const Backend&) = delete;
   virtual ~Backend() = default;
 
+  // Captures from now on are another call's.
+  virtual void BeginCapture() {}
+
   // A region of the output's pixels, upright, by the deadline, other than for a person's answer.
   // Throws Error.
   virtual Frame Capture(const PlacedOutput& output, const PixelRect& region, Deadline deadline) = 0;

@@ -44,6 +44,7 @@ std::vector<Display> WaylandLink::ListDisplays() {
   outputs_ = PlaceOutputs(screen_.outputs());
   if (outputs_.empty()) throw Error(Reason::kUnsupported, "the Wayland compositor has no display");
   if (!backend_) backend_ = ChooseBackend(*connection_, screen_, byPortal_);
+  backend_->BeginCapture();
   std::vector<Display> displays;
   for (const PlacedOutput& each : outputs_) displays.push_back(each.display);
   return displays;

@@ -9,12 +9,23 @@
 
 namespace qrv::desktop::wayland {
 
+// What all outputs take together.
+struct Space {
+  PixelRect units;  // in the compositor's space
+  // The outputs' pixels per unit lie between these two. They include 1, and that sizes in units are
+  // rounded.
+  double leastDensity = 1;
+  double mostDensity = 1;
+
+  bool operator==(const Space&) const = default;
+};
+
 struct PlacedOutput {
   Display display;
   uint32_t object = 0;
   Orientation orientation = Orientation::kUpright;  // of its pixels before they are turned
   PixelRect logical;                                // in the compositor's space
-  PixelRect desktop;                                // the space that all outputs take together
+  Space desktop;
 
   bool operator==(const PlacedOutput&) const = default;
 };

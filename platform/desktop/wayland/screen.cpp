@@ -1,11 +1,11 @@
 #include "platform/desktop/wayland/screen.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <iterator>
 #include <string_view>
 #include <utility>
 
+#include "platform/desktop/one_line.h"
 #include "platform/desktop/pixel_format.h"
 #include "platform/desktop/wayland/protocol.h"
 
@@ -50,7 +50,7 @@ bool Place(const Output& output, PlacedOutput& placed) {
     placed.logical = {output.x, output.y, display.pixelWidth / scale, display.pixelHeight / scale};
   }
   SetDepth(32, display);  // that is how compositors keep pixels, whatever they send to the screen
-  std::snprintf(display.name, sizeof display.name, "%s", output.label.c_str());
+  CopyText(display.name, InOneLine(output.label));
   return IsSide(display.pixelWidth) && IsSide(display.pixelHeight) &&
          IsSide(placed.logical.width) && IsSide(placed.logical.height) &&
          IsPlace(placed.logical.x) && IsPlace(placed.logical.y);
@@ -114,6 +114,22 @@ PixelRect Union(const PixelRect& a, const PixelRect& b) {
           std::max(a.y + a.height, b.y + b.height) - y};
 }
 
+// Sizes in units are rounded, up or down.
+void AddDensity(int32_t pixels, int32_t units, Space& space) {
+  space.leastDensity = std::min(space.leastDensity, pixels / (units + 1.0));
+  space.mostDensity = std::max(space.mostDensity, pixels / (units - 0.5));
+}
+
+Space SpaceOf(const std::vector<PlacedOutput>& outputs) {
+  Space space = {outputs.front().logical};
+  for (const PlacedOutput& each : outputs) {
+    space.units = Union(space.units, each.logical);
+    AddDensity(each.display.pixelWidth, each.logical.width, space);
+    AddDensity(each.display.pixelHeight, each.logical.height, space);
+  }
+  return space;
+}
+
 }  // namespace
 
 std::vector<PlacedOutput> PlaceOutputs(const std::vector<std::unique_ptr<Output>>& outputs) {
@@ -128,8 +144,7 @@ std::vector<PlacedOutput> PlaceOutputs(const std::vector<std::unique_ptr<Output>
   });
   if (main != all.end()) std::rotate(all.begin(), main, main + 1);
   const PixelRect origin = all.front().logical;
-  PixelRect desktop = origin;
-  for (const PlacedOutput& each : all) desktop = Union(desktop, each.logical);
+  const Space desktop = SpaceOf(all);
   for (PlacedOutput& each : all) {
     each.desktop = desktop;
     each.display.offsetX = origin.x;

@@ -1,14 +1,8 @@
 #include "platform/desktop/portal/module/bus.h"
 
-#include <algorithm>
-#include <cerrno>
-#include <cstring>
-
-#include "platform/desktop/error.h"
 #include "platform/desktop/one_line.h"
 
 namespace qrv::desktop::portal {
-
 // The address is the environment's, which is not read in a process with raised privileges.
 Bus OpenBus(Deadline deadline) {
   sd_bus* opened = nullptr;
@@ -27,18 +21,26 @@ Message NewCall(const Bus& bus, const Callee& callee, const char* method) {
   return Message(call);
 }
 
+// sd_bus_call would do, but that fails on a signal and waits on while other messages come.
 Message Call(const Bus& bus, const Message& call, Deadline deadline) {
-  const auto left = std::chrono::duration_cast<std::chrono::microseconds>(deadline - Clock::now());
-  sd_bus_error error = SD_BUS_ERROR_NULL;
-  sd_bus_message* reply = nullptr;
-  const int result =
-      sd_bus_call(bus.get(), call.get(), static_cast<uint64_t>(std::max<int64_t>(left.count(), 1)),
-                  &error, &reply);
-  if (result >= 0) return Message(reply);
-  const std::string message =
-      InOneLine(error.message != nullptr ? error.message : std::strerror(-result));
-  sd_bus_error_free(&error);
-  throw Error(result == -ETIMEDOUT ? Reason::kTimeout : Reason::kRefused, message);
+  Message reply;
+  const auto take = [](sd_bus_message* message, void* to, sd_bus_error*) {
+    static_cast<Message*>(to)->reset(sd_bus_message_ref(message));
+    return 0;
+  };
+  sd_bus_slot* opened = nullptr;
+  if (sd_bus_call_async(bus.get(), &opened, call.get(), take, &reply, UINT64_MAX) < 0) {
+    throw Error(Reason::kUnreachable, "the session bus takes no call");
+  }
+  const Slot slot(opened);
+  if (!Await(bus, deadline, [&] { return reply != nullptr; })) {
+    throw Error(Reason::kTimeout, std::string(sd_bus_message_get_destination(call.get())) +
+                                      " does not answer on the session bus");
+  }
+  const sd_bus_error* const error = sd_bus_message_get_error(reply.get());
+  if (error == nullptr) return reply;
+  const bool hasMessage = error->message != nullptr && error->message[0] != '\0';
+  throw Error(Reason::kRefused, InOneLine(hasMessage ? error->message : error->name));
 }
 
 }  // namespace qrv::desktop::portal

@@ -9,12 +9,14 @@
 #include <new>
 #include <string>
 
+#include "platform/desktop/error.h"
 #include "platform/desktop/waiting.h"
 
 namespace qrv::desktop::portal {
 
+// Without a flush, which has no deadline: what the bus does not take is lost.
 struct CloseBus {
-  void operator()(sd_bus* bus) const { sd_bus_flush_close_unref(bus); }
+  void operator()(sd_bus* bus) const { sd_bus_close_unref(bus); }
 };
 using Bus = std::unique_ptr<sd_bus, CloseBus>;
 
@@ -22,6 +24,12 @@ struct UnrefMessage {
   void operator()(sd_bus_message* message) const { sd_bus_message_unref(message); }
 };
 using Message = std::unique_ptr<sd_bus_message, UnrefMessage>;
+
+// What is still to be called; not any more when it ends.
+struct UnrefSlot {
+  void operator()(sd_bus_slot* slot) const { sd_bus_slot_unref(slot); }
+};
+using Slot = std::unique_ptr<sd_bus_slot, UnrefSlot>;
 
 // A connection of its own for each capture: none is kept, so there is none that the process could
 // close or inherit. Throws Error when there is no bus or it does not answer.
@@ -35,7 +43,7 @@ struct Callee {
 };
 Message NewCall(const Bus& bus, const Callee& callee, const char* method);
 
-// Adds arguments, in the form of sd_bus_message_append. Throws std::bad_alloc.
+// Adds arguments, in the form of sd_bus_message_append. Texts are UTF-8. Throws std::bad_alloc.
 template <typename... Arguments>
 void Append(const Message& message, const char* types, Arguments... arguments) {
   if (sd_bus_message_append(message.get(), types, arguments...) < 0) throw std::bad_alloc();
@@ -44,19 +52,19 @@ void Append(const Message& message, const char* types, Arguments... arguments) {
 // The answer. Throws Error, with the other side's message when it answered with an error.
 Message Call(const Bus& bus, const Message& call, Deadline deadline);
 
-// Handles what comes on the bus until `isDone()`. False when the deadline passes or the bus is lost
-// first.
+// Handles what comes on the bus until `isDone()`. False when the deadline passes first. Throws
+// Error when the bus is lost.
 template <typename Condition>
 bool Await(const Bus& bus, Deadline deadline, Condition isDone) {
   while (!isDone()) {
-    const int handled = sd_bus_process(bus.get(), nullptr);
-    if (handled < 0) return false;
-    if (handled > 0) continue;
     const auto left =
         std::chrono::duration_cast<std::chrono::microseconds>(deadline - Clock::now());
     if (left.count() <= 0) return false;
-    const int waited = sd_bus_wait(bus.get(), static_cast<uint64_t>(left.count()));
-    if (waited < 0 && waited != -EINTR) return false;
+    int result = sd_bus_process(bus.get(), nullptr);
+    if (result == 0) result = sd_bus_wait(bus.get(), static_cast<uint64_t>(left.count()));
+    if (result < 0 && result != -EINTR) {
+      throw Error(Reason::kUnreachable, "the session bus closed the connection");
+    }
   }
   return true;
 }

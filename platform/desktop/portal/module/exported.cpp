@@ -1,9 +1,9 @@
 // What libScreenshotPortal.so exports.
 #include <chrono>
-#include <cstdio>
 #include <exception>
 #include <memory>
 
+#include "platform/desktop/one_line.h"
 #include "platform/desktop/portal/module/kwin.h"
 #include "platform/desktop/portal/module/portal.h"
 #include "platform/desktop/portal/module_interface.h"
@@ -16,9 +16,11 @@ struct ModuleBackend {
 
 namespace {
 
+constexpr std::chrono::minutes kPatience{1};
+
 void Fill(ModuleError& error, Reason reason, const char* message) {
   error.reason = reason;
-  std::snprintf(error.message, sizeof error.message, "%s", message);
+  CopyText(error.message, message);
 }
 
 // What `call` yields, or a false value and the error when it throws.
@@ -44,10 +46,10 @@ ModuleBackend* OpenKWin(const wayland::PlacedOutput& output, int64_t deadline, M
       error, [&] { return new ModuleBackend{OpenKWinBackend(output, DeadlineOf(deadline))}; });
 }
 
-ModuleBackend* OpenPortal(void (*report)(const char* message), int64_t deadline,
-                          ModuleError& error) {
-  return Contained(
-      error, [&] { return new ModuleBackend{OpenPortalBackend(report, DeadlineOf(deadline))}; });
+ModuleBackend* OpenPortal(const PersonCalls& person, int64_t deadline, ModuleError& error) {
+  return Contained(error, [&] {
+    return new ModuleBackend{OpenPortalBackend(person, kPatience, DeadlineOf(deadline))};
+  });
 }
 
 bool Capture(ModuleBackend* backend, const wayland::PlacedOutput& output, const PixelRect& region,
@@ -67,6 +69,9 @@ using namespace qrv::desktop::portal;
 
 extern "C" [[gnu::visibility("default")]] const Module QRV_portal_module;
 const Module QRV_portal_module = {
-    OpenKWin, OpenPortal, Capture,
+    OpenKWin,
+    OpenPortal,
+    [](ModuleBackend* backend) { backend->backend->BeginCapture(); },
+    Capture,
     [](void* owner) { delete static_cast<qrv::desktop::Frame*>(owner); },
     [](ModuleBackend* backend) { delete backend; }};

@@ -14,9 +14,14 @@ namespace {
 
 constexpr Callee kScreenShot = {"org.kde.KWin", "/org/kde/KWin/ScreenShot2",
                                 "org.kde.KWin.ScreenShot2"};
+constexpr Callee kProperties = {kScreenShot.program, kScreenShot.object,
+                                "org.freedesktop.DBus.Properties"};
 // A pipe that holds much is read in few turns.
 constexpr int kPipeBytes = 1 << 20;
-constexpr uint32_t kMaxSide = 32767;
+// What a row may have at its end beyond its pixels, in bytes.
+constexpr uint32_t kMaxPadding = 4096;
+// The interface's version from which on it leaves out the caller's own windows unless told not to.
+constexpr uint32_t kHidingVersion = 5;
 
 // What KWin says of the bytes that it sends. A format is one of QImage's; of the 32-bit ones every
 // pixel is a native word, from the high byte on: alpha or nothing, red, green, blue.
@@ -29,50 +34,53 @@ struct ImageInfo {
 constexpr uint32_t kFirstFormat = 4;
 constexpr uint32_t kLastFormat = 6;
 
-ImageInfo ReadInfo(const Message& reply) {
+// What is said of an image that must be of that size.
+ImageInfo ReadInfo(const Message& reply, const PixelRect& wanted) {
   ImageInfo info;
   struct {
     const char* name;
     uint32_t& value;
-  } const wanted[] = {{"format", info.format},
-                      {"width", info.width},
-                      {"height", info.height},
-                      {"stride", info.stride}};
+  } const entries[] = {{"format", info.format},
+                       {"width", info.width},
+                       {"height", info.height},
+                       {"stride", info.stride}};
   const bool isRead = ReadDictionary(reply, [&](const std::string& name, const std::string& type) {
-    for (const auto& each : wanted) {
+    for (const auto& each : entries) {
       if (name == each.name && type == "u") {
         return sd_bus_message_read_basic(reply.get(), 'u', &each.value) > 0;
       }
     }
     return false;
   });
-  if (isRead && info.format >= kFirstFormat && info.format <= kLastFormat && info.width > 0 &&
-      info.width <= kMaxSide && info.height > 0 && info.height <= kMaxSide &&
-      info.stride % 4 == 0 && info.stride >= info.width * 4 && info.stride <= kMaxSide * 8) {
-    return info;
+  if (isRead && (info.width != static_cast<uint32_t>(wanted.width) ||
+                 info.height != static_cast<uint32_t>(wanted.height))) {
+    throw Error(Reason::kUnsupported, wayland::kOutputChanged);
   }
-  throw Error(Reason::kUnsupported, "KWin sends pixels in a format that is not known here");
+  const uint32_t rowBytes = info.width * 4;
+  if (!isRead || info.format < kFirstFormat || info.format > kLastFormat || info.stride % 4 != 0 ||
+      info.stride < rowBytes || info.stride - rowBytes > kMaxPadding) {
+    throw Error(Reason::kUnsupported, "KWin sends pixels in a format that is not known here");
+  }
+  return info;
 }
 
-// Reads all of it; false when it ends or stops before.
-bool ReadAll(int pipe, uint8_t* to, size_t bytes, Deadline deadline) {
+void ReadAll(int pipe, uint8_t* to, size_t bytes, Deadline deadline) {
   while (bytes > 0) {
-    if (!WaitFor(pipe, POLLIN, deadline)) return false;
+    if (Clock::now() >= deadline || !WaitFor(pipe, POLLIN, deadline)) {
+      throw Error(Reason::kTimeout, "KWin does not send the pixels in time");
+    }
     const ssize_t count = read(pipe, to, bytes);
     if (count < 0 && (errno == EINTR || errno == EAGAIN)) continue;
-    if (count <= 0) return false;
+    if (count <= 0) throw Error(Reason::kUnsupported, "KWin sends fewer pixels than it said");
     to += count;
     bytes -= static_cast<size_t>(count);
   }
-  return true;
 }
 
 Frame ReadImage(int pipe, const ImageInfo& info, Deadline deadline) {
   // Its rows are as long as KWin's.
   Frame frame = NewFrame(static_cast<int32_t>(info.stride / 4), static_cast<int32_t>(info.height));
-  if (!ReadAll(pipe, frame.pixels, size_t{info.stride} * info.height, deadline)) {
-    throw Error(Reason::kTimeout, "KWin does not send the pixels");
-  }
+  ReadAll(pipe, frame.pixels, size_t{info.stride} * info.height, deadline);
   frame.width = static_cast<int32_t>(info.width);
   return frame;
 }
@@ -95,11 +103,37 @@ struct Pipe {
   UniqueFd writeEnd;
 };
 
+// 0 where KWin does not say, as old ones don't.
+uint32_t ReadVersion(Deadline deadline) {
+  const Bus bus = OpenBus(deadline);
+  const Message call = NewCall(bus, kProperties, "Get");
+  Append(call, "ss", kScreenShot.interface, "Version");
+  try {
+    const Message reply = Call(bus, call, deadline);
+    for (const char type : {'u', 'i'}) {
+      uint32_t version = 0;
+      const char contents[] = {type, '\0'};
+      if (sd_bus_message_enter_container(reply.get(), 'v', contents) > 0 &&
+          sd_bus_message_read_basic(reply.get(), type, &version) > 0) {
+        return version;
+      }
+    }
+  } catch (const Error& error) {
+    if (error.reason() != Reason::kRefused) throw;
+  }
+  return 0;
+}
+
 class KWin : public wayland::Backend {
  public:
+  explicit KWin(uint32_t version) : version_(version) {}
+
   Frame Capture(const wayland::PlacedOutput& output, const PixelRect& region,
                 Deadline deadline) override;
   const char* Name() const override { return "KWin ScreenShot2"; }
+
+ private:
+  uint32_t version_;
 };
 
 Frame KWin::Capture(const wayland::PlacedOutput& output, const PixelRect& region,
@@ -120,16 +154,15 @@ Frame KWin::Capture(const wayland::PlacedOutput& output, const PixelRect& region
     Append(call, "s", display.name);
   }
   // Pixels of the screen as they are, without the pointer.
-  Append(call, "a{sv}", 2, "native-resolution", "b", 1, "include-cursor", "b", 0);
+  const int options = version_ >= kHidingVersion ? 3 : 2;
+  Append(call, "a{sv}", options, "native-resolution", "b", 1, "include-cursor", "b", 0,
+         "hide-caller-windows", "b", 0);
   Append(call, "h", pipe.writeEnd.get());
   const Message reply = Call(bus, call, deadline);
   // KWin alone holds the other end from here on.
   pipe.writeEnd = UniqueFd();
   call.reset();
-  const Frame frame = ReadImage(pipe.readEnd.get(), ReadInfo(reply), deadline);
-  if (frame.width != wanted.width || frame.height != wanted.height) {
-    throw Error(Reason::kUnsupported, wayland::kOutputChanged);
-  }
+  const Frame frame = ReadImage(pipe.readEnd.get(), ReadInfo(reply, wanted), deadline);
   return isArea ? frame : PartOf(frame, region);
 }
 
@@ -138,7 +171,7 @@ Frame KWin::Capture(const wayland::PlacedOutput& output, const PixelRect& region
 // A pixel shows whether KWin allows it.
 std::unique_ptr<wayland::Backend> OpenKWinBackend(const wayland::PlacedOutput& output,
                                                   Deadline deadline) {
-  auto backend = std::make_unique<KWin>();
+  auto backend = std::make_unique<KWin>(ReadVersion(deadline));
   backend->Capture(output, {0, 0, 1, 1}, deadline);
   return backend;
 }

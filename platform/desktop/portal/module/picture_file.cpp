@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <memory>
 
@@ -16,6 +17,9 @@ namespace qrv::desktop::portal {
 namespace {
 
 constexpr uint32_t kMaxSide = 65535;
+// Bytes of a PNG's texts, profiles and the like: of one, and of all.
+constexpr size_t kMaxChunk = 4 << 20;
+constexpr size_t kMaxChunks = 16 << 20;
 
 int HexDigit(char c) {
   if (c >= '0' && c <= '9') return c - '0';
@@ -31,16 +35,27 @@ struct CloseFile {
   void operator()(std::FILE* file) const { std::fclose(file); }
 };
 
-Frame Decode(std::FILE* file) {
+[[noreturn]] void FailBySize(const wayland::Space& desktop, const spng_ihdr& header) {
+  const auto text = [](auto width, auto height) {
+    return std::to_string(width) + " x " + std::to_string(height);
+  };
+  throw Error(Reason::kUnsupported, "the portal's picture of " + text(header.width, header.height) +
+                                        " pixels does not show this desktop of " +
+                                        text(desktop.units.width, desktop.units.height) + " units");
+}
+
+// Empty when it can't be read. Memory is taken only for what the desktop has.
+Frame Decode(std::FILE* file, const wayland::Space& desktop) {
   const std::unique_ptr<spng_ctx, FreeContext> context(spng_ctx_new(0));
   spng_ihdr header = {};
   size_t bytes = 0;
   if (!context || spng_set_png_file(context.get(), file) != 0 ||
-      spng_set_image_limits(context.get(), kMaxSide, kMaxSide) != 0 ||
-      spng_get_ihdr(context.get(), &header) != 0 ||
-      spng_decoded_image_size(context.get(), SPNG_FMT_RGBA8, &bytes) != 0) {
+      spng_set_chunk_limits(context.get(), kMaxChunk, kMaxChunks) != 0 ||
+      spng_get_ihdr(context.get(), &header) != 0) {
     return {};
   }
+  if (!CanShow(desktop, header.width, header.height)) FailBySize(desktop, header);
+  if (spng_decoded_image_size(context.get(), SPNG_FMT_RGBA8, &bytes) != 0) return {};
   Frame frame = NewFrame(static_cast<int32_t>(header.width), static_cast<int32_t>(header.height));
   if (bytes != FrameBytes(frame.width, frame.height) ||
       spng_decode_image(context.get(), frame.pixels, bytes, SPNG_FMT_RGBA8, 0) != 0) {
@@ -76,7 +91,15 @@ std::string PathOfUri(const std::string& uri) {
   return path;
 }
 
-Frame TakePicture(const std::string& path) {
+bool CanShow(const wayland::Space& desktop, uint32_t width, uint32_t height) {
+  if (width == 0 || width > kMaxSide || height == 0 || height > kMaxSide) return false;
+  const PixelRect& units = desktop.units;
+  const double least = std::max((width - 1.0) / units.width, (height - 1.0) / units.height);
+  const double most = std::min((width + 1.0) / units.width, (height + 1.0) / units.height);
+  return least <= most && most >= desktop.leastDensity && least <= desktop.mostDensity;
+}
+
+Frame TakePicture(const std::string& path, const wayland::Space& desktop) {
   // A pipe would be waited for.
   UniqueFd fd(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
   struct stat64 status = {};
@@ -86,9 +109,9 @@ Frame TakePicture(const std::string& path) {
   }
   const std::unique_ptr<std::FILE, CloseFile> file(fdopen(fd.get(), "rb"));
   if (file) fd.Release();  // it closes with the stream
-  Frame frame = file ? Decode(file.get()) : Frame{};
-  unlink(path.c_str());
+  Frame frame = file ? Decode(file.get(), desktop) : Frame{};
   if (!frame) throw Error(Reason::kUnsupported, "the portal's picture can't be read");
+  unlink(path.c_str());
   return frame;
 }
 

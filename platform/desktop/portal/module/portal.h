@@ -1,17 +1,18 @@
 // Pixels by org.freedesktop.portal.Screenshot: one picture of the whole desktop a capture, cut by
-// the outputs' places. A person may be asked, and is waited for up to a minute.
+// the outputs' places. A person may be asked.
 #ifndef PLATFORM_DESKTOP_PORTAL_MODULE_PORTAL_H_
 #define PLATFORM_DESKTOP_PORTAL_MODULE_PORTAL_H_
 
 #include <memory>
 
+#include "platform/desktop/portal/module_interface.h"
 #include "platform/desktop/wayland/backend.h"
 
 namespace qrv::desktop::portal {
 
-// `report` is called when a capture waits for a person. Throws Error when the portal is not there.
-std::unique_ptr<wayland::Backend> OpenPortalBackend(void (*report)(const char* message),
-                                                    Deadline deadline);
+// A person who may be asked has `patience` to answer. Throws Error when the portal is not there.
+std::unique_ptr<wayland::Backend> OpenPortalBackend(const PersonCalls& person,
+                                                    Clock::duration patience, Deadline deadline);
 
 }  // namespace qrv::desktop::portal
 

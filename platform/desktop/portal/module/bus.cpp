@@ -37,6 +37,7 @@ Message Call(const Bus& bus, const Message& call, Deadline deadline) {
     throw Error(Reason::kTimeout, std::string(sd_bus_message_get_destination(call.get())) +
                                       " does not answer on the session bus");
   }
+  if (sd_bus_is_open(bus.get()) <= 0) throw Error(Reason::kUnreachable, kBusClosed);
   const sd_bus_error* const error = sd_bus_message_get_error(reply.get());
   if (error == nullptr) return reply;
   const bool hasMessage = error->message != nullptr && error->message[0] != '\0';

@@ -25,6 +25,8 @@ struct UnrefMessage {
 };
 using Message = std::unique_ptr<sd_bus_message, UnrefMessage>;
 
+inline constexpr char kBusClosed[] = "the session bus closed the connection";
+
 // What is still to be called; not any more when it ends.
 struct UnrefSlot {
   void operator()(sd_bus_slot* slot) const { sd_bus_slot_unref(slot); }
@@ -63,7 +65,7 @@ bool Await(const Bus& bus, Deadline deadline, Condition isDone) {
     int result = sd_bus_process(bus.get(), nullptr);
     if (result == 0) result = sd_bus_wait(bus.get(), static_cast<uint64_t>(left.count()));
     if (result < 0 && result != -EINTR) {
-      throw Error(Reason::kUnreachable, "the session bus closed the connection");
+      throw Error(Reason::kUnreachable, kBusClosed);
     }
   }
   return true;

@@ -24,8 +24,8 @@ class Desktop {
   virtual std::vector<Display> ListDisplays(Deadline deadline) = 0;
 
   // The pixels of a region of a display of the latest list, as they are now. The region is not
-  // empty and lies within the display's pixels. Throws with Reason::kDisplayChanged when the
-  // display is gone or is another one now: it contributes nothing to a rectangle of several.
+  // empty and lies within the display's pixels. Throws DisplayGone when the display is gone, and
+  // Error with Reason::kDisplayChanged when it has changed.
   virtual Frame Capture(const Display& display, const PixelRect& region, Deadline deadline) = 0;
 
   // What a person calls it: "X11 :0", "the virtual desktop". Lives as long as the desktop.

@@ -40,6 +40,17 @@ class Error : public std::exception {
   std::string message_;
 };
 
+inline Error DisplayChanged() {
+  return {Reason::kDisplayChanged, "the display has changed since it was listed"};
+}
+
+// The display does not exist any more, as when it is unplugged. A rectangle of several shows the
+// others.
+class DisplayGone : public Error {
+ public:
+  DisplayGone() : Error(Reason::kDisplayChanged, "the display is gone") {}
+};
+
 }  // namespace qrv::desktop
 
 #endif  // PLATFORM_DESKTOP_ERROR_H_

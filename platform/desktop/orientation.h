@@ -21,10 +21,6 @@ enum class Orientation : uint32_t {
   kMirrored270
 };
 
-inline Orientation OrientationOf(uint32_t transform) {
-  return transform < 8 ? static_cast<Orientation>(transform) : Orientation::kUpright;
-}
-
 inline bool SwapsSides(Orientation orientation) {
   return (static_cast<uint32_t>(orientation) & 1) != 0;
 }

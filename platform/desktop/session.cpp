@@ -96,8 +96,7 @@ Frame Session::Capture(const Display& display, const PixelRect& region) {
   try {
     return time_.Spend(
         [&](Deadline deadline) { return desktop_->Capture(display, region, deadline); });
-  } catch (const Error& error) {
-    if (error.reason() != Reason::kDisplayChanged) throw;
+  } catch (const DisplayGone& error) {
     Report(error.reason(), error.what());
     return {};
   }

@@ -13,19 +13,6 @@ namespace {
 using runtime::Host;
 using runtime::Ledger;
 
-Image Paint(const Area& part, const std::function<uint32_t(int x, int y)>& color) {
-  Image image = {part.width, part.height, {}};
-  image.rgba.reserve(static_cast<size_t>(part.width) * static_cast<size_t>(part.height) * 4);
-  for (int y = part.top; y < part.top + part.height; ++y) {
-    for (int x = part.left; x < part.left + part.width; ++x) {
-      const uint32_t rgb = color(x, y);
-      for (const int shift : {16, 8, 0}) image.rgba.push_back(static_cast<uint8_t>(rgb >> shift));
-      image.rgba.push_back(255);
-    }
-  }
-  return image;
-}
-
 }  // namespace
 
 void UseSystem(const char* version) { setenv("QRV_SYSTEM_VERSION", version, 1); }
@@ -110,6 +97,19 @@ RawPixels Plugin::Raw(std::optional<int32_t> display) {
   }
   EXPECT_EQ(host_.Outstanding(), Ledger{});
   return raw;
+}
+
+Image Paint(const Area& part, const std::function<uint32_t(int x, int y)>& color) {
+  Image image = {part.width, part.height, {}};
+  image.rgba.reserve(static_cast<size_t>(part.width) * static_cast<size_t>(part.height) * 4);
+  for (int y = part.top; y < part.top + part.height; ++y) {
+    for (int x = part.left; x < part.left + part.width; ++x) {
+      const uint32_t rgb = color(x, y);
+      for (const int shift : {16, 8, 0}) image.rgba.push_back(static_cast<uint8_t>(rgb >> shift));
+      image.rgba.push_back(255);
+    }
+  }
+  return image;
 }
 
 Image Cards(const std::string& layout, const Area& part) {

@@ -86,6 +86,9 @@ class Plugin {
   std::optional<unsigned> strategies_;  // that may deliver
 };
 
+// A picture of these colours, 0xRRGGBB.
+Image Paint(const Area& part, const std::function<uint32_t(int x, int y)>& color);
+
 // A picture of a part of the virtual desktop of that layout, whose displays don't overlap: black
 // beyond.
 Image Cards(const std::string& layout, const Area& part);

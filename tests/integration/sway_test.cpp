@@ -79,6 +79,28 @@ TEST(Wayland, RectanglesShowAllOutputsThatTheyMeetAndBlackBeyond) {
   }
 }
 
+TEST(Wayland, IsUprightOrNilWhileItsOutputTurns) {
+  const Outputs compositor({{{0, 0, 200, 150}}});
+  const Image upright = compositor.Whole(0);
+  Plugin plugin;
+  const pid_t turning = Fork([&]() -> int {
+    for (;;) {
+      for (const char* to : {"180", "0"})
+        compositor.Command("output * transform " + std::string(to));
+    }
+  });
+  int pictures = 0;
+  for (int i = 0; i < 300; ++i) {
+    const auto picture = plugin.On(kSystems[i % 3]).Main();
+    EXPECT_EQ(picture ? Difference(picture, upright) : "", "") << i;
+    pictures += picture ? 1 : 0;
+  }
+  kill(turning, SIGKILL);
+  WaitForEnd(turning);
+  EXPECT_TRUE(pictures > 0 && pictures < 300) << pictures;
+  std::cout << pictures << " pictures\n";
+}
+
 TEST(Wayland, IsCapturedByEveryStrategyAndBeforeX11) {
   const Screen server("320x200x24");
   const TwoOutputs compositor;

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cerrno>
 #include <csignal>
 #include <cstring>
 #include <deque>
@@ -169,6 +170,15 @@ void TellMode(const OutputSetup& setup, wl_resource* resource) {
   wl_output_send_done(resource);
 }
 
+void TellGeometry(const OutputSetup& setup, wl_resource* resource) {
+  wl_output_send_geometry(resource, setup.x, setup.y, 300, 200, 0, "QRV", "test", setup.transform);
+}
+
+void Turn(ShownOutput& output) {
+  output.setup.transform ^= 2;
+  TellGeometry(output.setup, output.resource);
+}
+
 // Decides on an image: as it is, or as the script says.
 void Plan(Image& image) {
   if (Makes(Fault::kChangesMode)) {
@@ -201,6 +211,7 @@ bool Fill(const Image& image, wl_resource* frame) {
   if (Makes(Fault::kHangsUp)) shutdown(fd, SHUT_RDWR);
   if (Makes(Fault::kComplains)) wl_resource_post_error(frame, 9, "no pixels\ntoday");
   if (Makes(Fault::kSendsWords)) {
+    std::ranges::replace(orders->words, kFramesNumber, wl_resource_get_id(frame));
     const char* const bytes = reinterpret_cast<const char*>(orders->words);
     for (size_t at = 0; at < sizeof orders->words; at += kPiece, usleep(200)) {
       send(fd, bytes + at, kPiece, MSG_NOSIGNAL);
@@ -214,8 +225,40 @@ bool Fill(const Image& image, wl_resource* frame) {
     return false;
   }
   if (Makes(Fault::kRefusesBuffer)) return false;
+  if (Makes(Fault::kTurnsOutput) || Makes(Fault::kTurnsThere)) Turn(*image.output);
   Paint(image);
+  if (Makes(Fault::kTurnsThere)) Turn(*image.output);
   return true;
+}
+
+// One whose arguments are 0.
+void SendEvent(wl_resource* frame) {
+  wl_argument zeros[5] = {};
+  wl_resource_post_event_array(frame, orders->words[0], zeros);
+}
+
+// Sees every request and event before it has an effect.
+void Watch(void*, wl_protocol_logger_type type, const wl_protocol_logger_message* message) {
+  static uint32_t roundTrips = 0;
+  static bool isAnswering = false;
+  const std::string_view name = message->message->name;
+  const bool isRequest = type == WL_PROTOCOL_LOGGER_REQUEST;
+  if (isRequest && name == "create_pool") {
+    orders->truncated = ftruncate(message->arguments[1].h, 0) == 0 ? 0 : errno;
+  }
+  if (!isRequest && name == "done" && Makes(Fault::kAnswersTwice) && !isAnswering &&
+      std::string_view(wl_resource_get_class(message->resource)) == "wl_callback") {
+    isAnswering = true;
+    wl_callback_send_done(message->resource, 0);
+    isAnswering = false;
+  }
+  const bool drips = Makes(Fault::kDrips);
+  if (name != "sync" || !(drips || Makes(Fault::kFallsSilent))) return;
+  if (++roundTrips < orders->words[0]) return;
+  const int fd = wl_client_get_fd(wl_resource_get_client(message->resource));
+  for (;; sleep(1)) {
+    if (drips) send(fd, &message->resource, 1, MSG_NOSIGNAL);
+  }
 }
 
 // --- Outputs ---
@@ -239,7 +282,7 @@ void BindOutput(wl_client* client, void* data, uint32_t version, uint32_t id) {
       NewResource(client, wl_output_interface, static_cast<int>(version), id, &kOutput, data);
   output.resource = resource;
   const OutputSetup& setup = output.setup;
-  wl_output_send_geometry(resource, setup.x, setup.y, 300, 200, 0, "QRV", "test", setup.transform);
+  TellGeometry(setup, resource);
   wl_output_send_scale(resource, setup.scale);
   if (version >= 4) wl_output_send_name(resource, setup.name.c_str());
   TellMode(setup, resource);
@@ -252,6 +295,7 @@ void Copy(wl_client*, wl_resource* frame, wl_resource* buffer) {
   if (!Fill(*DataOf<Image>(frame), frame)) return zwlr_screencopy_frame_v1_send_failed(frame);
   zwlr_screencopy_frame_v1_send_flags(frame, all.isInverted ? 1 : 0);
   if (!Makes(Fault::kNeverReady)) zwlr_screencopy_frame_v1_send_ready(frame, 0, 0, 0);
+  if (Makes(Fault::kSendsEvent)) SendEvent(frame);
 }
 
 constexpr struct zwlr_screencopy_frame_v1_interface kScreencopyFrame = {Copy, Destroy, Copy};
@@ -270,6 +314,7 @@ void MakeFrame(wl_resource* manager, uint32_t id, int pointer, const Image& want
   if (wl_resource_get_version(manager) < 3) return;
   zwlr_screencopy_frame_v1_send_linux_dmabuf(frame, kUnheardOf, width, 1);
   zwlr_screencopy_frame_v1_send_buffer_done(frame);
+  if (Makes(Fault::kSendsEventEarly)) SendEvent(frame);
 }
 
 Image WholeOf(ShownOutput& output) {
@@ -320,6 +365,7 @@ void CaptureFrame(wl_client*, wl_resource* frame) {
   ext_image_copy_capture_frame_v1_send_transform(
       frame, static_cast<uint32_t>(image.output->setup.transform));
   if (!Makes(Fault::kNeverReady)) ext_image_copy_capture_frame_v1_send_ready(frame);
+  if (Makes(Fault::kSendsEvent)) SendEvent(frame);
 }
 
 constexpr struct ext_image_copy_capture_frame_v1_interface kFrame = {
@@ -363,6 +409,7 @@ int Serve(const CompositorSetup& setup, Script* script, int listener) {
   orders = script;
   display = wl_display_create();
   wl_display_init_shm(display);
+  wl_display_add_protocol_logger(display, Watch, nullptr);
   for (const auto& each : kShmFormats) wl_display_add_shm_format(display, each.first);
   for (const OutputSetup& each : setup.outputs) {
     ShownOutput& output = outputs.emplace_back(ShownOutput{each});

@@ -47,10 +47,14 @@ struct CompositorSetup {
 
 enum class Fault {
   kNone,
-  kRefuses,        // to capture
-  kRefusesBuffer,  // that it has been given
-  kTells,          // another format and width of the image, and stride where it states that
-  kChangesMode,    // when it tells of the image
+  kRefuses,          // to capture
+  kRefusesBuffer,    // that it has been given
+  kTells,            // another format and width of the image, and stride where it states that
+  kChangesMode,      // when it tells of the image
+  kSendsEventEarly,  // of the frame, words[0], without arguments: before a copy is asked for
+  kAnswersTwice,     // each round trip
+  kFallsSilent,      // at that round trip, words[0]
+  kDrips,            // so, a byte a second
   // When it has been given a buffer:
   kNewFormat,       // refuses the buffer, then tells of another format
   kNewFormatEarly,  // the other way round
@@ -60,8 +64,13 @@ enum class Fault {
   kComplains,   // a protocol error
   kSendsWords,  // in pieces
   kFloods,
-  kRemovesOutput
+  kRemovesOutput,
+  kTurnsOutput,  // by half a turn
+  kTurnsThere,   // so, and back
+  kSendsEvent    // as above, once the frame is ready
 };
+
+inline constexpr uint32_t kFramesNumber = 0xF0F0F0F0;  // among the words to send
 
 // What the test's process and the compositor's share.
 struct Script {
@@ -70,6 +79,7 @@ struct Script {
   std::atomic<uint32_t> picture;  // which one the outputs show
   std::atomic<uint32_t> regions;  // captures of a region that were asked for
   std::atomic<uint32_t> highest;  // number of an object
+  std::atomic<int> truncated;     // errno of an attempt on the last pool's memory
 };
 
 class Compositor {

@@ -31,9 +31,8 @@ VirtualDesktop::VirtualDesktop(std::vector<Display> displays)
 Frame VirtualDesktop::Capture(const Display& display, const PixelRect& region, Deadline) {
   const auto found = std::find_if(displays_.begin(), displays_.end(),
                                   [&](const Display& each) { return each.id == display.id; });
-  if (found == displays_.end() || !Contains(found->pixelWidth, found->pixelHeight, region)) {
-    throw Error(Reason::kDisplayChanged, "the display is gone or has changed");
-  }
+  if (found == displays_.end()) throw DisplayGone();
+  if (!Contains(found->pixelWidth, found->pixelHeight, region)) throw DisplayChanged();
   const auto index = static_cast<size_t>(found - displays_.begin());
   if (FrameBytes(found->pixelWidth, found->pixelHeight) > kMaxKeptBytes) {
     return RenderCard(index, *found, region);

@@ -35,7 +35,7 @@ class Backend {
 std::unique_ptr<Backend> ChooseBackend(Connection& connection, const Screen& screen, bool byPortal);
 
 inline constexpr char kNotOffered[] = "not offered";
-inline constexpr char kOutputChanged[] = "the display has changed since it was listed";
+inline constexpr char kOutOfOrder[] = "an event of a frame comes out of order";
 inline constexpr char kCaptureRefused[] = "the compositor refuses to give the pixels";
 
 }  // namespace qrv::desktop::wayland

@@ -21,6 +21,9 @@ namespace {
 constexpr size_t kHeaderWords = 2;
 constexpr size_t kReceiveWords = 4096;
 constexpr uint32_t kDisplay = 1;
+constexpr size_t kMaxObjects = 16384;
+constexpr char kBreaks[] = " breaks the protocol: ";
+constexpr char kTooShort[] = "a message is too short";
 
 size_t WordsOf(size_t bytes) { return bytes / 4 + (bytes % 4 != 0 ? 1 : 0); }
 
@@ -28,7 +31,7 @@ size_t WordsOf(size_t bytes) { return bytes / 4 + (bytes % 4 != 0 ? 1 : 0); }
 
 uint32_t Arguments::TakeUint() {
   if (words_.empty()) {
-    isBroken_ = true;
+    Reject(kTooShort);
     return 0;
   }
   const uint32_t word = words_.front();
@@ -41,7 +44,7 @@ std::string Arguments::TakeString() {
   const size_t bytes = TakeUint();
   if (bytes == 0) return {};
   if (WordsOf(bytes) > words_.size()) {
-    isBroken_ = true;
+    Reject(kTooShort);
     return {};
   }
   std::string text(reinterpret_cast<const char*>(words_.data()), bytes - 1);
@@ -72,25 +75,28 @@ void Connection::BeginCall(Deadline deadline) {
   if (!socket_.IsOurs()) FailByEnd();
 }
 
-void Connection::FailByTimeout() const {
-  throw Error(Reason::kTimeout, peer_ + " does not answer");
+void Connection::Fail(const std::string& how) const {
+  throw Error(Reason::kUnreachable, peer_ + how);
 }
 
-void Connection::FailByEnd() const {
-  throw Error(Reason::kUnreachable, peer_ + " closed the connection" +
-                                        (protocolError_.empty() ? "" : ": " + protocolError_));
+// The time may also be over because the compositor sends, or reads, without end.
+void Connection::AwaitSocket(short events) const {
+  if (!WaitFor(socket_.get(), events, deadline_) || Clock::now() >= deadline_) {
+    throw Error(Reason::kTimeout, peer_ + " does not answer");
+  }
 }
 
 uint32_t Connection::NewObject(Handler handler) {
   // The compositor wants numbers without gaps.
-  if (!unused_.empty()) {
-    const uint32_t object = unused_.back();
-    unused_.pop_back();
-    handlers_[object] = std::move(handler);
+  if (!free_.empty()) {
+    const uint32_t object = free_.back();
+    free_.pop_back();
+    objects_[object] = {std::move(handler)};
     return object;
   }
-  handlers_.push_back(std::move(handler));
-  return static_cast<uint32_t>(handlers_.size() - 1);
+  if (objects_.size() == kMaxObjects) Fail(" deletes no objects");
+  objects_.push_back({std::move(handler)});
+  return static_cast<uint32_t>(objects_.size() - 1);
 }
 
 void Connection::Destroy(uint32_t object, uint32_t request) noexcept {
@@ -147,17 +153,19 @@ void Connection::SendBind(uint32_t registry, uint32_t name, std::string_view int
 
 void Connection::AwaitRoundTrip() {
   const auto isDone = std::make_shared<bool>(false);
-  const uint32_t callback = NewObject([isDone](uint32_t, Arguments&) { *isDone = true; });
+  const uint32_t callback = NewObject();
+  objects_[callback].handler = [this, callback, isDone](uint32_t, Arguments&) {
+    *isDone = true;
+    Drop(callback);
+  };
   Send(kDisplay, kDisplaySync, {callback});
   Await([&] { return *isDone; });
-  Drop(callback);
 }
 
 // Sends what there is to send, and handles what comes first.
 void Connection::Exchange() {
   Flush();
-  // The time may also be over because the compositor sends without end.
-  if (!WaitFor(socket_.get(), POLLIN, deadline_) || Clock::now() >= deadline_) FailByTimeout();
+  AwaitSocket(POLLIN);
   if (!Receive()) FailByEnd();
   HandleReceived();
 }
@@ -172,10 +180,10 @@ void Connection::Flush() {
       bytes += sent;
       left -= static_cast<size_t>(sent);
     } else if (errno == EAGAIN) {
-      if (!WaitFor(socket_.get(), POLLOUT, deadline_)) FailByTimeout();
+      AwaitSocket(POLLOUT);
     } else if (errno != EINTR) {
       // What it said before it closed the connection may say why.
-      while (Receive()) HandleReceived();
+      while (Clock::now() < deadline_ && Receive()) HandleReceived();
       FailByEnd();
     }
   }
@@ -200,15 +208,18 @@ void Connection::HandleReceived() {
     const uint32_t object = received_[at];
     const size_t bytes = received_[at + 1] >> 16;
     const uint32_t event = received_[at + 1] & 0xFFFF;
-    if (bytes < kHeaderWords * 4 || bytes % 4 != 0 || bytes > received_.size() * 4) FailByEnd();
+    if (bytes < kHeaderWords * 4 || bytes % 4 != 0 || bytes > received_.size() * 4) {
+      Fail(kBreaks + std::string("a message has an impossible size"));
+    }
     if (bytes > receivedBytes_ - at * 4) break;
     Arguments arguments(
         std::span<const uint32_t>(received_).subspan(at + kHeaderWords, bytes / 4 - kHeaderWords));
-    // A copy, for it may make objects. Events of objects that are no more cross with their end.
-    if (object < handlers_.size()) {
-      if (const Handler handler = handlers_[object]) handler(event, arguments);
+    // A copy, for it may make objects and end its own. Events of objects that are no more cross
+    // with their end.
+    if (object < objects_.size()) {
+      if (const Handler handler = objects_[object].handler) handler(event, arguments);
     }
-    if (arguments.isBroken()) FailByEnd();
+    if (arguments.whyRejected() != nullptr) Fail(std::string(kBreaks) + arguments.whyRejected());
     at += bytes / 4;
   }
   receivedBytes_ -= at * 4;
@@ -219,16 +230,15 @@ void Connection::HandleDisplayEvent(uint32_t event, Arguments& arguments) {
   if (event == kDisplayError) {
     arguments.TakeUint();  // the object
     arguments.TakeUint();  // the code
-    protocolError_ = InOneLine(arguments.TakeString());
-    FailByEnd();
+    const std::string message = InOneLine(arguments.TakeString());
+    if (arguments.whyRejected() != nullptr) return;
+    Fail(" closed the connection" + (message.empty() ? "" : ": " + message));
   } else if (event == kDisplayDeleteId) {
+    // A number is free once its object has ended here; some compositors delete objects before.
     const uint32_t object = arguments.TakeUint();
-    if (object <= kDisplay || object >= handlers_.size() ||
-        std::find(unused_.begin(), unused_.end(), object) != unused_.end()) {
-      return;
-    }
-    handlers_[object] = nullptr;
-    unused_.push_back(object);
+    if (object >= objects_.size() || objects_[object].state != State::kEnded) return;
+    objects_[object].state = State::kFree;
+    free_.push_back(object);
   }
 }
 

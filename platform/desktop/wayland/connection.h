@@ -21,7 +21,7 @@
 namespace qrv::desktop::wayland {
 
 // The arguments of an event, taken in order. What the message is too short for is 0 or "", and the
-// message is broken.
+// message is rejected.
 class Arguments {
  public:
   explicit Arguments(std::span<const uint32_t> words) : words_(words) {}
@@ -30,15 +30,17 @@ class Arguments {
   int32_t TakeInt() { return static_cast<int32_t>(TakeUint()); }
   std::string TakeString();
 
-  bool isBroken() const { return isBroken_; }
+  // Makes the event a protocol error, with which the connection is lost once it is handled.
+  void Reject(const char* why) { whyRejected_ = why; }
+  const char* whyRejected() const { return whyRejected_; }  // null unless it was
 
  private:
   std::span<const uint32_t> words_;
-  bool isBroken_ = false;
+  const char* whyRejected_ = nullptr;
 };
 
 // Waiting throws Error when the connection is lost: closed, whether by this process or the other,
-// broken off with a protocol error, or out of time. It is of no use any more then.
+// broken off with a protocol error by either, or out of time. It is of no use any more then.
 class Connection {
  public:
   // What an object does with its events. It may send requests and make objects.
@@ -54,12 +56,11 @@ class Connection {
   void BeginCall(Deadline deadline);
   Deadline deadline() const { return deadline_; }
 
-  // A new object, to be named in the request that makes it. Throws std::bad_alloc, like all below.
+  // A new object, to be named in the request that makes it. Throws std::bad_alloc, like all below,
+  // and Error when the compositor keeps too many of those that have ended.
   uint32_t NewObject(Handler handler = nullptr);
-  // Gives back one that no request has named.
-  void GiveBack(uint32_t object) { unused_.push_back(object); }
-  // Drops the events of an object from now on.
-  void Drop(uint32_t object) { handlers_[object] = nullptr; }
+  // Drops the events of an object from now on. Its number is free once the compositor deletes it.
+  void Drop(uint32_t object) { objects_[object] = {nullptr, State::kEnded}; }
   // Drops it and sends the request that ends it; without memory for that, the compositor has it
   // until the connection ends.
   void Destroy(uint32_t object, uint32_t request) noexcept;
@@ -80,11 +81,18 @@ class Connection {
   void AwaitRoundTrip();
 
  private:
+  enum class State { kLive, kEnded, kFree };
+  struct Object {
+    Handler handler;
+    State state = State::kLive;
+  };
+
   Connection(UniqueFd socket, std::string peer);
 
   void Begin(uint32_t object, uint32_t request, size_t words);
-  [[noreturn]] void FailByTimeout() const;
-  [[noreturn]] void FailByEnd() const;
+  [[noreturn]] void Fail(const std::string& how) const;
+  [[noreturn]] void FailByEnd() const { Fail(" closed the connection"); }
+  void AwaitSocket(short events) const;
   void Exchange();
   void Flush();
   bool Receive();
@@ -94,12 +102,11 @@ class Connection {
   KeptFd socket_;
   std::string peer_;
   Deadline deadline_;
-  std::string protocolError_;  // the compositor's own message when it has broken off
   std::vector<uint32_t> toSend_;
   std::vector<uint32_t> received_;
   size_t receivedBytes_ = 0;
-  std::vector<Handler> handlers_;  // by object
-  std::vector<uint32_t> unused_;   // objects that the compositor has deleted
+  std::vector<Object> objects_;  // by number
+  std::vector<uint32_t> free_;   // numbers that the compositor has deleted
 };
 
 // An object that is destroyed at the end of its scope, after which its handler is not called any

@@ -27,56 +27,55 @@ class WaylandLink : public Link {
   Frame Capture(const Display& display, const PixelRect& region) override;
 
  private:
-  // The output as it was listed, and whether it still is like that as far as the compositor has
-  // said.
-  const PlacedOutput* Find(uint32_t displayId) const;
-  bool IsUnchanged(const PlacedOutput& output) const;
+  // Throws Error unless the output is as it was listed, as far as the compositor has said.
+  void ExpectUnchanged(const PlacedOutput& output) const;
 
   std::unique_ptr<Connection> connection_;
   Screen screen_;
   bool byPortal_;
-  std::vector<PlacedOutput> outputs_;          // as last listed
-  std::unique_ptr<wayland::Backend> backend_;  // once the first display was listed
+  std::vector<PlacedOutput> outputs_;  // as last listed, once there is a backend
+  std::unique_ptr<wayland::Backend> backend_;
 };
 
 std::vector<Display> WaylandLink::ListDisplays() {
   screen_.Update();
-  outputs_ = PlaceOutputs(screen_.outputs());
-  if (outputs_.empty()) throw Error(Reason::kUnsupported, "the Wayland compositor has no display");
+  std::vector<PlacedOutput> outputs = PlaceOutputs(screen_.outputs());
+  if (outputs.empty()) throw Error(Reason::kUnsupported, "the Wayland compositor has no display");
   if (!backend_) backend_ = ChooseBackend(*connection_, screen_, byPortal_);
   backend_->BeginCapture();
+  outputs_ = std::move(outputs);
   std::vector<Display> displays;
   for (const PlacedOutput& each : outputs_) displays.push_back(each.display);
   return displays;
 }
 
-const PlacedOutput* WaylandLink::Find(uint32_t displayId) const {
+const PlacedOutput& Find(const std::vector<PlacedOutput>& outputs, uint32_t displayId) {
   const auto found =
-      std::find_if(outputs_.begin(), outputs_.end(),
+      std::find_if(outputs.begin(), outputs.end(),
                    [displayId](const PlacedOutput& each) { return each.display.id == displayId; });
-  return found == outputs_.end() ? nullptr : &*found;
+  if (found == outputs.end()) throw DisplayGone();
+  return *found;
 }
 
-bool WaylandLink::IsUnchanged(const PlacedOutput& output) const {
-  const std::vector<PlacedOutput> now = PlaceOutputs(screen_.outputs());
-  return std::find(now.begin(), now.end(), output) != now.end();
+void WaylandLink::ExpectUnchanged(const PlacedOutput& output) const {
+  if (Find(PlaceOutputs(screen_.outputs()), output.display.id) == output) return;
+  throw DisplayChanged();
 }
 
 // A frame may be of an output that turned, or went, after it was listed. The compositor says so
 // before it sends the frame, or before it answers.
 Frame WaylandLink::Capture(const Display& display, const PixelRect& region) {
-  const PlacedOutput* const output = Find(display.id);
-  if (output != nullptr && backend_) {
-    try {
-      Frame frame = backend_->Capture(*output, region, connection_->deadline());
-      if (IsUnchanged(*output)) return frame;
-    } catch (const Error&) {
-      if (Clock::now() >= connection_->deadline()) throw;
-      screen_.Update();
-      if (IsUnchanged(*output)) throw;
-    }
+  const PlacedOutput& output = Find(outputs_, display.id);
+  try {
+    const Frame frame = backend_->Capture(output, region, connection_->deadline());
+    ExpectUnchanged(output);
+    return frame;
+  } catch (const Error& error) {
+    if (error.reason() == Reason::kUnreachable || error.reason() == Reason::kTimeout) throw;
+    screen_.Update();
+    ExpectUnchanged(output);
+    throw;
   }
-  throw Error(Reason::kDisplayChanged, "the display is gone or has changed");
 }
 
 // Empty when a name has no folder to be in.

@@ -60,16 +60,17 @@ ImageLayout LayoutOf(const Constraints& constraints) {
 
 // What a frame object has sent.
 struct FrameEvents {
-  uint32_t transform = 0;
+  Orientation orientation = Orientation::kUpright;
   bool isReady = false;
   bool hasFailed = false;
   bool failedByConstraints = false;
 };
 
 void HandleFrameEvent(FrameEvents& events, uint32_t event, Arguments& arguments) {
+  if (events.isReady || events.hasFailed) return arguments.Reject(kOutOfOrder);
   switch (event) {
     case kCopyFrameTransform:
-      events.transform = arguments.TakeUint();
+      events.orientation = TakeOrientation(arguments);
       break;
     case kCopyFrameReady:
       events.isReady = true;
@@ -92,7 +93,7 @@ class ImageCopy : public Backend {
   const char* Name() const override { return "ext-image-copy-capture"; }
 
  private:
-  Frame TryToCapture(uint32_t session, Constraints& sent);
+  Frame TryToCapture(const Display& display, uint32_t session, Constraints& sent);
 
   Connection& connection_;
   uint32_t sources_;
@@ -113,23 +114,19 @@ Frame ImageCopy::Capture(const PlacedOutput& output, const PixelRect& region, De
                              });
   connection_.Send(manager_, kCopyManagerCreateSession, {session.id(), source.id(), kNoPointer});
   for (int tries = 0; tries < kTries; ++tries) {
-    const Frame whole = TryToCapture(session.id(), sent);
-    if (!whole) continue;
-    if (whole.width == output.display.pixelWidth && whole.height == output.display.pixelHeight) {
-      return PartOf(whole, region);
-    }
-    throw Error(Reason::kUnsupported, kOutputChanged);
+    const Frame whole = TryToCapture(output.display, session.id(), sent);
+    if (whole) return PartOf(whole, region);
   }
   throw Error(Reason::kRefused, kCaptureRefused);
 }
 
 // Empty when the constraints have changed meanwhile.
-Frame ImageCopy::TryToCapture(uint32_t session, Constraints& sent) {
+Frame ImageCopy::TryToCapture(const Display& display, uint32_t session, Constraints& sent) {
   connection_.Await([&] { return sent.isWhole || sent.isStopped; });
   if (sent.isStopped) throw Error(Reason::kRefused, kCaptureRefused);
   const ImageLayout layout = LayoutOf(sent);
   sent.isUsed = true;
-  const SharedImage image(connection_, segments_, layout);
+  const SharedImage image(connection_, segments_, layout, display.pixelWidth, display.pixelHeight);
   FrameEvents events;
   const ScopedObject frame(connection_, kCopyFrameDestroy,
                            [&events](uint32_t event, Arguments& arguments) {
@@ -146,7 +143,7 @@ Frame ImageCopy::TryToCapture(uint32_t session, Constraints& sent) {
     return {};
   }
   if (events.hasFailed) throw Error(Reason::kRefused, kCaptureRefused);
-  return image.ToFrame(OrientationOf(events.transform), false);
+  return image.ToFrame(events.orientation, false);
 }
 
 }  // namespace

@@ -23,6 +23,7 @@ struct Space {
 struct PlacedOutput {
   Display display;
   uint32_t object = 0;
+  uint32_t changes = 0;                             // of the output until it was placed
   Orientation orientation = Orientation::kUpright;  // of its pixels before they are turned
   PixelRect logical;                                // in the compositor's space
   Space desktop;

@@ -15,7 +15,7 @@ namespace {
 constexpr std::string_view kOutputInterface = "wl_output";
 constexpr uint32_t kOutputVersion = 4;  // tells its name
 constexpr uint32_t kReleasableVersion = 3;
-constexpr uint32_t kNamedByXdgVersion = 2;
+constexpr size_t kMaxOutputs = 256;
 
 struct WantedGlobal {
   std::string_view interface;
@@ -38,7 +38,8 @@ bool IsPlace(int32_t place) { return place >= -kMaxDistance && place <= kMaxDist
 // False for an output that shows nothing.
 bool Place(const Output& output, PlacedOutput& placed) {
   placed.object = output.object;
-  placed.orientation = OrientationOf(output.transform);
+  placed.changes = output.changes;
+  placed.orientation = output.orientation;
   Display& display = placed.display;
   display.id = output.name;
   display.pixelWidth = output.modeWidth;
@@ -50,7 +51,7 @@ bool Place(const Output& output, PlacedOutput& placed) {
     placed.logical = {output.x, output.y, display.pixelWidth / scale, display.pixelHeight / scale};
   }
   SetDepth(32, display);  // that is how compositors keep pixels, whatever they send to the screen
-  CopyText(display.name, InOneLine(output.label));
+  CopyText(display.name, output.label);
   return IsSide(display.pixelWidth) && IsSide(display.pixelHeight) &&
          IsSide(placed.logical.width) && IsSide(placed.logical.height) &&
          IsPlace(placed.logical.x) && IsPlace(placed.logical.y);
@@ -58,7 +59,7 @@ bool Place(const Output& output, PlacedOutput& placed) {
 
 void HandleOutputEvent(Output& output, uint32_t event, Arguments& arguments) {
   switch (event) {
-    case kOutputGeometry: {
+    case kOutputGeometry:
       output.x = arguments.TakeInt();
       output.y = arguments.TakeInt();
       arguments.TakeInt();     // width in millimetres
@@ -66,9 +67,8 @@ void HandleOutputEvent(Output& output, uint32_t event, Arguments& arguments) {
       arguments.TakeInt();     // order of a pixel's colours on the glass
       arguments.TakeString();  // make
       arguments.TakeString();  // model
-      output.transform = arguments.TakeUint();
+      output.orientation = TakeOrientation(arguments);
       break;
-    }
     case kOutputMode: {
       const bool isCurrent = (arguments.TakeUint() & kModeIsCurrent) != 0;
       const int32_t width = arguments.TakeInt();
@@ -82,7 +82,7 @@ void HandleOutputEvent(Output& output, uint32_t event, Arguments& arguments) {
       output.scale = arguments.TakeInt();
       break;
     case kOutputName:
-      output.label = arguments.TakeString();
+      output.label = InOneLine(arguments.TakeString());
       break;
     default:
       break;
@@ -100,11 +100,20 @@ void HandleLogicalEvent(Output& output, uint32_t event, Arguments& arguments) {
       output.logical.height = arguments.TakeInt();
       break;
     case kXdgOutputName:
-      output.label = arguments.TakeString();
+      output.label = InOneLine(arguments.TakeString());
       break;
     default:
       break;
   }
+}
+
+// Handles events and counts those that change the output.
+Connection::Handler Counting(Output& output, void (*handle)(Output&, uint32_t, Arguments&)) {
+  return [&output, handle](uint32_t event, Arguments& arguments) {
+    const Output before = output;
+    handle(output, event, arguments);
+    if (!(output == before)) ++output.changes;
+  };
 }
 
 PixelRect Union(const PixelRect& a, const PixelRect& b) {
@@ -131,6 +140,14 @@ Space SpaceOf(const std::vector<PlacedOutput>& outputs) {
 }
 
 }  // namespace
+
+Orientation TakeOrientation(Arguments& arguments) {
+  const uint32_t transform = arguments.TakeUint();
+  if (transform > static_cast<uint32_t>(Orientation::kMirrored270)) {
+    arguments.Reject("a transform is none of the eight");
+  }
+  return static_cast<Orientation>(transform);
+}
 
 std::vector<PlacedOutput> PlaceOutputs(const std::vector<std::unique_ptr<Output>>& outputs) {
   std::vector<PlacedOutput> all;
@@ -167,20 +184,30 @@ void Screen::Update() {
   if (AskForLogicalPlaces()) connection_.AwaitRoundTrip();
 }
 
+auto Screen::FindOutput(uint32_t name) const {
+  return std::find_if(outputs_.begin(), outputs_.end(),
+                      [name](const auto& each) { return each->name == name; });
+}
+
 void Screen::HandleRegistryEvent(uint32_t event, Arguments& arguments) {
   const uint32_t name = arguments.TakeUint();
   if (event == kRegistryGlobal) {
-    const std::string interface = arguments.TakeString();
-    Bind(name, interface, arguments.TakeUint());
+    Bind(name, arguments);
   } else if (event == kRegistryGlobalRemove) {
     RemoveOutput(name);
   }
 }
 
-void Screen::Bind(uint32_t name, const std::string& interface, uint32_t version) {
+// A list that leaves outputs out would make a desktop with holes.
+void Screen::Bind(uint32_t name, Arguments& arguments) {
+  const std::string interface = arguments.TakeString();
+  const uint32_t version = arguments.TakeUint();
   if (interface == kOutputInterface) {
-    BindOutput(name, version);
-    return;
+    if (outputs_.size() == kMaxOutputs) return arguments.Reject("there are too many outputs");
+    if (name == 0 || FindOutput(name) != outputs_.end()) {
+      return arguments.Reject("an output has no number of its own");
+    }
+    return BindOutput(name, version);
   }
   for (size_t i = 0; i < kGlobals; ++i) {
     if (interface != kWanted[i].interface || globals_[i].object != 0) continue;
@@ -193,9 +220,7 @@ void Screen::BindOutput(uint32_t name, uint32_t version) {
   auto& output = *outputs_.emplace_back(std::make_unique<Output>());
   output.name = name;
   output.version = std::min(version, kOutputVersion);
-  output.object = connection_.NewObject([&output](uint32_t event, Arguments& arguments) {
-    HandleOutputEvent(output, event, arguments);
-  });
+  output.object = connection_.NewObject(Counting(output, HandleOutputEvent));
   connection_.SendBind(registry_, name, kOutputInterface, output.version, output.object);
 }
 
@@ -206,19 +231,15 @@ bool Screen::AskForLogicalPlaces() {
   bool isAsked = false;
   for (const auto& each : outputs_) {
     if (each->logicalObject != 0) continue;
-    Output& output = *each;
-    output.logicalObject = connection_.NewObject([&output](uint32_t event, Arguments& arguments) {
-      HandleLogicalEvent(output, event, arguments);
-    });
-    connection_.Send(manager.object, kXdgOutputManagerGet, {output.logicalObject, output.object});
+    each->logicalObject = connection_.NewObject(Counting(*each, HandleLogicalEvent));
+    connection_.Send(manager.object, kXdgOutputManagerGet, {each->logicalObject, each->object});
     isAsked = true;
   }
   return isAsked;
 }
 
 void Screen::RemoveOutput(uint32_t name) {
-  const auto found = std::find_if(outputs_.begin(), outputs_.end(),
-                                  [name](const auto& each) { return each->name == name; });
+  const auto found = FindOutput(name);
   if (found == outputs_.end()) return;
   const Output& output = **found;
   if (output.logicalObject != 0) connection_.Destroy(output.logicalObject, kXdgOutputDestroy);

@@ -24,12 +24,18 @@ struct Output {
   std::string label;  // "HEADLESS-1"
   int32_t x = 0;
   int32_t y = 0;
-  uint32_t transform = 0;
+  Orientation orientation = Orientation::kUpright;
   int32_t modeWidth = 0;
   int32_t modeHeight = 0;
   int32_t scale = 1;
-  PixelRect logical;  // as xdg-output tells; empty without it
+  PixelRect logical;     // as xdg-output tells; empty without it
+  uint32_t changes = 0;  // of all this, one that was taken back too
+
+  bool operator==(const Output&) const = default;
 };
+
+// A wl_output's transform as the next argument; another number is rejected.
+Orientation TakeOrientation(Arguments& arguments);
 
 // The displays of outputs, main display first: the one at the compositor's origin, or the first
 // one. Outputs that are off, or of sizes that can't be, are none.
@@ -56,9 +62,10 @@ class Screen {
 
  private:
   void HandleRegistryEvent(uint32_t event, Arguments& arguments);
-  void Bind(uint32_t name, const std::string& interface, uint32_t version);
+  void Bind(uint32_t name, Arguments& arguments);
   void BindOutput(uint32_t name, uint32_t version);
   bool AskForLogicalPlaces();
+  auto FindOutput(uint32_t name) const;
   void RemoveOutput(uint32_t name);
 
   Connection& connection_;

@@ -15,11 +15,21 @@ struct FrameEvents {
   bool hasLayout = false;
   bool isLayoutWhole = false;  // no other follows
   bool isInverted = false;
+  bool isCopying = false;  // has been asked to
   bool isReady = false;
   bool hasFailed = false;
 };
 
+// Pixels that are ready before they were asked for are not in the buffer.
+bool IsInOrder(const FrameEvents& events, uint32_t event) {
+  if (events.isReady || events.hasFailed) return false;
+  if (event == kScreencopyFrameReady) return events.isCopying;
+  const bool isOfLayout = event == kScreencopyFrameBuffer || event == kScreencopyFrameBufferDone;
+  return !isOfLayout || !events.isLayoutWhole;
+}
+
 void HandleFrameEvent(FrameEvents& events, uint32_t version, uint32_t event, Arguments& arguments) {
+  if (!IsInOrder(events, event)) return arguments.Reject(kOutOfOrder);
   switch (event) {
     case kScreencopyFrameBuffer: {
       ImageLayout layout;
@@ -104,16 +114,14 @@ Frame Screencopy::Capture(const PlacedOutput& output, const PixelRect& region, D
   const Request request = RequestFor(output, region);
   SendRequest(request, frame.id(), output.object);
   awaitUnlessFailed(events.isLayoutWhole);
-  const SharedImage image(connection_, segments_, events.layout);
-  events.isReady = false;
+  const auto& [units, density, isWhole] = request;
+  const SharedImage image(connection_, segments_, events.layout, units.width * density,
+                          units.height * density);
+  events.isCopying = true;
   connection_.Send(frame.id(), kScreencopyFrameCopy, {image.buffer()});
   awaitUnlessFailed(events.isReady);
 
   const Frame captured = image.ToFrame(output.orientation, events.isInverted);
-  const auto& [units, density, isWhole] = request;
-  if (captured.width != units.width * density || captured.height != units.height * density) {
-    throw Error(Reason::kUnsupported, kOutputChanged);
-  }
   return PartOf(captured, {region.x - units.x * density, region.y - units.y * density, region.width,
                            region.height});
 }

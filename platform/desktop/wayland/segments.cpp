@@ -10,6 +10,6 @@ uint32_t WaylandSegments::Attach(int file, size_t size) {
   return pool;
 }
 
-void WaylandSegments::Detach(uint32_t id) { connection_.Send(id, kPoolDestroy, {}); }
+void WaylandSegments::Detach(uint32_t id) { connection_.Destroy(id, kPoolDestroy); }
 
 }  // namespace qrv::desktop::wayland

@@ -76,11 +76,17 @@ uint32_t BytesPerPixel(uint32_t format) {
   return static_cast<uint32_t>(FindFormat(format)->bytesPerPixel);
 }
 
-SharedImage::SharedImage(Connection& connection, SegmentPool& pool, const ImageLayout& layout)
-    : connection_(connection), layout_(layout) {
+SharedImage::SharedImage(Connection& connection, SegmentPool& pool, const ImageLayout& layout,
+                         int32_t width, int32_t height)
+    : connection_(connection), layout_(layout), width_(width), height_(height) {
   if (!IsPossible(layout)) {
     throw Error(Reason::kUnsupported,
                 "the compositor sends pixels in a format that is not known here");
+  }
+  // A segment of another size would be memory for nothing.
+  if (std::minmax(layout.width, layout.height) !=
+      std::minmax(static_cast<uint32_t>(width), static_cast<uint32_t>(height))) {
+    throw DisplayChanged();
   }
   segment_ = pool.Acquire(uint64_t{layout.stride} * layout.height);
   buffer_ = connection.NewObject();
@@ -103,7 +109,9 @@ Frame SharedImage::ToFrame(Orientation orientation, bool isInverted) const {
                            FrameRow(frame, y), width);
     }
   }
-  return Upright(frame, orientation, isInverted);
+  frame = Upright(frame, orientation, isInverted);
+  if (frame.width != width_ || frame.height != height_) throw DisplayChanged();
+  return frame;
 }
 
 }  // namespace qrv::desktop::wayland

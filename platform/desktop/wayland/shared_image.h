@@ -28,9 +28,11 @@ uint32_t BytesPerPixel(uint32_t format);
 // A buffer of the compositor's over a segment of its own.
 class SharedImage {
  public:
-  // The pool and the connection outlive it. Throws Error when the layout is impossible or there is
-  // no memory.
-  SharedImage(Connection& connection, SegmentPool& pool, const ImageLayout& layout);
+  // Of pixels that are so many wide and high when they are upright. The pool and the connection
+  // outlive it. Throws Error when the layout is impossible, or that of other pixels, or there is no
+  // memory.
+  SharedImage(Connection& connection, SegmentPool& pool, const ImageLayout& layout, int32_t width,
+              int32_t height);
   SharedImage(const SharedImage&) = delete;
   SharedImage& operator=(const SharedImage&) = delete;
   ~SharedImage();
@@ -38,12 +40,14 @@ class SharedImage {
   uint32_t buffer() const { return buffer_; }
 
   // What the compositor has written, upright. It lies in the segment itself where it can. Throws
-  // std::bad_alloc.
+  // Error when that has other sides, and std::bad_alloc.
   Frame ToFrame(Orientation orientation, bool isInverted) const;
 
  private:
   Connection& connection_;
   ImageLayout layout_;
+  int32_t width_;
+  int32_t height_;
   std::shared_ptr<Segment> segment_;
   uint32_t buffer_;
 };

@@ -59,7 +59,8 @@ Frame X11Link::Capture(const Display& display, const PixelRect& region) {
       if (AreaOf(display.id) == area) throw;
     }
   }
-  throw Error(Reason::kDisplayChanged, "the display is gone or has changed");
+  if (area.width == 0 || AreaOf(display.id).width == 0) throw DisplayGone();
+  throw DisplayChanged();
 }
 
 }  // namespace

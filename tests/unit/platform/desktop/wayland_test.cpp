@@ -14,6 +14,7 @@ using testing::Compositor;
 using testing::CompositorSetup;
 using testing::Fault;
 using testing::Holdings;
+using testing::kFramesNumber;
 using testing::OutputSetup;
 
 constexpr uint32_t kXrgb = 1;
@@ -102,7 +103,9 @@ TEST(Wayland, PlacesDisplaysByTheirOutputs) {
       {{left, main}, 2, 1, {" 0,0 40x30 80x60", " -40,7 40x30 40x30"}},
       {{turned, left}, 4, 3, {"turned 0,0 20x40 25x50", "left -80,16 40x30 40x30"}},
       {{turned, main}, 4, 0, {"main 0,0 40x30 80x60", "turned 40,-9 25x50 25x50"}},
-      {{off}, 4, 3, {}}};
+      {{off}, 4, 3, {}},
+      {{}, 4, 3, {}},
+      {std::vector<OutputSetup>(257), 4, 3, {}}};  // more than are believed
   for (const auto& [outputs, outputVersion, xdgOutput, expected] : cases) {
     CompositorSetup setup;
     setup.outputs = outputs;
@@ -128,8 +131,9 @@ struct Misbehaviour {
 };
 
 const std::string kRefuses = "the compositor refuses to give the pixels";
+const std::string kDisorder = " breaks the protocol: an event of a frame comes out of order";
 const std::string kUnknown = "the compositor sends pixels in a format that is not known here";
-const std::string kChanged = "the display is gone or has changed";
+const std::string kChanged = "the display has changed since it was listed";
 
 // What is right afterwards is what the same connection gives, or another one when it was lost.
 void ExpectRecovery(const Misbehaviour& row, bool imageCopy) {
@@ -141,6 +145,7 @@ void ExpectRecovery(const Misbehaviour& row, bool imageCopy) {
   std::copy(row.words.begin(), row.words.end(), screen.compositor.script().words);
   screen.compositor.script().fault = row.fault;
   const auto start = steady_clock::now();
+  screen.List();
   EXPECT_EQ(screen.CountWrongNow(screen.Whole()), row.after == After::kFrame ? 0 : -1);
   EXPECT_LT(steady_clock::now() - start, std::chrono::seconds(5));
   const std::string peer =
@@ -156,30 +161,43 @@ void ExpectRecovery(const Misbehaviour& row, bool imageCopy) {
 }
 
 TEST(Wayland, IsRightOrNilWhateverTheCompositorDoes) {
-  const std::string other = "the display has changed since it was listed";
-  const std::string closed = " closed the connection";
+  const std::string closed = " closed the connection", breaks = " breaks the protocol: ";
+  const std::string size = breaks + "a message has an impossible size";
+  const std::string shortMessage = breaks + "a message is too short";
   for (const Misbehaviour& row : std::initializer_list<Misbehaviour>{
            {Fault::kRefuses, After::kNothing, kRefuses},
            {Fault::kRefusesBuffer, After::kNothing, kRefuses},
            {Fault::kTells, After::kNothing, kUnknown, {0x3F3F3F3F, 61, 244}},
            {Fault::kTells, After::kNothing, kUnknown, {kXrgb, 0, 244}},
            {Fault::kTells, After::kNothing, kUnknown, {kXrgb, 0x40000001, 244}},
-           {Fault::kTells, After::kNothing, other, {kXrgb, 30, 120}},
+           {Fault::kTells, After::kGone, kChanged, {kXrgb, 30, 120}},
            {Fault::kChangesMode, After::kGone, kChanged},
-           {Fault::kRemovesOutput, After::kGone, kChanged},
+           {Fault::kTurnsOutput, After::kGone, kChanged},
+           {Fault::kTurnsThere, After::kGone, kChanged},
+           {Fault::kRemovesOutput, After::kGone, "the display is gone"},
+           {Fault::kAnswersTwice, After::kFrame, ""},
            {Fault::kHangsUp, After::kLost, closed},
            {Fault::kComplains, After::kLost, closed + ": no pixels today"},
-           // Numbers of objects that are not there; no object, one of a size that can't be; events
-           // that are shorter than they should be, and a string that is longer.
+           // Numbers of objects that are not there, or still in use; no object, one of a size that
+           // can't be; events that are shorter than they should be, and a string that is longer.
            {Fault::kSendsWords, After::kFrame, "", {1, 12 << 16 | 1, 0xFFFFFFFF, 99, 8 << 16}},
-           {Fault::kSendsWords, After::kLost, closed, {0, 0, 0, 0, 0}},
-           {Fault::kSendsWords, After::kLost, closed, {1, 0xFFFC0000, 0, 0, 0}},
-           {Fault::kSendsWords, After::kLost, closed, {1, 8 << 16 | 1, 0, 0, 0}},
-           {Fault::kSendsWords, After::kLost, closed, {1, 20 << 16, 0, 0, 0xFFFFFFFF}},
+           {Fault::kSendsWords, After::kFrame, "", {1, 12 << 16 | 1, kFramesNumber, 99, 8 << 16}},
+           {Fault::kSendsWords, After::kFrame, "", {1, 12 << 16 | 1, 1, 99, 8 << 16}},
+           {Fault::kSendsWords, After::kLost, size, {0, 0, 0, 0, 0}},
+           {Fault::kSendsWords, After::kLost, size, {1, 0xFFFC0000, 0, 0, 0}},
+           {Fault::kSendsWords, After::kLost, shortMessage, {1, 8 << 16 | 1, 0, 0, 0}},
+           {Fault::kSendsWords, After::kLost, shortMessage, {1, 20 << 16, 0, 0, 0xFFFFFFFF}},
+           {Fault::kSendsEvent, After::kLost, kDisorder, {3}},  // failed, and ready as well
+           {Fault::kSendsEvent, After::kLost, kDisorder, {0}},
+           {Fault::kSendsEvent, After::kLost, kDisorder, {2}},
        }) {
     for (const bool imageCopy : {false, true}) ExpectRecovery(row, imageCopy);
   }
   ExpectRecovery({Fault::kTells, After::kNothing, kUnknown, {kXrgb, 61, 243}}, false);
+  // Another layout, more of it, and ready before there is a buffer.
+  for (const uint32_t event : {0U, 6U, 2U}) {
+    ExpectRecovery({Fault::kSendsEventEarly, After::kLost, kDisorder, {event}}, false);
+  }
   ExpectRecovery({Fault::kNeverSettles, After::kNothing, kRefuses}, true);
 }
 
@@ -218,6 +236,7 @@ TEST(Wayland, LeavesNothingAndNoFrameChanged) {
     screen.Show(0);
     EXPECT_EQ(screen.CountWrong(held, screen.Whole()), 0);
     EXPECT_LT(screen.compositor.script().highest, 50U);
+    EXPECT_EQ(screen.compositor.script().truncated, EPERM);
   }
 }
 

@@ -1,6 +1,7 @@
 // Captures of a Wayland compositor's outputs against the picture that they are known to show.
 
 #include <screenshotqrv/platform.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <random>
@@ -80,18 +81,20 @@ TEST(Wayland, RectanglesShowAllOutputsThatTheyMeetAndBlackBeyond) {
 }
 
 TEST(Wayland, IsUprightOrNilWhileItsOutputTurns) {
-  const Outputs compositor({{{0, 0, 200, 150}}});
+  const Output plain = {{0, 0, 200, 150}};
+  const Outputs compositor({plain});
   const Image upright = compositor.Whole(0);
   Plugin plugin;
   const pid_t turning = Fork([&]() -> int {
-    for (;;) {
-      for (const char* to : {"180", "0"})
-        compositor.Command("output * transform " + std::string(to));
+    for (useconds_t pause = 0;; pause = (pause + 7000) % 60000) {
+      compositor.Command(std::string("output * transform ") + (pause % 2000 == 0 ? "180" : "0"));
+      usleep(pause);
     }
   });
   int pictures = 0;
   for (int i = 0; i < 300; ++i) {
-    const auto picture = plugin.On(kSystems[i % 3]).Main();
+    UseSystem(kSystems[i % 3]);
+    const auto picture = plugin.Main();
     EXPECT_EQ(picture ? Difference(picture, upright) : "", "") << i;
     pictures += picture ? 1 : 0;
   }

@@ -54,7 +54,7 @@ ImageInfo ReadInfo(const Message& reply, const PixelRect& wanted) {
   });
   if (isRead && (info.width != static_cast<uint32_t>(wanted.width) ||
                  info.height != static_cast<uint32_t>(wanted.height))) {
-    throw Error(Reason::kUnsupported, wayland::kOutputChanged);
+    throw DisplayChanged();
   }
   const uint32_t rowBytes = info.width * 4;
   if (!isRead || info.format < kFirstFormat || info.format > kLastFormat || info.stride % 4 != 0 ||

@@ -150,7 +150,9 @@ void ExpectOneQuestion(const Row& row, uint32_t asked) {
     const std::vector<Display>* const displays = RefreshDisplays();
     for (size_t i = 0; displays != nullptr && i < displays->size(); ++i) {
       const Frame frame = Capture(displays->at(i), {1, 2, 18, 30}, Strategy::kDisplayImage);
-      if (frame) EXPECT_EQ(PixelAt(frame, 3, 5), 0x070700 + i * 20 + 4);
+      if (frame) {
+        EXPECT_EQ(PixelAt(frame, 3, 5), 0x070700 + i * 20 + 4);
+      }
     }
     EXPECT_EQ(CurrentStatus().failure, row.reason);
     EXPECT_EQ(CurrentStatus().message, row.problem);

@@ -108,20 +108,13 @@ uint32_t ReadVersion(Deadline deadline) {
   const Bus bus = OpenBus(deadline);
   const Message call = NewCall(bus, kProperties, "Get");
   Append(call, "ss", kScreenShot.interface, "Version");
+  uint32_t version = 0;
   try {
-    const Message reply = Call(bus, call, deadline);
-    for (const char type : {'u', 'i'}) {
-      uint32_t version = 0;
-      const char contents[] = {type, '\0'};
-      if (sd_bus_message_enter_container(reply.get(), 'v', contents) > 0 &&
-          sd_bus_message_read_basic(reply.get(), type, &version) > 0) {
-        return version;
-      }
-    }
+    sd_bus_message_read(Call(bus, call, deadline).get(), "v", "u", &version);
   } catch (const Error& error) {
     if (error.reason() != Reason::kRefused) throw;
   }
-  return 0;
+  return version;
 }
 
 class KWin : public wayland::Backend {

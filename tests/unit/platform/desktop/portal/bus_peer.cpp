@@ -3,7 +3,6 @@
 #include <sys/mman.h>
 #include <sys/socket.h>
 #include <sys/un.h>
-#include <systemd/sd-bus.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -11,10 +10,10 @@
 #include <filesystem>
 #include <vector>
 
+#include "platform/desktop/portal/module/bus.h"
+
 namespace qrv::desktop::portal {
 namespace {
-
-constexpr char kRequests[] = "/org/freedesktop/portal/desktop/request/1_7/";
 
 PeerScript* orders;
 std::string folder;
@@ -23,42 +22,41 @@ void RespondWith(sd_bus* bus, const std::string& path, uint32_t code, const std:
   sd_bus_message* signal = nullptr;
   sd_bus_message_new_signal(bus, &signal, path.c_str(), "org.freedesktop.portal.Request",
                             "Response");
-  switch (orders->deed) {
-    case Deed::kRespondsInWords:
-      sd_bus_message_append(signal, "s", "yes");
-      break;
-    case Deed::kRespondsWithoutDictionary:
-      sd_bus_message_append(signal, "u", code);
-      break;
-    case Deed::kRespondsWithoutUri:
-      sd_bus_message_append(signal, "ua{sv}", code, 0);
-      break;
-    case Deed::kRespondsWithNumberAsUri:
-      sd_bus_message_append(signal, "ua{sv}", code, 1, "uri", "u", 7);
-      break;
-    default:
-      sd_bus_message_append(signal, "ua{sv}", code, 2, "hint", "i", 1, "uri", "s", uri.c_str());
+  const Message message(signal);
+  const Deed deed = orders->deed;
+  if (deed == Deed::kRespondsInWords) {
+    Append(message, "s", "yes");
+  } else if (deed == Deed::kRespondsWithoutDictionary) {
+    Append(message, "u", code);
+  } else if (deed == Deed::kRespondsWithoutUri) {
+    Append(message, "ua{sv}", code, 0);
+  } else if (deed == Deed::kRespondsWithNumberAsUri) {
+    Append(message, "ua{sv}", code, 1, "uri", "u", 7);
+  } else {
+    Append(message, "ua{sv}", code, 2, "hint", "i", 1, "uri", "s", uri.c_str());
   }
   sd_bus_message_set_sender(signal, ":1.9");
   sd_bus_send(bus, signal, nullptr);
-  sd_bus_message_unref(signal);
 }
 
 int TakeScreenshot(sd_bus* bus, sd_bus_message* call) {
   ++orders->asked;
   const Deed deed = orders->deed;
-  const char* token = "";
+  std::string path = "/org/freedesktop/portal/desktop/request/1_7/";
   sd_bus_message_skip(call, "s");
-  sd_bus_message_enter_container(call, 'a', "{sv}");
-  sd_bus_message_enter_container(call, 'e', "sv");
-  sd_bus_message_skip(call, "s");
-  sd_bus_message_read(call, "v", "s", &token);
+  ReadDictionary(Message(sd_bus_message_ref(call)),
+                 [&](const std::string& name, const std::string&) {
+                   const char* token = nullptr;
+                   if (name != "handle_token" || sd_bus_message_read(call, "s", &token) < 0)
+                     return false;
+                   path += token;
+                   return true;
+                 });
   if (deed == Deed::kNeverAnswersRequest) return 1;
   if (deed == Deed::kNamesNoObject) return sd_bus_reply_method_return(call, "s", "soon");
   if (deed == Deed::kRefuses) {
     return sd_bus_reply_method_errorf(call, "org.example.No", "no\n\x1B[2J \xE2\x80\xAEyas");
   }
-  const std::string path = std::string(kRequests) + token;
   sd_bus_reply_method_return(call, "o", path.c_str());
   if (deed == Deed::kNeverResponds) return 1;
   std::error_code error;
@@ -93,18 +91,15 @@ int CaptureByKWin(sd_bus_message* call, bool isArea) {
     sd_bus_message_skip(call, "s");
   }
   orders->mentionsHiding = false;
-  sd_bus_message_enter_container(call, 'a', "{sv}");
-  while (sd_bus_message_enter_container(call, 'e', "sv") > 0) {
-    const char* name = nullptr;
-    int value = 0;
-    sd_bus_message_read(call, "sv", &name, "b", &value);
-    if (std::strcmp(name, "hide-caller-windows") == 0) {
-      orders->mentionsHiding = true;
-      orders->hides = value != 0;
-    }
-    sd_bus_message_exit_container(call);
-  }
-  sd_bus_message_exit_container(call);
+  ReadDictionary(Message(sd_bus_message_ref(call)),
+                 [&](const std::string& name, const std::string&) {
+                   int value = 0;
+                   if (name != "hide-caller-windows" || sd_bus_message_read(call, "b", &value) < 0)
+                     return false;
+                   orders->mentionsHiding = true;
+                   orders->hides = value != 0;
+                   return true;
+                 });
   int pipe = -1;
   sd_bus_message_read(call, "h", &pipe);
   const bool isProbe = width == 1;  // faults come afterwards
@@ -127,12 +122,11 @@ int CaptureByKWin(sd_bus_message* call, bool isArea) {
 int Get(sd_bus_message* call) {
   const char* interface = nullptr;
   sd_bus_message_read(call, "s", &interface);
-  const char type[] = {orders->versionType, '\0'};
   if (std::strstr(interface, "portal") != nullptr) {
     return sd_bus_reply_method_return(call, "v", "u", 4);
   }
   if (orders->version == 0) return sd_bus_reply_method_errorf(call, "org.example.No", "%s", "");
-  return sd_bus_reply_method_return(call, "v", type, orders->version.load());
+  return sd_bus_reply_method_return(call, "v", "u", orders->version.load());
 }
 
 int Handle(sd_bus_message* message, void*, sd_bus_error*) {
@@ -195,7 +189,6 @@ BusPeer::BusPeer(int width, int height)
     throw std::runtime_error("no bus");
   }
   script_ = orders = new (shared) PeerScript();
-  script_->versionType = 'u';
   folder = folder_.path();
   process_ = testing::Fork([&] { return Serve(listener); });
   close(listener);

@@ -44,7 +44,6 @@ struct PeerScript {
   std::atomic<uint32_t> asked;       // requests to the portal
   std::atomic<uint32_t> closed;      // of those
   std::atomic<uint32_t> version;     // of KWin's interface; 0 for none
-  std::atomic<char> versionType;     // u or i
   std::atomic<bool> mentionsHiding;  // KWin was told whether to hide the caller's windows
   std::atomic<bool> hides;           // and how
 };

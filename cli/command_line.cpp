@@ -265,7 +265,7 @@ Words Candidates(int argc, const char* const* argv) {
 
 std::optional<Arguments> ParseArguments(int argc, const char* const* argv) {
   if (argc > 2 && argv[1] == kComplete) {
-    for (const std::string& each : Candidates(argc - 1, argv + 1)) puts(each.c_str());
+    for (const std::string& each : Candidates(argc - 1, argv + 1)) PrintLine(stdout, each);
     return std::nullopt;
   }
   const CommandLine line = SplitLine(argc, argv);

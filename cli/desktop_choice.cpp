@@ -1,6 +1,5 @@
 #include "cli/desktop_choice.h"
 
-#include <stdio.h>
 #include <stdlib.h>
 
 #include <algorithm>
@@ -21,14 +20,15 @@ std::string Environment(const char* name) {
   return value == nullptr ? "" : value;
 }
 
+// Tells of what is no failure.
+void Tell(const std::string& message) {
+  if (!IsQuiet()) PrintLine(stderr, "qrvshot: " + message);
+}
+
 }  // namespace
 
 void ChooseDesktop(const Arguments& arguments) {
-  QRVOnWaiting(
-      [](const char* message, void*) {
-        if (!IsQuiet()) fprintf(stderr, "qrvshot: %s\n", message);
-      },
-      nullptr);
+  QRVOnWaiting([](const char* message, void*) { Tell(message); }, nullptr);
   if (!arguments.desktop.empty()) {
     setenv(kDesktopVariable, arguments.desktop.c_str(), 1);
   }
@@ -90,7 +90,7 @@ int32_t ResolveDisplay(const std::vector<QRVDisplay>& displays, const std::strin
 
 void RequirePixels(const std::string& subject) {
   const std::string note = QRVCaptureNote();
-  if (!note.empty() && !IsQuiet()) fprintf(stderr, "qrvshot: %s\n", note.c_str());
+  if (!note.empty()) Tell(note);
   const std::string problem = QRVFailureMessage();
   if (!problem.empty()) {
     throw Failure(kNothingCaptured,

@@ -5,6 +5,7 @@
 #include "cli/desktop_choice.h"
 #include "cli/report.h"
 #include "cli/start_host.h"
+#include "cli/terminal.h"
 
 namespace qrv::cli {
 
@@ -15,15 +16,15 @@ double Density(const QRVDisplay& display) {
   return std::round(100.0 * display.pixelWidth / display.width) / 100;
 }
 
-void PrintLine(size_t index, const QRVDisplay& display) {
+void PrintText(size_t index, const QRVDisplay& display) {
   printf("%zu  id %u  %dx%d  at %d,%d  %d bits per pixel", index, display.id, display.width,
          display.height, display.x + display.offsetX, display.y + display.offsetY,
          display.bitsPerPixel);
   if (display.pixelWidth != display.width || display.pixelHeight != display.height) {
     printf("  %dx%d pixels, %g a unit", display.pixelWidth, display.pixelHeight, Density(display));
   }
-  if (display.name[0] != '\0') printf("  %s", display.name);
-  printf("  by %s%s\n", QRVBackendName(), index == 0 ? "  main" : "");
+  const std::string name = display.name[0] == '\0' ? "" : std::string("  ") + display.name;
+  PrintLine(stdout, name + "  by " + QRVBackendName() + (index == 0 ? "  main" : ""));
 }
 
 void PrintJson(size_t index, const QRVDisplay& display) {
@@ -47,7 +48,7 @@ void ShowDisplays(const Arguments& arguments) {
   const std::vector<QRVDisplay> displays = RequireDisplays();
   if (arguments.json) fputs("[", stdout);
   for (size_t index = 0; index < displays.size(); ++index) {
-    (arguments.json ? PrintJson : PrintLine)(index, displays[index]);
+    (arguments.json ? PrintJson : PrintText)(index, displays[index]);
   }
   if (arguments.json) puts("\n]");
 }

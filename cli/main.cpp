@@ -14,10 +14,9 @@
 
 namespace {
 
-int Fail(qrv::cli::ExitCode code, const char* message) {
+int Fail(qrv::cli::ExitCode code, const std::string& message) {
   fflush(stdout);
-  const std::string name = qrv::cli::Emphasised(stderr, qrv::cli::Emphasis::kAlarm, "qrvshot:");
-  fprintf(stderr, "%s %s\n", name.c_str(), message);
+  qrv::cli::PrintLine(stderr, qrv::cli::Emphasis::kAlarm, "qrvshot:", " " + message);
   return code;
 }
 
@@ -45,9 +44,8 @@ int main(int argc, char** argv) {
   }
   if (fflush(stdout) != 0 || ferror(stdout) != 0) {
     const std::string reason = strerror(errno);
-    return Fail(
-        qrv::cli::kCouldNotReadOrWrite,
-        ("standard output could not be written: " + reason + ". Send it somewhere else.").c_str());
+    return Fail(qrv::cli::kCouldNotReadOrWrite,
+                "standard output could not be written: " + reason + ". Send it somewhere else.");
   }
   return qrv::cli::kDone;
 }

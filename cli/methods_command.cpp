@@ -2,6 +2,7 @@
 
 #include "cli/arguments.h"
 #include "cli/start_host.h"
+#include "cli/terminal.h"
 
 namespace qrv::cli {
 
@@ -9,7 +10,8 @@ void ShowMethods(const Arguments& arguments) {
   const auto host = StartHost(arguments);
   printf("interface version %d\n", host->InterfaceVersion());
   for (const runtime::RegisteredMethod& method : host->Methods()) {
-    printf("flags 0x%x  %s\n", method.flags, method.declaration.c_str());
+    printf("flags 0x%x  ", method.flags);
+    PrintLine(stdout, method.declaration);
   }
 }
 

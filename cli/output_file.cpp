@@ -63,8 +63,8 @@ const char* Advice(int error) {
 
 }  // namespace
 
-Progress::Progress(std::string what)
-    : what_(std::move(what)),
+Progress::Progress(const std::string& what)
+    : what_(Printable(what)),
       wanted_(IsTerminal(stderr) && !IsQuiet()),
       next_(Clock::now() + kFirstProgress) {}
 

@@ -14,7 +14,7 @@ namespace qrv::cli {
 // wiped at the end.
 class Progress {
  public:
-  explicit Progress(std::string what);
+  explicit Progress(const std::string& what);
   ~Progress();
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;

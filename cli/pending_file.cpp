@@ -4,9 +4,9 @@
 #include <fcntl.h>
 #include <limits.h>
 #include <signal.h>
-#include <sys/stat.h>
 #include <stdio.h>
 #include <string.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace qrv::cli {

@@ -1,20 +1,27 @@
 #include "cli/report.h"
 
+#include <algorithm>
+
 #include "cli/terminal.h"
+#include "platform/desktop/one_line.h"
 
 namespace qrv::cli {
 
-std::string JsonString(const std::string& text) {
+std::string JsonString(std::string_view text) {
   std::string quoted = "\"";
-  for (const char each : text) {
-    if (each == '"' || each == '\\') {
-      quoted += std::string("\\") + each;
-    } else if (static_cast<unsigned char>(each) < ' ') {
+  while (!text.empty()) {
+    const auto [code, bytes] = desktop::FirstOf(text);
+    const std::string_view character = text.substr(0, std::max<size_t>(bytes, 1));
+    text.remove_prefix(character.size());
+    if (bytes == 0) {
+      quoted += "\uFFFD";
+    } else if (code < ' ' || (code >= 0x7F && code <= 0x9F)) {
       char escaped[8];
-      snprintf(escaped, sizeof escaped, "\\u%04x", static_cast<unsigned>(each));
+      snprintf(escaped, sizeof escaped, "\\u%04x", static_cast<unsigned>(code));
       quoted += escaped;
     } else {
-      quoted += each;
+      if (code == '"' || code == '\\') quoted += '\\';
+      quoted += character;
     }
   }
   return quoted + '"';
@@ -25,8 +32,9 @@ FILE* ReportStream(const std::string& output) { return output == "-" ? stderr : 
 void ReportImage(const std::string& file, const Rows& rows, const std::string& source,
                  FILE* stream) {
   if (IsQuiet()) return;
-  fprintf(stream, "%s: %dx%d pixels of %s\n", Emphasised(stream, Emphasis::kBold, file).c_str(),
-          rows.width, rows.height, source.c_str());
+  PrintLine(stream, Emphasis::kBold, file,
+            ": " + std::to_string(rows.width) + "x" + std::to_string(rows.height) + " pixels of " +
+                source);
 }
 
 void ReportCapture(const CaptureReport& report, const Rows& rows, FILE* stream) {

@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <string>
+#include <string_view>
 
 #include "cli/image_file.h"
 
@@ -17,8 +18,8 @@ struct CaptureReport {
   double milliseconds;  // until the plug-in had the picture
 };
 
-// Text as a JSON string. Bytes that are no UTF-8 stay as they are.
-std::string JsonString(const std::string& text);
+// Text as a JSON string: valid UTF-8, with U+FFFD for each byte that is part of no character.
+std::string JsonString(std::string_view text);
 
 // Where to report on a file: standard output, or standard error when the file itself goes there.
 FILE* ReportStream(const std::string& output);

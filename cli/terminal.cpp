@@ -9,6 +9,8 @@
 #include <string_view>
 #include <thread>
 
+#include "platform/desktop/one_line.h"
+
 namespace qrv::cli {
 
 namespace {
@@ -29,6 +31,19 @@ bool IsTerminal(FILE* stream) { return isatty(fileno(stream)) != 0; }
 std::string Emphasised(FILE* stream, Emphasis emphasis, const std::string& text) {
   if (!IsTerminal(stream) || !WantsColor()) return text;
   return (emphasis == Emphasis::kBold ? "\033[1m" : "\033[1;31m") + text + "\033[0m";
+}
+
+std::string Printable(const std::string& text) {
+  return desktop::InOneLine(text, std::string::npos);
+}
+
+void PrintLine(FILE* stream, const std::string& line) {
+  fprintf(stream, "%s\n", Printable(line).c_str());
+}
+
+void PrintLine(FILE* stream, Emphasis emphasis, const std::string& start, const std::string& rest) {
+  fputs(Emphasised(stream, emphasis, Printable(start)).c_str(), stream);
+  PrintLine(stream, rest);
 }
 
 void BeQuiet() { isQuiet = true; }

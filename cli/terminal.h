@@ -15,6 +15,14 @@ enum class Emphasis { kBold, kAlarm };
 // (NO_COLOR).
 std::string Emphasised(FILE* stream, Emphasis emphasis, const std::string& text);
 
+// Text from outside, such as a file's name, as it can be put before a person and into a report of
+// lines: valid UTF-8 without control characters.
+std::string Printable(const std::string& text);
+
+// Prints a line of such text, maybe with an emphasised start.
+void PrintLine(FILE* stream, const std::string& line);
+void PrintLine(FILE* stream, Emphasis emphasis, const std::string& start, const std::string& rest);
+
 // From here on only failures are told of.
 void BeQuiet();
 bool IsQuiet();

@@ -6,29 +6,6 @@
 namespace qrv::desktop {
 namespace {
 
-struct Character {
-  char32_t code = 0;
-  size_t bytes = 0;  // 0 when it is none
-};
-
-// The character of UTF-8 that the text starts with.
-Character FirstOf(std::string_view text) {
-  constexpr char32_t kSmallest[] = {0, 0, 0x80, 0x800, 0x10000};  // of that many bytes
-  const auto lead = static_cast<unsigned char>(text[0]);
-  if (lead < 0x80) return {lead, 1};
-  const auto bytes = static_cast<size_t>(std::countl_one(lead));
-  if (bytes < 2 || bytes > 4 || bytes > text.size()) return {};
-  char32_t code = lead & (0x7FU >> bytes);
-  for (size_t i = 1; i < bytes; ++i) {
-    const auto next = static_cast<unsigned char>(text[i]);
-    if ((next & 0xC0) != 0x80) return {};
-    code = code << 6 | (next & 0x3FU);
-  }
-  const bool isSurrogate = code >= 0xD800 && code <= 0xDFFF;
-  if (code < kSmallest[bytes] || code > 0x10FFFF || isSurrogate) return {};
-  return {code, bytes};
-}
-
 struct Range {
   char32_t first;
   char32_t last;
@@ -46,6 +23,23 @@ bool IsIn(const Range (&ranges)[kCount], char32_t code) {
 }
 
 }  // namespace
+
+Character FirstOf(std::string_view text) {
+  constexpr char32_t kSmallest[] = {0, 0, 0x80, 0x800, 0x10000};  // of that many bytes
+  const auto lead = static_cast<unsigned char>(text[0]);
+  if (lead < 0x80) return {lead, 1};
+  const auto bytes = static_cast<size_t>(std::countl_one(lead));
+  if (bytes < 2 || bytes > 4 || bytes > text.size()) return {};
+  char32_t code = lead & (0x7FU >> bytes);
+  for (size_t i = 1; i < bytes; ++i) {
+    const auto next = static_cast<unsigned char>(text[i]);
+    if ((next & 0xC0) != 0x80) return {};
+    code = code << 6 | (next & 0x3FU);
+  }
+  const bool isSurrogate = code >= 0xD800 && code <= 0xDFFF;
+  if (code < kSmallest[bytes] || code > 0x10FFFF || isSurrogate) return {};
+  return {code, bytes};
+}
 
 std::string InOneLine(std::string_view text, size_t mostBytes) {
   std::string line;

@@ -8,6 +8,14 @@
 
 namespace qrv::desktop {
 
+struct Character {
+  char32_t code = 0;
+  size_t bytes = 0;  // 0 when it is none
+};
+
+// The character of UTF-8 that the text, which is not empty, starts with.
+Character FirstOf(std::string_view text);
+
 inline constexpr size_t kMostText = 120;  // bytes
 
 // Its start, in whole characters of UTF-8: with a blank for each control character, a question mark

@@ -37,7 +37,7 @@ constexpr Case kRefusals[] = {
     {3, "--plugin none.so", "none.so: plug-in not found"},
     {3, "--copy", "neither WAYLAND_DISPLAY nor DISPLAY"},
     {3, "-o /dev/full", "/dev/full could not be written: No space left on device. Free"},
-    {3, "none/a.png", "none/a.png could not be written: No such file|Make the folder"},
+    {3, "none/\033a\n.png", "none/ a .png could not be written: No such file|Make the folder"},
     {3, "-o none/", "none/screenshot-|No such file"},
     {3, "-o /proc/sys/kernel/ostype", "Permission denied. Choose a folder"},
 };

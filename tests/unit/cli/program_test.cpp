@@ -46,17 +46,21 @@ TEST(Capture, NamesFilesByTheTimeUnlessItIsToldTo) {
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.File("shots")), {}), 3);
 }
 
-TEST(Capture, TellsOfItApartFromThePicture) {
+TEST(Capture, ReportsApartFromThePicture) {
   const ScratchFolder folder;
-  EXPECT_EQ(Qrvshot(folder, "capture a.png").output,
-            "a.png: 2720x1024 pixels of the virtual desktop\n");
+  const std::string odd = "a\n\033[m\xC2\x9B\u00E9\xFF.png";
+  EXPECT_EQ(Qrvshot(folder, "capture " + odd).output,
+            "a  [m \u00E9?.png: 2720x1024 pixels of the virtual desktop\n");
   const Outcome outcome = Qrvshot(folder, "capture -o - --format ppm");
   EXPECT_TRUE(outcome.output == Capture("", "SHOT.PPM"));
   EXPECT_EQ(outcome.errors, "standard output: 2720x1024 pixels of the virtual desktop\n");
   const std::string json =
-      Qrvshot(folder, "capture --json --display 1 --strategy opengl -o \"\\.png").output;
+      Qrvshot(folder, "capture --json --display 1 --strategy opengl -o \"\\" + odd).output;
   EXPECT_TRUE(json.starts_with(
-      R"({"file": "\"\\.png", "width": 1280, "height": 1024, "desktop": "the virtual desktop", )"
+      R"({"file": "\"\\a\u000a\u001b[m\u009b)"
+      "\u00E9\uFFFD"
+      R"(.png", "width": 1280, )"
+      R"("height": 1024, "desktop": "the virtual desktop", )"
       R"("method": "ScreenshotDisplayQRV", "strategy": "opengl", "milliseconds": )"))
       << json;
   const Outcome quiet = Qrvshot(folder, "capture -q b.png --desktop any");

@@ -216,9 +216,9 @@ void Answer(int listener, const std::vector<std::string>& answers) {
   uint8_t request[2048];
   size_t rest = 8;  // of a handshake, after the first four bytes
   for (const std::string& answer : answers) {
-    recv(client.get(), request, 4, MSG_WAITALL);
+    if (recv(client.get(), request, 4, MSG_WAITALL) != 4) return;
     if (&answer != &answers.front()) rest = (request[2] | request[3] << 8) * 4U - 4;
-    recv(client.get(), request, rest, MSG_WAITALL);
+    recv(client.get(), request, std::min(rest, sizeof request), MSG_WAITALL);
     send(client.get(), answer.data(), answer.size(), MSG_NOSIGNAL);
   }
 }

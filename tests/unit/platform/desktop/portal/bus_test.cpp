@@ -112,10 +112,10 @@ TEST(KWin, IsRightOrNilInTimeWhateverItDoes) {
            {Deed::kNeverGreets, Reason::kTimeout, "the session bus does not answer"},
            {Deed::kDrips, Reason::kTimeout, "KWin does not send the pixels in time"},
            {Deed::kStopsEarly, Reason::kUnsupported, "KWin sends fewer pixels than it said"},
-           {Deed::kTellsOtherSize, Reason::kUnsupported, other},
+           {Deed::kTellsOtherSize, Reason::kDisplayChanged, other},
            {Deed::kTellsHugeStride, Reason::kUnsupported, unknown},
            {Deed::kTellsOtherFormat, Reason::kUnsupported, unknown},
-           {Deed::kTellsWords, Reason::kUnsupported, other}}) {
+           {Deed::kTellsWords, Reason::kDisplayChanged, other}}) {
     ExpectOutcome(row, OpenTestedKWin);
   }
 }

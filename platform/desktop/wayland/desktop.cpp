@@ -67,11 +67,15 @@ void WaylandLink::ExpectUnchanged(const PlacedOutput& output) const {
 Frame WaylandLink::Capture(const Display& display, const PixelRect& region) {
   const PlacedOutput& output = Find(outputs_, display.id);
   try {
-    const Frame frame = backend_->Capture(output, region, connection_->deadline());
+    Frame frame = backend_->Capture(output, region, connection_->deadline());
     ExpectUnchanged(output);
     return frame;
   } catch (const Error& error) {
-    if (error.reason() == Reason::kUnreachable || error.reason() == Reason::kTimeout) throw;
+    // A person's answer may come when the call's time is over.
+    const bool isOver = Clock::now() >= connection_->deadline();
+    if (isOver || error.reason() == Reason::kUnreachable || error.reason() == Reason::kTimeout) {
+      throw;
+    }
     screen_.Update();
     ExpectUnchanged(output);
     throw;

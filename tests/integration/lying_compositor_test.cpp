@@ -64,8 +64,8 @@ TEST(LyingCompositor, IsNilInTimeByEveryMethodWheneverItFallsSilent) {
 
 // The masks of displays have 32 bits.
 TEST(LyingCompositor, HasRawPixelsOfTheFirstThirtyTwoOfFortyOutputs) {
-  std::vector<std::pair<int, int>> sizes;
-  for (int i = 0; i < 40; ++i) sizes.emplace_back(40 + i, 30);
+  std::vector<std::pair<int, int>> sizes(40, {40, 30});
+  for (int i = 0; i < 40; ++i) sizes[static_cast<size_t>(i)].first += i;
   const CompositorSetup setup = InARow(sizes);
   const Liar compositor(setup);
   Plugin plugin;

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <new>
+#include <exception>
 #include <utility>
 
 #include "platform/desktop/error.h"
@@ -102,8 +102,9 @@ uint32_t Connection::NewObject(Handler handler) {
 void Connection::Destroy(uint32_t object, uint32_t request) noexcept {
   Drop(object);
   try {
-    Send(object, request, {});
-  } catch (const std::bad_alloc&) {
+    Begin(object, request, 0);
+  } catch (const std::exception&) {
+    // There is no memory.
   }
 }
 

@@ -49,7 +49,7 @@ std::unique_ptr<wayland::Backend> OpenTestedKWin() {
 struct Row {
   Deed deed;
   Reason reason = Reason::kNone;
-  std::string problem = "";
+  std::string problem = {};
   uint32_t code = 0;
   uint32_t closed = 0;
 };

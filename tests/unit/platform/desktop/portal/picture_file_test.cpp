@@ -13,7 +13,7 @@
 namespace qrv::desktop::portal {
 namespace {
 
-using std::string_view_literals::operator""sv;
+using namespace std::string_view_literals;
 
 TEST(PictureFile, IsWhatALocalUriNames) {
   const std::pair<const char*, const char*> cases[] = {

@@ -11,7 +11,7 @@
 namespace qrv::desktop {
 
 // A call of a method begins with a list of displays, and has this time for all that it waits for.
-inline constexpr std::chrono::milliseconds kTimeout{4200};
+inline constexpr std::chrono::milliseconds kTimeout{3800};
 // It goes on to its next strategy as soon as the desktop has timed out, and lists the displays
 // again. That list is of the same call, whose time is over; a desktop that runs again answers in
 // this time.

@@ -23,22 +23,14 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 using runtime::Host;
-using Displays = std::vector<QRVDisplay>;
 namespace methods = runtime::methods;
-
-// The first display whose pixels only a display image can deliver, or null.
-const QRVDisplay* DisplayOfOddDepth(const Displays& displays) {
-  for (const QRVDisplay& display : displays) {
-    if (display.bitsPerPixel < 24) return &display;
-  }
-  return nullptr;
-}
 
 std::string WhyNothing(const Shot& shot, const Displays& displays) {
   const std::string problem = QRVFailureMessage();
   if (!problem.empty()) return "The reason: " + problem + ". Try again.";
-  const QRVDisplay* odd = DisplayOfOddDepth(displays);
-  if (odd != nullptr && IsSystemVersionChosen()) {
+  const auto odd =
+      std::ranges::find_if(displays, [](auto& each) { return each.bitsPerPixel < 24; });
+  if (odd != displays.end() && IsSystemVersionChosen()) {
     return "A display of it has " + std::to_string(odd->bitsPerPixel) +
            " bits per pixel, which OpenGL does not read, and QuickDraw only at 8, 24 and 32; try "
            "--strategy display-image.";
@@ -72,7 +64,7 @@ void RequireStrategy(const Strategy* wanted, unsigned used, const Shot& shot) {
 
 // A picture as it was captured, with what it is read from.
 struct Captured {
-  std::shared_ptr<const Owned<REALpictureStruct>> picture;
+  std::shared_ptr<const REALpictureStruct> picture;
   Rows rows;
   std::string method;
 };
@@ -96,15 +88,14 @@ class Capturer {
 template <typename Method, typename... Values>
 Captured Capturer::Call(const Shot& shot, const Displays& displays, const Method& method,
                         Values... values) {
-  const std::shared_ptr<const Owned<REALpictureStruct>> picture(
-      new Owned<REALpictureStruct>(CallMethod(host_, method, values...)));
-  if (picture->Get() == nullptr) {
+  const std::shared_ptr<const REALpictureStruct> picture = CallMethod(host_, method, values...);
+  if (picture == nullptr) {
     throw Failure(kNothingCaptured, "The capture of " + shot.subject + " yielded nothing. " +
                                         WhyNothing(shot, displays));
   }
   RequirePixels(shot.subject);
   const std::string declaration = method.declaration;
-  return {picture, RowsOf(picture->Get()), declaration.substr(0, declaration.find_first_of("( "))};
+  return {picture, RowsOf(picture.get()), declaration.substr(0, declaration.find_first_of("( "))};
 }
 
 Captured Capturer::Take(const Shot& shot, const Displays& displays) {

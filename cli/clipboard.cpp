@@ -14,7 +14,7 @@
 
 #include "cli/desktop_choice.h"
 #include "cli/failure.h"
-#include "cli/write_png.h"
+#include "cli/write_formats.h"
 
 namespace qrv::cli {
 
@@ -80,7 +80,6 @@ pid_t Start(const ClipboardProgram& program, int input) {
 }  // namespace
 
 std::string FindClipboardProgram() {
-  std::string fitting;
   std::string packages;
   for (const ClipboardProgram& each : kPrograms) {
     if (!Fits(each)) continue;

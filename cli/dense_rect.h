@@ -2,13 +2,10 @@
 #ifndef CLI_DENSE_RECT_H_
 #define CLI_DENSE_RECT_H_
 
-#include <screenshotqrv/platform.h>
-
 #include <string>
-#include <vector>
 
+#include "cli/desktop_choice.h"
 #include "cli/image_file.h"
-#include "cli/parse_values.h"
 #include "runtime/host.h"
 
 namespace qrv::cli {
@@ -16,8 +13,8 @@ namespace qrv::cli {
 // The rectangle, in units from the main display's corner, at the density of the densest display
 // that it meets, cut and composed of whole displays; those that are less dense are enlarged to the
 // nearest pixel. What lies on no display is black. Throws Failure, naming `subject`.
-Rows CaptureDenseRect(runtime::Host& host, const std::vector<QRVDisplay>& displays,
-                      const Rect& rect, const std::string& subject);
+Rows CaptureDenseRect(runtime::Host& host, const Displays& displays, const Rect& rect,
+                      const std::string& subject);
 
 }  // namespace qrv::cli
 

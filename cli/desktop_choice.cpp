@@ -44,8 +44,8 @@ void ChooseDesktop(const Arguments& arguments) {
 
 bool IsSystemVersionChosen() { return !Environment(kSystemVersionVariable).empty(); }
 
-std::vector<QRVDisplay> RequireDisplays() {
-  std::vector<QRVDisplay> displays(kQRVMaxDisplayIndex);
+Displays RequireDisplays() {
+  Displays displays(kQRVMaxDisplayIndex);
   for (;;) {
     const int32_t capacity = static_cast<int32_t>(displays.size());
     const int32_t count = QRVListDisplays(displays.data(), sizeof(QRVDisplay), capacity);
@@ -62,7 +62,7 @@ std::vector<QRVDisplay> RequireDisplays() {
   }
 }
 
-int32_t ResolveDisplay(const std::vector<QRVDisplay>& displays, const std::string& name) {
+int32_t ResolveDisplay(const Displays& displays, const std::string& name) {
   if (name == "main") return 0;
   const auto named = std::find_if(displays.begin(), displays.end(),
                                   [&](const auto& each) { return each.name == name; });
@@ -86,6 +86,14 @@ int32_t ResolveDisplay(const std::vector<QRVDisplay>& displays, const std::strin
                      : "There is no display " + name + " on " + DesktopName() + ", which has " +
                            count + (usable == 1 ? " display" : " displays")) +
                     ": try " + valid + " (see `qrvshot displays`).");
+}
+
+bool Meets(const QRVDisplay& display, const Rect& area) {
+  const auto meet = [](int64_t start, int64_t length, int64_t otherStart, int64_t otherLength) {
+    return start < otherStart + otherLength && otherStart < start + length;
+  };
+  return meet(display.x, display.width, area.left, area.width) &&
+         meet(display.y, display.height, area.top, area.height);
 }
 
 void RequirePixels(const std::string& subject) {

@@ -20,11 +20,16 @@ bool IsSystemVersionChosen();
 // What a person calls the desktop.
 inline std::string DesktopName() { return QRVDesktopName(); }
 
+using Displays = std::vector<QRVDisplay>;
+
 // The displays of the desktop. Throws Failure when there are none, saying why.
-std::vector<QRVDisplay> RequireDisplays();
+Displays RequireDisplays();
 
 // The index of the display that the user calls so. Throws Failure when there is none.
-int32_t ResolveDisplay(const std::vector<QRVDisplay>& displays, const std::string& name);
+int32_t ResolveDisplay(const Displays& displays, const std::string& name);
+
+// Whether the display shows a part of the area, in units from the main display's corner.
+bool Meets(const QRVDisplay& display, const Rect& area);
 
 // Throws Failure when the desktop failed in the capture that has just been made: its result lacks a
 // display then, which is black in it.

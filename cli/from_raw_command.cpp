@@ -1,5 +1,6 @@
 #include <errno.h>
 #include <string.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -20,13 +21,12 @@ namespace {
 
 constexpr int64_t kMaximumBytes = std::numeric_limits<int32_t>::max();  // of a string
 
-struct FileCloser {
-  void operator()(FILE* file) const {
-    if (file != stdin) fclose(file);
-  }
-};
-
 [[noreturn]] void FailNumber(const std::string& message) { throw Failure(kWrongUsage, message); }
+
+[[noreturn]] void FailFile(const std::string& message) {
+  throw Failure(kCouldNotReadOrWrite,
+                message + ". Name a file with raw pixels, as `qrvshot raw` writes it.");
+}
 
 // The whole rows in that many bytes, in words.
 std::string CountRows(int64_t bytes, int32_t rowBytes) {
@@ -50,33 +50,23 @@ int64_t RequireNumbers(const Arguments& arguments) {
   return needed;
 }
 
-[[noreturn]] void FailUnreadable(const std::string& name) {
-  throw Failure(kCouldNotReadOrWrite,
-                name + " could not be read: " + strerror(errno) +
-                    ". Name a file with raw pixels, as `qrvshot raw` writes it.");
-}
-
 // The first `wanted` bytes of the file, or all that it has.
 std::string ReadBytes(const std::string& path, const std::string& name, size_t wanted) {
-  const std::unique_ptr<FILE, FileCloser> file(path == "-" ? stdin : fopen(path.c_str(), "rb"));
-  if (!file) FailUnreadable(name);
+  const std::unique_ptr<FILE, int (*)(FILE*)> file(
+      path == "-" ? fdopen(dup(STDIN_FILENO), "rb") : fopen(path.c_str(), "rb"), fclose);
   std::string bytes;
-  while (bytes.size() < wanted) {
+  for (size_t count = 1; file && count > 0 && bytes.size() < wanted;) {
     char block[1 << 16];
-    const size_t count = fread(block, 1, std::min(sizeof block, wanted - bytes.size()), file.get());
-    if (ferror(file.get()) != 0) FailUnreadable(name);
-    if (count == 0) break;
+    count = fread(block, 1, std::min(sizeof block, wanted - bytes.size()), file.get());
     bytes.append(block, count);
   }
+  if (!file || ferror(file.get()) != 0) FailFile(name + " could not be read: " + strerror(errno));
   return bytes;
 }
 
 [[noreturn]] void FailTooShort(const std::string& name, int64_t length,
                                const Arguments& arguments) {
-  if (length == 0) {
-    throw Failure(kCouldNotReadOrWrite,
-                  name + " is empty. Name a file with raw pixels, as `qrvshot raw` writes it.");
-  }
+  if (length == 0) FailFile(name + " is empty");
   const std::string start = name + " holds only " + std::to_string(length) + " bytes: ";
   if (length < arguments.rowBytes) {
     FailNumber(start + "--row-bytes " + std::to_string(arguments.rowBytes) +
@@ -96,15 +86,15 @@ void ConvertRaw(const Arguments& arguments) {
   const auto length = static_cast<int64_t>(bytes.size());
   if (length < needed) FailTooShort(name, length, arguments);
   const auto host = StartHost(arguments);
-  const Owned data(*host, host->NewString(bytes));
-  const Owned picture = CallMethod(*host, runtime::methods::kScreenshotFromString, arguments.width,
-                                   arguments.height, arguments.rowBytes, data.Get());
-  if (picture.Get() == nullptr) {
+  const Owned<REALstringStruct> data(host->NewString(bytes), {host.get()});
+  const auto picture = CallMethod(*host, runtime::methods::kScreenshotFromString, arguments.width,
+                                  arguments.height, arguments.rowBytes, data.get());
+  if (picture == nullptr) {
     throw Failure(kNothingCaptured, "The raw pixels of " + name +
                                         " yielded no picture. There may be too little memory; "
                                         "try fewer rows.");
   }
-  const Rows rows = RowsOf(picture.Get());
+  const Rows rows = RowsOf(picture.get());
   const FileName file = ChooseFileName(arguments, 1);
   ReportImage(WriteImage(rows, arguments.encoding, file.path, file.existing), rows, name,
               ReportStream(file.path));

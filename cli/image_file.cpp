@@ -6,9 +6,7 @@
 
 #include "cli/failure.h"
 #include "cli/strips.h"
-#include "cli/write_jpeg.h"
-#include "cli/write_png.h"
-#include "cli/write_webp.h"
+#include "cli/write_formats.h"
 #include "runtime/host.h"
 
 namespace qrv::cli {
@@ -78,11 +76,11 @@ void PackRgb(uint8_t* row, int32_t width) {
 }
 
 const ImageFormat kImageFormats[] = {
-    {"png", true, false, runtime::kMaximumPictureSide, WritePng},
-    {"jpg", false, true, runtime::kMaximumPictureSide, WriteJpeg},
-    {"jpeg", false, true, runtime::kMaximumPictureSide, WriteJpeg},
-    {"webp", true, true, kMaximumWebpSide, WriteWebp},
-    {"ppm", false, false, runtime::kMaximumPictureSide, WritePpm},
+    {"png", true, false, kMaxPictureSide, WritePng},
+    {"jpg", false, true, kMaxPictureSide, WriteJpeg},
+    {"jpeg", false, true, kMaxPictureSide, WriteJpeg},
+    {"webp", true, true, kMaxWebpSide, WriteWebp},
+    {"ppm", false, false, kMaxPictureSide, WritePpm},
 };
 
 std::string WriteImage(const Rows& rows, const Encoding& encoding, const std::string& path,

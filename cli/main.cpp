@@ -23,7 +23,7 @@ int Fail(qrv::cli::ExitCode code, const std::string& message) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  // What a strip of a picture took serves the next one, instead of being had from the system anew.
+  // The memory of one strip of a picture serves the next; else the system gives it each time.
   mallopt(M_MMAP_THRESHOLD, 8 << 20);
   mallopt(M_TRIM_THRESHOLD, 64 << 20);
   // A reader that has gone and a file that grows too long are reported as failed writes.

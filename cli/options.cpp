@@ -142,8 +142,6 @@ constexpr CommandEntry kCommands[] = {
      "  qrvshot methods\n", ""},
 };
 
-const int32_t kSide = runtime::kMaximumPictureSide;
-
 std::vector<Option> MakeOptions() {
   return {
       {kFileGroup, kCapture, 0, kFile, kFile, "The image file, like --output",
@@ -167,10 +165,10 @@ std::vector<Option> MakeOptions() {
       {kWhat, kCapture, 0, "--units", "",
        "One pixel a unit, also of displays that have more pixels than units",
        Flag<&Arguments::inUnits>},
-      {kPixels, kFromRaw, 0, "--width", "N", "Pixels per row", Integer<1, kSide, &Arguments::width>,
-       kRequired},
-      {kPixels, kFromRaw, 0, "--height", "N", "Rows", Integer<1, kSide, &Arguments::height>,
-       kRequired},
+      {kPixels, kFromRaw, 0, "--width", "N", "Pixels per row",
+       Integer<1, kMaxPictureSide, &Arguments::width>, kRequired},
+      {kPixels, kFromRaw, 0, "--height", "N", "Rows",
+       Integer<1, kMaxPictureSide, &Arguments::height>, kRequired},
       {kPixels, kFromRaw, 0, "--row-bytes", "N", "Bytes from one row to the next",
        Integer<1, INT32_MAX, &Arguments::rowBytes>, kRequired},
       {kWhen, kCapture, 0, "--delay", "SECONDS", "Wait so long first; on a terminal it counts down",

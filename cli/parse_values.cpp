@@ -4,7 +4,7 @@
 #include <cmath>
 #include <cstddef>
 
-#include "runtime/host.h"
+#include <screenshotqrv/host.h>
 
 namespace qrv::cli {
 
@@ -41,7 +41,7 @@ bool ParseList(std::string_view text, std::string_view separators, int32_t* numb
   return last.has_value();
 }
 
-bool IsSide(int32_t length) { return length >= 1 && length <= runtime::kMaximumPictureSide; }
+bool IsSide(int32_t length) { return length >= 1 && length <= kMaxPictureSide; }
 
 // An omitted side is 0.
 bool ParseSide(std::string_view digits, int32_t& side) {

@@ -13,25 +13,9 @@ namespace qrv::cli {
 
 namespace {
 
-using runtime::Host;
-using Displays = std::vector<QRVDisplay>;
 namespace methods = runtime::methods;
 
 constexpr size_t kBlockSize = 1 << 20;  // bytes between two looks at the progress
-
-struct Geometry {
-  int32_t width = 0;
-  int32_t height = 0;
-  int32_t rowBytes = 0;
-};
-
-Owned<REALstringStruct> TakePixels(Host& host, std::optional<int32_t> display, Geometry& geometry) {
-  auto& [width, height, rowBytes] = geometry;
-  if (display) {
-    return CallMethod(host, methods::kScreenshotStringDisplay, width, height, rowBytes, *display);
-  }
-  return CallMethod(host, methods::kScreenshotString, width, height, rowBytes);
-}
 
 std::string WhyNoPixels() {
   const std::string problem = QRVFailureMessage();
@@ -61,19 +45,24 @@ void WriteRaw(const Arguments& arguments) {
   const Displays displays = RequireDisplays();
   std::optional<int32_t> display;
   if (!arguments.display.empty()) display = ResolveDisplay(displays, arguments.display);
-  Geometry geometry;
-  const Owned pixels = TakePixels(*host, display, geometry);
-  if (pixels.Get() == nullptr) {
+  int32_t width = 0;
+  int32_t height = 0;
+  int32_t rowBytes = 0;
+  const auto pixels =
+      display
+          ? CallMethod(*host, methods::kScreenshotStringDisplay, width, height, rowBytes, *display)
+          : CallMethod(*host, methods::kScreenshotString, width, height, rowBytes);
+  if (pixels == nullptr) {
     throw Failure(kNothingCaptured, "The raw pixels of display " +
                                         std::to_string(display.value_or(0)) + " of " +
                                         DesktopName() + " could not be had. " + WhyNoPixels());
   }
   RequirePixels("the raw pixels of " + DesktopName());
-  WriteBytes(Host::Bytes(pixels.Get()), arguments.output);
+  WriteBytes(runtime::Host::Bytes(pixels.get()), arguments.output);
   if (IsQuiet()) return;
   fprintf(ReportStream(arguments.output),
           arguments.json ? "{\"width\": %d, \"height\": %d, \"rowBytes\": %d}\n" : "%d %d %d\n",
-          geometry.width, geometry.height, geometry.rowBytes);
+          width, height, rowBytes);
 }
 
 }  // namespace qrv::cli

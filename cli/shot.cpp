@@ -4,16 +4,11 @@
 #include <cctype>
 #include <cmath>
 
-#include "cli/desktop_choice.h"
 #include "cli/failure.h"
 
 namespace qrv::cli {
 
 namespace {
-
-using Displays = std::vector<QRVDisplay>;
-
-constexpr char kSideLimit[] = "a picture has 1 to 32767 pixels a side";
 
 std::string Text(const Size& size) {
   return std::to_string(size.width) + "x" + std::to_string(size.height);
@@ -26,14 +21,6 @@ std::string Text(const Rect& rect) {
 
 Rect BoundsOf(const QRVDisplay& display) {
   return {display.x, display.y, display.width, display.height};
-}
-
-bool Meet(const Rect& one, const Rect& other) {
-  const auto meet = [](int64_t start, int64_t length, int64_t otherStart, int64_t otherLength) {
-    return start < otherStart + otherLength && otherStart < start + length;
-  };
-  return meet(one.left, one.width, other.left, other.width) &&
-         meet(one.top, one.height, other.top, other.height);
 }
 
 Rect BoundsOf(const Displays& displays) {
@@ -117,10 +104,7 @@ void Chooser::ChooseRect(const Rect& rect) {
   shot_.area = {static_cast<int32_t>(std::clamp<int64_t>(left, INT32_MIN, INT32_MAX)),
                 static_cast<int32_t>(std::clamp<int64_t>(top, INT32_MIN, INT32_MAX)), rect.width,
                 rect.height};
-  const bool meetsAny = std::any_of(displays_.begin(), displays_.end(), [&](const auto& each) {
-    return Meet(BoundsOf(each), shot_.area);
-  });
-  if (meetsAny) return;
+  if (std::ranges::any_of(displays_, [&](auto& each) { return Meets(each, shot_.area); })) return;
   Refuse("it lies on no display; they fill " + Text(ToDesktop(BoundsOf(displays_), main)) +
          " (X,Y,W,H; see `qrvshot displays`).");
 }
@@ -128,7 +112,7 @@ void Chooser::ChooseRect(const Rect& rect) {
 // The size that the picture has unscaled.
 void Chooser::MeasureDensity() {
   for (const QRVDisplay& each : displays_) {
-    if (Meet(BoundsOf(each), shot_.area)) {
+    if (Meets(each, shot_.area)) {
       shot_.density = std::max(shot_.density, 1.0 * each.pixelWidth / each.width);
     }
   }
@@ -167,15 +151,16 @@ void Chooser::Scale() {
 void Chooser::RequirePossible() const {
   const Size& size = shot_.pixels;
   constexpr int64_t kTooManyPixels = (int64_t{1} << 31) / 4;
-  if (std::max(size.width, size.height) > runtime::kMaximumPictureSide) {
-    Refuse(std::string(kSideLimit) + ", and these are " + Text(size) + ". Try a smaller part" +
+  if (std::max(size.width, size.height) > kMaxPictureSide) {
+    Refuse("a picture has 1 to 32767 pixels a side, and these are " + Text(size) +
+           ". Try a smaller part" +
            (arguments_.inUnits || shot_.density == 1 ? "." : ", or --units."));
   }
   if (int64_t{size.width} * size.height >= kTooManyPixels) {
     Refuse("at 4 bytes a pixel a picture has fewer than 2^31 bytes. Try a smaller part.");
   }
   for (size_t index = size_t{kQRVMaxDisplayIndex}; index < displays_.size(); ++index) {
-    if (Meet(BoundsOf(displays_[index]), shot_.area)) {
+    if (Meets(displays_[index], shot_.area)) {
       Refuse("display " + std::to_string(index) +
              " of it is beyond the first 32, which are all "
              "that can be. Try a part without it.");

@@ -2,14 +2,12 @@
 #ifndef CLI_SHOT_H_
 #define CLI_SHOT_H_
 
-#include <screenshotqrv/platform.h>
-
 #include <cstdint>
 #include <optional>
 #include <string>
-#include <vector>
 
 #include "cli/arguments.h"
+#include "cli/desktop_choice.h"
 
 namespace qrv::cli {
 
@@ -24,7 +22,7 @@ struct Shot {
 
 // What the arguments ask for: a display, a rectangle, or the whole desktop. Throws Failure when
 // that can't be had as asked.
-Shot ChooseShot(const Arguments& arguments, const std::vector<QRVDisplay>& displays);
+Shot ChooseShot(const Arguments& arguments, const Displays& displays);
 
 }  // namespace qrv::cli
 

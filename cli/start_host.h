@@ -15,21 +15,18 @@ namespace qrv::cli {
 // one. Throws Failure.
 std::unique_ptr<runtime::Host> StartHost(const Arguments& arguments);
 
+struct Releaser {
+  runtime::Host* host;
+
+  template <typename Record>
+  void operator()(Record* record) const {
+    host->Release(record);
+  }
+};
+
 // A picture or string of a host, given back to it at the end.
 template <typename Record>
-class Owned {
- public:
-  Owned(runtime::Host& host, Record* record) : host_(host), record_(record) {}
-  ~Owned() { host_.Release(record_); }
-  Owned(const Owned&) = delete;
-  Owned& operator=(const Owned&) = delete;
-
-  Record* Get() const { return record_; }
-
- private:
-  runtime::Host& host_;
-  Record* record_;
-};
+using Owned = std::unique_ptr<Record, Releaser>;
 
 // Throws Failure when the plug-in has not registered the method with that declaration.
 void RequireMethod(const runtime::Host& host, std::string_view declaration);
@@ -39,7 +36,7 @@ template <typename Record, typename... Parameters, typename... Arguments>
 Owned<Record> CallMethod(runtime::Host& host, const runtime::Method<Record*(Parameters...)>& method,
                          Arguments&&... arguments) {
   RequireMethod(host, method.declaration);
-  return Owned<Record>(host, host.Call(method, std::forward<Arguments>(arguments)...));
+  return {host.Call(method, std::forward<Arguments>(arguments)...), Releaser{&host}};
 }
 
 }  // namespace qrv::cli

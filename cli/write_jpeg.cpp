@@ -1,4 +1,4 @@
-#include "cli/write_jpeg.h"
+#include "cli/write_formats.h"
 
 #include <setjmp.h>
 #include <stddef.h>

@@ -1,4 +1,4 @@
-#include "cli/write_png.h"
+#include "cli/write_formats.h"
 
 #include <isa-l/crc.h>
 #include <time.h>

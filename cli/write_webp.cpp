@@ -1,4 +1,4 @@
-#include "cli/write_webp.h"
+#include "cli/write_formats.h"
 
 #include <webp/encode.h>
 

@@ -1,7 +1,5 @@
 #include "runtime/host.h"
 
-#include <stdlib.h>
-
 #include <utility>
 
 #include "runtime/entry_points.h"
@@ -28,7 +26,7 @@ Host::Host(HostOptions options) : state_(std::make_unique<HostState>()) {
 Host::~Host() {
   if (currentHost == state_.get()) currentHost = nullptr;
   for (REALobjectStruct* object : state_->objects) delete object;
-  for (REALstringStruct* string : state_->strings) DestroyString(string);
+  for (REALstringStruct* string : state_->strings) delete string;
 }
 
 void Host::StartPlugin(REALPluginMainFunction pluginMain) { pluginMain(ResolveEntryPoint); }

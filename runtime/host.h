@@ -21,8 +21,6 @@
 
 namespace qrv::runtime {
 
-constexpr int32_t kMaximumPictureSide = kMaxPictureSide;  // pixels
-
 // Which program the host pretends to run. Desktop programs keep pictures as bitmap contexts,
 // console and web programs as console images.
 enum class ApplicationKind { kDesktop, kConsole, kWeb };

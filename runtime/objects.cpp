@@ -27,10 +27,6 @@ bool IsAlive(const HostState& host, REALobjectStruct* object) {
 }
 
 void AddReference(HostState& host, REALobjectStruct* object) {
-  if (!IsAlive(host, object)) {
-    ++host.ledger.violations;
-    return;
-  }
   ++object->references;
   ++host.ledger.references;
 }
@@ -53,7 +49,7 @@ void LetGo(HostState& host, REALobjectStruct* object) {
 }
 
 void LockObject(REALobjectStruct* object) noexcept {
-  HostState* host = CurrentHost();
+  HostState* host = HostOf(object);
   if (host != nullptr && TakesBackBy(REALUnlockObjectName)) AddReference(*host, object);
 }
 

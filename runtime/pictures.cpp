@@ -31,23 +31,19 @@ void ReadRow(const uint8_t* pixels, int32_t width, uint8_t* rgba) {
   }
 }
 
-struct BitmapLayout {
-  uint32_t alphaInfo;
-  RowReader readRow;
-};
-
-constexpr BitmapLayout kBitmapLayouts[] = {
-    {kQRVLayoutRGBA, ReadRow<0, 1, 2, 3>},
-    {kQRVLayoutARGB, ReadRow<1, 2, 3, 0>},
-    {kQRVLayoutRGBX, ReadRow<0, 1, 2, kOpaque>},
-    {kQRVLayoutXRGB, ReadRow<1, 2, 3, kOpaque>},
-};
-
 RowReader ReaderOf(uint32_t alphaInfo) {
-  for (const BitmapLayout& layout : kBitmapLayouts) {
-    if (layout.alphaInfo == alphaInfo) return layout.readRow;
+  switch (alphaInfo) {
+    case kQRVLayoutRGBA:
+      return ReadRow<0, 1, 2, 3>;
+    case kQRVLayoutARGB:
+      return ReadRow<1, 2, 3, 0>;
+    case kQRVLayoutRGBX:
+      return ReadRow<0, 1, 2, kOpaque>;
+    case kQRVLayoutXRGB:
+      return ReadRow<1, 2, 3, kOpaque>;
+    default:
+      return nullptr;
   }
-  return nullptr;
 }
 
 // The context allocates rows of whole 16 bytes, as the system's own bitmaps do.
@@ -108,7 +104,7 @@ REALpictureStruct* MakeEmptyPicture(HostState& host) {
 
 bool GivePixels(const HostState& host, REALpictureStruct& picture, long width, long height) {
   const bool fits =
-      width >= 1 && height >= 1 && width <= kMaximumPictureSide && height <= kMaximumPictureSide;
+      width >= 1 && height >= 1 && width <= kMaxPictureSide && height <= kMaxPictureSide;
   if (!fits || picture.HasPixels()) return false;
   const bool given =
       host.options.application == ApplicationKind::kDesktop

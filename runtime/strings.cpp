@@ -60,15 +60,6 @@ bool IsAlive(const HostState& host, const REALstringStruct* string) {
   return host.strings.contains(const_cast<REALstringStruct*>(string));
 }
 
-void AddReference(HostState& host, REALstringStruct* string) {
-  if (!IsAlive(host, string)) {
-    ++host.ledger.violations;
-    return;
-  }
-  ++string->head.referenceCount;
-  ++host.ledger.references;
-}
-
 void DropReference(HostState& host, REALstringStruct* string) {
   if (!IsAlive(host, string)) {
     ++host.ledger.violations;
@@ -82,10 +73,8 @@ void DropReference(HostState& host, REALstringStruct* string) {
   }
   host.strings.erase(string);
   --host.ledger.strings;
-  DestroyString(string);
+  delete string;
 }
-
-void DestroyString(REALstringStruct* string) { delete string; }
 
 REALstringStruct* BuildString(const char* bytes, int length) noexcept {
   HostState* host = CurrentHost();
@@ -115,7 +104,8 @@ REALstringStruct* ConvertString(REALstringStruct* string, unsigned long encoding
 void LockString(REALstringStruct* string) noexcept {
   HostState* host = HostOf(string);
   if (host != nullptr && TakesBackBy(REALUnlockStringName)) {
-    AddReference(*host, string);
+    ++string->head.referenceCount;
+    ++host->ledger.references;
     ++string->locks;
     ++host->ledger.stringLocks;
   }

@@ -31,11 +31,8 @@ constexpr uint32_t kSystemEncoding = 0;
 REALstringStruct* MakeString(HostState& host, std::string_view bytes, uint32_t encoding);
 
 bool IsAlive(const HostState& host, const REALstringStruct* string);
-void AddReference(HostState& host, REALstringStruct* string);
 // Gives a reference back; the string goes with the last one.
 void DropReference(HostState& host, REALstringStruct* string);
-// Frees the string whoever holds it.
-void DestroyString(REALstringStruct* string);
 
 }  // namespace qrv::runtime
 

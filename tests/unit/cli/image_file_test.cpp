@@ -45,12 +45,14 @@ TEST(PngFile, HoldsEveryPixelInOneStripAndInManyAtEveryCompression) {
   for (const auto& [width, height] : {std::pair(1, 1), {37, 11}, {1023, 1301}}) {
     for (const bool isTransparent : {false, true}) {
       const Bytes pixels = Pixels(width, height, isTransparent);
+      std::map<std::optional<int>, size_t> sizes;
       for (const std::optional<int> level : {std::optional<int>(), {0}, {1}, {6}, {9}}) {
         const std::string file =
             Write(pixels, width, height, isTransparent, {&kImageFormats[0], level, {}});
         const std::unique_ptr<spng_ctx, decltype(&spng_ctx_free)> png(spng_ctx_new(0),
                                                                       spng_ctx_free);
         spng_set_png_buffer(png.get(), file.data(), file.size());
+        sizes[level] = file.size();
         spng_ihdr header = {};
         EXPECT_EQ(spng_get_ihdr(png.get(), &header), 0);
         EXPECT_EQ(header.color_type, isTransparent ? 6 : 2);
@@ -59,6 +61,9 @@ TEST(PngFile, HoldsEveryPixelInOneStripAndInManyAtEveryCompression) {
                   0);
         EXPECT_TRUE(decoded == pixels);
       }
+      if (height < 1000) continue;
+      EXPECT_GT(sizes[0], pixels.size() * 3 / 4);
+      EXPECT_GT(sizes[6], sizes[9]);
     }
   }
 }
@@ -83,6 +88,7 @@ TEST(WebpFile, HoldsEveryPixelAtEveryCompressionAndFewerBytesInAWorseQuality) {
       return Write(pixels, 123, 47, isTransparent, {Format("webp"), level, quality});
     };
     EXPECT_LT(write({}, 10).size(), write({}, 90).size());
+    EXPECT_LT(write(9, {}).size(), write(0, {}).size());
     for (const std::optional<int> level : {std::optional<int>(), {0}, {6}, {9}}) {
       EXPECT_TRUE(Decode(write(level, {}), "webp") == std::string(pixels.begin(), pixels.end()));
     }
@@ -105,12 +111,13 @@ TEST(PngFile, CarriesTheTimeAndTheDensityOfADenseDisplay) {
   }
 }
 
-// Columns of one pixel keep their colours: these are not halved.
+// Single pixels keep their colours: these are halved neither across nor down.
 TEST(JpegFile, IsNearEveryPixelAndNearerInBetterQuality) {
   constexpr size_t kWidth = 64;
   Bytes pixels;
   for (size_t i = 0; i < kWidth * kWidth; ++i) {
-    const Bytes pixel = i % 2 == 0 ? Bytes{200, 100, 50, 255} : Bytes{50, 100, 200, 255};
+    const Bytes pixel =
+        (i + i / kWidth) % 2 == 0 ? Bytes{200, 100, 50, 255} : Bytes{50, 100, 200, 255};
     pixels.insert(pixels.end(), pixel.begin(), pixel.end());
   }
   int previous = 256;

@@ -83,11 +83,13 @@ TEST(Capture, ShowsWhatWasAskedFor) {
       {dense + "--units", dense + "--scale 50%"},
       {"--rect=1400,100,100,50 --strategy display-image", "--rect=1400,100,100,50"}};
   for (const auto& [one, other] : same) EXPECT_TRUE(Capture(one) == Capture(other)) << one;
-  const std::pair<std::string, const char*> sizes[] = {{"--display VIRTUAL-2", "1280 1024"},
-                                                       {"--display 0 --scale 33.3%", "480 300"},
-                                                       {"--rect=0,0,9,9 --size 30x70", "30 70"},
-                                                       {dense, "200 160"},
-                                                       {dense + "--units", "100 80"}};
+  const std::pair<std::string, const char*> sizes[] = {
+      {"--display VIRTUAL-2", "1280 1024"},
+      {"--display 0 --scale 33.3%", "480 300"},
+      {"--rect=0,0,9,9 --size 30x70", "30 70"},
+      {dense, "200 160"},
+      {"--desktop=virtual:9x8+0+0*2,9x8+9+0 --rect=1,0,17,8", "34 16"},
+      {dense + "--units", "100 80"}};
   for (const auto& [options, size] : sizes) {
     EXPECT_TRUE(Capture(options).starts_with(std::string("P6\n") + size + "\n")) << options;
   }
@@ -107,6 +109,7 @@ TEST(Capture, TakesTheCoordinatesOfTheXServer) {
   EXPECT_TRUE(Capture("--rect 1400,100,100,50" + desktop) == seen("100x50+1400+100"));
   EXPECT_TRUE(Capture("--display main" + desktop) == seen("1280x1024+1440+0"));
   EXPECT_TRUE(Capture(desktop).starts_with("P6\n2720 1024\n"));
+  EXPECT_NE(Capture("--rect 2720,0,9,9" + desktop).find("fill 0,0,2720,1024"), std::string::npos);
   const ScratchFolder folder;
   const std::string lists = Qrvshot(folder, "displays" + desktop).output +
                             Qrvshot(folder, "displays --json" + desktop).output;
@@ -129,6 +132,8 @@ TEST(Capture, IsATransparentPngWhereThePictureIs) {
 
 TEST(Lists, AreForPeopleAndForScripts) {
   const ScratchFolder folder;
+  EXPECT_EQ(testing::RunProgram({"sh", "-c", QRV_BUILD_DIR "/qrvshot methods >/dev/full"}).exitCode,
+            3);
   const std::string methods = Qrvshot(folder, "methods --host-version 2012.0").output;
   EXPECT_TRUE(methods.starts_with("interface version 10\n"));
   EXPECT_NE(methods.find("\nflags 0x4  ScreenshotQRV as picture\n"), std::string::npos);

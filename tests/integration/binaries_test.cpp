@@ -49,6 +49,7 @@ TEST(Binaries, AreHardenedAsDistributionsBuildThem) {
     EXPECT_THAT(facts, ::testing::HasSubstr("GNU_RELRO")) << file;
     EXPECT_THAT(facts, ::testing::ContainsRegex("GNU_STACK .* RW ")) << file;
     EXPECT_THAT(facts, ::testing::HasSubstr("__stack_chk_fail")) << file;
+    EXPECT_EQ(facts.find(" PIE") != std::string::npos, file == std::string("qrvshot")) << file;
   }
 }
 

@@ -41,6 +41,12 @@ std::string Write(const Bytes& pixels, int32_t width, int32_t height, bool isTra
   return folder.Read("a");
 }
 
+std::shared_ptr<spng_ctx> OpenPng(const std::string& file) {
+  const std::shared_ptr<spng_ctx> png(spng_ctx_new(0), spng_ctx_free);
+  spng_set_png_buffer(png.get(), file.data(), file.size());
+  return png;
+}
+
 TEST(PngFile, HoldsEveryPixelInOneStripAndInManyAtEveryCompression) {
   for (const auto& [width, height] : {std::pair(1, 1), {37, 11}, {1023, 1301}}) {
     for (const bool isTransparent : {false, true}) {
@@ -49,9 +55,7 @@ TEST(PngFile, HoldsEveryPixelInOneStripAndInManyAtEveryCompression) {
       for (const std::optional<int> level : {std::optional<int>(), {0}, {1}, {6}, {9}}) {
         const std::string file =
             Write(pixels, width, height, isTransparent, {&kImageFormats[0], level, {}});
-        const std::unique_ptr<spng_ctx, decltype(&spng_ctx_free)> png(spng_ctx_new(0),
-                                                                      spng_ctx_free);
-        spng_set_png_buffer(png.get(), file.data(), file.size());
+        const auto png = OpenPng(file);
         sizes[level] = file.size();
         spng_ihdr header = {};
         EXPECT_EQ(spng_get_ihdr(png.get(), &header), 0);
@@ -98,8 +102,7 @@ TEST(WebpFile, HoldsEveryPixelAtEveryCompressionAndFewerBytesInAWorseQuality) {
 TEST(PngFile, CarriesTheTimeAndTheDensityOfADenseDisplay) {
   for (const auto& [density, pixelsPerMetre] : {std::pair(1.0, 0U), {2.0, 7559U}, {1.5, 5669U}}) {
     const std::string file = Write(Pixels(3, 2, false), 3, 2, false, {}, density);
-    const std::unique_ptr<spng_ctx, decltype(&spng_ctx_free)> png(spng_ctx_new(0), spng_ctx_free);
-    spng_set_png_buffer(png.get(), file.data(), file.size());
+    const auto png = OpenPng(file);
     spng_time time = {};
     EXPECT_EQ(spng_get_time(png.get(), &time), 0);
     tm parts = {time.second, time.minute, time.hour, time.day, time.month - 1, time.year - 1900,

@@ -49,39 +49,33 @@ TEST(Terminal, GetsEmphasisAndACountdownButNoPicture) {
 
 // The program notes how it is called, and keeps what it is given.
 TEST(Clipboard, HasThePngByTheProgramThatFits) {
-  const struct {
-    const char* variable;  // that is set
-    std::string program;   // that is there
-    const char* ending;    // of it
-    int exitCode;
-    const char* message;
-  } cases[] = {
+  // The variable that is set, the program that is there and its ending, the exit code and message.
+  const std::tuple<const char*, std::string, const char*, int, const char*> cases[] = {
       {"DISPLAY", "xclip", "", 0, "the clipboard: 2720x1024"},
       {"WAYLAND_DISPLAY", "wl-copy", "", 0, "the clipboard: 2720x1024"},
       {"WAYLAND_DISPLAY", "xclip", "", 3, "install wl-clipboard"},
       {"DISPLAY", "wl-copy", "", 3, "install xclip"},
       {"DISPLAY", "xclip", "exit 1", 3, "xclip failed"},
   };
-  for (const auto& each : cases) {
+  for (const auto& [variable, program, ending, exitCode, message] : cases) {
     const ScratchFolder programs;
     const ScratchFolder folder;
-    programs.Write(
-        each.program,
-        std::string("#!/bin/sh\necho $* >$0.called\n/bin/cat >$0.input\n") + each.ending);
-    chmod(programs.File(each.program).c_str(), 0755);
+    programs.Write(program,
+                   std::string("#!/bin/sh\necho $* >$0.called\n/bin/cat >$0.input\n") + ending);
+    chmod(programs.File(program).c_str(), 0755);
     const Outcome outcome =
-        testing::RunProgram(Split(QRV_BUILD_DIR "/qrvshot capture --copy"), [&] {
+        testing::RunProgram(Split(QRV_BUILD_DIR "/qrvshot capture --copy"), [&, name = variable] {
           const bool isPrepared = Prepare(folder);
           setenv("PATH", programs.path().c_str(), 1);
-          return setenv(each.variable, ":9", 1) == 0 && isPrepared;
+          return setenv(name, ":9", 1) == 0 && isPrepared;
         });
-    EXPECT_EQ(outcome.exitCode, each.exitCode) << outcome.errors;
-    EXPECT_NE((outcome.output + outcome.errors).find(each.message), std::string::npos)
+    EXPECT_EQ(outcome.exitCode, exitCode) << outcome.errors;
+    EXPECT_NE((outcome.output + outcome.errors).find(message), std::string::npos)
         << outcome.output << outcome.errors;
     EXPECT_EQ(folder.Count(), 0U);
-    if (each.exitCode != 0) continue;
-    EXPECT_TRUE(programs.Read(each.program + ".input").starts_with("\x89PNG"));
-    EXPECT_NE(programs.Read(each.program + ".called").find(" image/png"), std::string::npos);
+    if (exitCode != 0) continue;
+    EXPECT_TRUE(programs.Read(program + ".input").starts_with("\x89PNG"));
+    EXPECT_NE(programs.Read(program + ".called").find(" image/png"), std::string::npos);
   }
 }
 

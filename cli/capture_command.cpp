@@ -62,86 +62,68 @@ void RequireStrategy(const Strategy* wanted, unsigned used, const Shot& shot) {
                                       " can. Try that, or leave --strategy out.");
 }
 
-// A picture as it was captured, with what it is read from.
 struct Captured {
-  std::shared_ptr<const REALpictureStruct> picture;
   Rows rows;
   std::string method;
 };
 
-class Capturer {
- public:
-  Capturer(Host& host, const Arguments& arguments) : host_(host), arguments_(arguments) {}
-
-  void CaptureInto(const FileName& name);
-
- private:
-  Captured Take(const Shot& shot, const Displays& displays);
-  template <typename Method, typename... Values>
-  Captured Call(const Shot& shot, const Displays& displays, const Method& method, Values... values);
-  void Deliver(const Captured& captured, const FileName& name, double milliseconds, unsigned used);
-
-  Host& host_;
-  const Arguments& arguments_;
-};
-
 template <typename Method, typename... Values>
-Captured Capturer::Call(const Shot& shot, const Displays& displays, const Method& method,
-                        Values... values) {
-  const std::shared_ptr<const REALpictureStruct> picture = CallMethod(host_, method, values...);
+Captured Call(Host& host, const Shot& shot, const Displays& displays, const Method& method,
+              Values... values) {
+  const SharedPicture picture = CallMethod(host, method, values...);
   if (picture == nullptr) {
     throw Failure(kNothingCaptured, "The capture of " + shot.subject + " yielded nothing. " +
                                         WhyNothing(shot, displays));
   }
   RequirePixels(shot.subject);
   const std::string declaration = method.declaration;
-  return {picture, RowsOf(picture.get()), declaration.substr(0, declaration.find_first_of("( "))};
+  return {RowsOf(picture), declaration.substr(0, declaration.find_first_of("( "))};
 }
 
-Captured Capturer::Take(const Shot& shot, const Displays& displays) {
+Captured Take(Host& host, const Shot& shot, const Displays& displays) {
   const Rect& area = shot.area;
   if (shot.isScaled) {
-    return Call(shot, displays, methods::kScreenshotRectScaled, area.left, area.top, area.width,
-                area.height, shot.pixels.width, shot.pixels.height);
+    return Call(host, shot, displays, methods::kScreenshotRectScaled, area.left, area.top,
+                area.width, area.height, shot.pixels.width, shot.pixels.height);
   }
   if (shot.display) {
-    Captured captured = Call(shot, displays, methods::kScreenshotDisplay, *shot.display);
+    Captured captured = Call(host, shot, displays, methods::kScreenshotDisplay, *shot.display);
     captured.rows.density = shot.density;
     return captured;
   }
   if (shot.density != 1) {
-    return {nullptr, CaptureDenseRect(host_, displays, area, shot.subject), "ScreenshotDisplayQRV"};
+    return {CaptureDenseRect(host, displays, area, shot.subject), "ScreenshotDisplayQRV"};
   }
-  return Call(shot, displays, methods::kScreenshotRect, area.left, area.top, area.width,
+  return Call(host, shot, displays, methods::kScreenshotRect, area.left, area.top, area.width,
               area.height);
 }
 
-void Capturer::Deliver(const Captured& captured, const FileName& name, double milliseconds,
-                       unsigned used) {
+void Deliver(const Arguments& arguments, const Captured& captured, const FileName& name,
+             double milliseconds, unsigned used) {
   const Rows& rows = captured.rows;
   CaptureReport report{"", DesktopName(), captured.method, StrategyNames(used), milliseconds};
   FILE* const stream = ReportStream(name.path);
-  if (arguments_.copies) {
+  if (arguments.copies) {
     CopyImage(rows, FindClipboardProgram());
-    if (!arguments_.json) ReportImage("the clipboard", rows, report.desktop, stream);
+    if (!arguments.json) ReportImage("the clipboard", rows, report.desktop, stream);
   }
-  if (!arguments_.copies || !arguments_.output.empty()) {
-    report.file = WriteImage(rows, arguments_.encoding, name.path, name.existing);
-    if (!arguments_.json) ReportImage(report.file, rows, report.desktop, stream);
+  if (!arguments.copies || !arguments.output.empty()) {
+    report.file = WriteImage(rows, arguments.encoding, name.path, name.existing);
+    if (!arguments.json) ReportImage(report.file, rows, report.desktop, stream);
   }
-  if (arguments_.json) ReportCapture(report, rows, stream);
+  if (arguments.json) ReportCapture(report, rows, stream);
 }
 
-void Capturer::CaptureInto(const FileName& name) {
+void CaptureInto(Host& host, const Arguments& arguments, const FileName& name) {
   const Clock::time_point start = Clock::now();
   const Displays displays = RequireDisplays();
-  const Shot shot = ChooseShot(arguments_, displays);
+  const Shot shot = ChooseShot(arguments, displays);
   QRVTakeStrategies();
-  const Captured captured = Take(shot, displays);
+  const Captured captured = Take(host, shot, displays);
   const std::chrono::duration<double, std::milli> duration = Clock::now() - start;
   const unsigned used = QRVTakeStrategies();
-  RequireStrategy(arguments_.strategy, used, shot);
-  Deliver(captured, name, duration.count(), used);
+  RequireStrategy(arguments.strategy, used, shot);
+  Deliver(arguments, captured, name, duration.count(), used);
 }
 
 // What can be known to be wrong is told of before anybody waits.
@@ -162,7 +144,7 @@ void Capture(const Arguments& arguments) {
   for (int32_t number = 1; number <= count; ++number) {
     std::this_thread::sleep_until(next);
     next = std::max(next + std::chrono::milliseconds(arguments.interval), Clock::now());
-    Capturer(*host, arguments).CaptureInto(ChooseFileName(arguments, number));
+    CaptureInto(*host, arguments, ChooseFileName(arguments, number));
   }
 }
 

@@ -18,7 +18,7 @@ using runtime::Host;
 // A display of which the rectangle shows a part.
 struct Share {
   QRVDisplay display;
-  std::shared_ptr<const REALpictureStruct> picture;
+  SharedPicture picture;
 };
 
 // The pixel at a place along an axis of a display, in units; negative or too large outside of it.
@@ -67,7 +67,7 @@ Rows CaptureDenseRect(Host& host, const Displays& displays, const Rect& rect,
   for (size_t index = 0; index < displays.size(); ++index) {
     const QRVDisplay& display = displays[index];
     if (!Meets(display, rect)) continue;
-    const std::shared_ptr<const REALpictureStruct> picture =
+    const SharedPicture picture =
         CallMethod(host, runtime::methods::kScreenshotDisplay, static_cast<int32_t>(index));
     RequirePixels(subject);
     if (picture == nullptr) {

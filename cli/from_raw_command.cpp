@@ -87,14 +87,15 @@ void ConvertRaw(const Arguments& arguments) {
   if (length < needed) FailTooShort(name, length, arguments);
   const auto host = StartHost(arguments);
   const Owned<REALstringStruct> data(host->NewString(bytes), {host.get()});
-  const auto picture = CallMethod(*host, runtime::methods::kScreenshotFromString, arguments.width,
-                                  arguments.height, arguments.rowBytes, data.get());
+  const SharedPicture picture =
+      CallMethod(*host, runtime::methods::kScreenshotFromString, arguments.width, arguments.height,
+                 arguments.rowBytes, data.get());
   if (picture == nullptr) {
     throw Failure(kNothingCaptured, "The raw pixels of " + name +
                                         " yielded no picture. There may be too little memory; "
                                         "try fewer rows.");
   }
-  const Rows rows = RowsOf(picture.get());
+  const Rows rows = RowsOf(picture);
   const FileName file = ChooseFileName(arguments, 1);
   ReportImage(WriteImage(rows, arguments.encoding, file.path, file.existing), rows, name,
               ReportStream(file.path));

@@ -56,11 +56,11 @@ void WritePpm(const Rows& rows, const Encoding& /*encoding*/, OutputFile& file) 
 
 }  // namespace
 
-Rows RowsOf(const REALpictureStruct* picture) {
+Rows RowsOf(const SharedPicture& picture) {
   using runtime::Host;
-  Rows rows{Host::Width(picture), Host::Height(picture), false,
-            [picture](int32_t y, uint8_t* rgba) { Host::ReadRow(picture, y, rgba); }};
-  rows.hasTransparency = Host::MayBeTransparent(picture) && HasTransparency(rows);
+  Rows rows{Host::Width(picture.get()), Host::Height(picture.get()), false,
+            [picture](int32_t y, uint8_t* rgba) { Host::ReadRow(picture.get(), y, rgba); }};
+  rows.hasTransparency = Host::MayBeTransparent(picture.get()) && HasTransparency(rows);
   return rows;
 }
 

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -23,8 +24,9 @@ struct Rows {
   double density = 1;  // pixels a unit
 };
 
-// The rows of a host picture, which must outlive them.
-Rows RowsOf(const REALpictureStruct* picture);
+// The rows of a host picture.
+using SharedPicture = std::shared_ptr<const REALpictureStruct>;
+Rows RowsOf(const SharedPicture& picture);
 
 // Drops the alpha of a row, in place: 3 bytes a pixel from its start.
 void PackRgb(uint8_t* row, int32_t width);

@@ -3,8 +3,6 @@
 #include <filesystem>
 #include <system_error>
 
-#include "cli/failure.h"
-
 namespace qrv::cli {
 
 namespace {
@@ -38,12 +36,6 @@ std::unique_ptr<runtime::Host> StartHost(const Arguments& arguments) {
     throw Failure(kCouldNotReadOrWrite, error + ". Name another plug-in with --plugin.");
   }
   return host;
-}
-
-void RequireMethod(const runtime::Host& host, std::string_view declaration) {
-  if (host.Offers(declaration)) return;
-  throw Failure(kNothingCaptured, "This plug-in does not offer \"" + std::string(declaration) +
-                                      "\". `qrvshot methods` lists what it offers.");
 }
 
 }  // namespace qrv::cli

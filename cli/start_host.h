@@ -3,10 +3,11 @@
 #define CLI_START_HOST_H_
 
 #include <memory>
-#include <string_view>
+#include <string>
 #include <utility>
 
 #include "cli/arguments.h"
+#include "cli/failure.h"
 #include "runtime/host.h"
 
 namespace qrv::cli {
@@ -28,14 +29,15 @@ struct Releaser {
 template <typename Record>
 using Owned = std::unique_ptr<Record, Releaser>;
 
-// Throws Failure when the plug-in has not registered the method with that declaration.
-void RequireMethod(const runtime::Host& host, std::string_view declaration);
-
 // Calls the method. Throws Failure when the plug-in has not registered it.
 template <typename Record, typename... Parameters, typename... Arguments>
 Owned<Record> CallMethod(runtime::Host& host, const runtime::Method<Record*(Parameters...)>& method,
                          Arguments&&... arguments) {
-  RequireMethod(host, method.declaration);
+  if (!host.Offers(method.declaration)) {
+    throw Failure(kNothingCaptured, "This plug-in does not offer \"" +
+                                        std::string(method.declaration) +
+                                        "\". `qrvshot methods` lists what it offers.");
+  }
   return {host.Call(method, std::forward<Arguments>(arguments)...), Releaser{&host}};
 }
 

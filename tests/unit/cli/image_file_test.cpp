@@ -42,7 +42,7 @@ std::string Write(const Bytes& pixels, int32_t width, int32_t height, bool isTra
 }
 
 std::shared_ptr<spng_ctx> OpenPng(const std::string& file) {
-  const std::shared_ptr<spng_ctx> png(spng_ctx_new(0), spng_ctx_free);
+  std::shared_ptr<spng_ctx> png(spng_ctx_new(0), spng_ctx_free);
   spng_set_png_buffer(png.get(), file.data(), file.size());
   return png;
 }

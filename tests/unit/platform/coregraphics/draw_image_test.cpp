@@ -89,7 +89,8 @@ TEST(CGContextDrawImage, DrawsPixelForPixelWithinTheContextBetweenAllLayouts) {
 // Begins another capture.
 void BeginCapture() {
   setenv("QRV_DESKTOP", "virtual", 1);
-  ASSERT_NE(CGMainDisplayID(), kCGNullDirectDisplay);
+  EXPECT_NE(CGMainDisplayID(), kCGNullDirectDisplay);
+  unsetenv("QRV_DESKTOP");
 }
 
 TEST(CGContextDrawImage, FailsTheCaptureWhenItCannotDrawPixelForPixel) {
@@ -118,6 +119,7 @@ Bytes BytesOf(CGImageRef image) { return {image->pixels, image->pixels + 140}; }
 // An image that fills the context is shared until something else is drawn, and an image that was
 // made of the context stays as it was.
 TEST(CGBitmapContextCreateImage, SharesMemoryThatNeitherSideChanges) {
+  BeginCapture();
   Memory source = {7, 5, 0};
   CGImage drawn = source.Image();
   const CGRect all = {{0, 0}, {7, 5}};
@@ -127,7 +129,8 @@ TEST(CGBitmapContextCreateImage, SharesMemoryThatNeitherSideChanges) {
   CGImageRef shared = CGBitmapContextCreateImage(context.get());
   EXPECT_EQ(shared->pixels, source.At(0, 0));
   CGContextDrawImage(context.get(), {{-6, -4}, {7, 5}}, &drawn);
-  const Bytes changed = BytesOf(CGBitmapContextCreateImage(context.get()));
+  CGImageRef drawnOver = CGBitmapContextCreateImage(context.get());
+  const Bytes changed = BytesOf(drawnOver);
   Memory expected = {7, 5, 0};
   ExpectDrawn(source, expected, 0, 0);
   {
@@ -143,7 +146,7 @@ TEST(CGBitmapContextCreateImage, SharesMemoryThatNeitherSideChanges) {
   CGImageRef cleared = CGBitmapContextCreateImage(context.get());
   EXPECT_EQ(BytesOf(before), changed);
   EXPECT_EQ(BytesOf(cleared), Bytes(140));
-  for (CGImageRef each : {shared, before, cleared}) CGImageRelease(each);
+  for (CGImageRef each : {shared, drawnOver, before, cleared}) CGImageRelease(each);
 }
 
 TEST(CGBitmapContextCreateImage, MakesNoneOnceTheCaptureHasFailed) {

@@ -4,6 +4,7 @@
 #include <cctype>
 #include <cmath>
 
+#include "cli/capture/dense_rect.h"
 #include "cli/failure.h"
 
 namespace qrv::cli {
@@ -111,23 +112,15 @@ void Chooser::ChooseRect(const Rect& rect) {
 
 // The size that the picture has unscaled.
 void Chooser::MeasureDensity() {
-  for (const QRVDisplay& each : displays_) {
-    if (Meets(each, shot_.area)) {
-      shot_.density = std::max(shot_.density, 1.0 * each.pixelWidth / each.width);
-    }
-  }
+  const auto whole = [&] { return Displays{displays_[static_cast<size_t>(*shot_.display)]}; };
+  const PixelGrid grid(shot_.display ? whole() : displays_, shot_.area);
+  shot_.density = grid.density();
+  shot_.pixels = grid.SizeOf(shot_.area);
   if (arguments_.inUnits && shot_.density != 1) {
     shot_.density = 1;
     shot_.display.reset();
+    shot_.pixels = {shot_.area.width, shot_.area.height};
   }
-  if (shot_.display) {
-    const QRVDisplay& display = displays_[static_cast<size_t>(*shot_.display)];
-    shot_.density = 1.0 * display.pixelWidth / display.width;
-    shot_.pixels = {display.pixelWidth, display.pixelHeight};
-    return;
-  }
-  shot_.pixels = {static_cast<int32_t>(std::lround(shot_.area.width * shot_.density)),
-                  static_cast<int32_t>(std::lround(shot_.area.height * shot_.density))};
 }
 
 void Chooser::Scale() {

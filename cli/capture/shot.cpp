@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "cli/capture/dense_rect.h"
+#include "cli/capture/window_choice.h"
 #include "cli/failure.h"
 
 namespace qrv::cli {
@@ -39,6 +40,14 @@ Rect BoundsOf(const Displays& displays) {
   return bounds;
 }
 
+// Its width or height is 0 or less when they don't intersect.
+Rect Intersection(const Rect& one, const Rect& other) {
+  const int32_t left = std::max(one.left, other.left);
+  const int32_t top = std::max(one.top, other.top);
+  return {left, top, std::min(one.left + one.width, other.left + other.width) - left,
+          std::min(one.top + one.height, other.top + other.height) - top};
+}
+
 // In the desktop's own coordinates, which have the main display at that offset.
 Rect ToDesktop(Rect area, const QRVDisplay& main) {
   area.left += main.offsetX;
@@ -71,6 +80,7 @@ class Chooser {
 
   void ChooseArea();
   void ChooseRect(const Rect& rect);
+  void ChooseWindow();
   void MeasureDensity();
   void Scale();
   void RequirePossible() const;
@@ -85,6 +95,8 @@ void Chooser::ChooseArea() {
   if (arguments_.rect) {
     shot_.subject = "the rectangle " + Text(*arguments_.rect) + ofDesktop;
     ChooseRect(*arguments_.rect);
+  } else if (!arguments_.window.empty()) {
+    ChooseWindow();
   } else if (!arguments_.display.empty()) {
     shot_.display = ResolveDisplay(displays_, arguments_.display);
     shot_.subject = "display " + arguments_.display + ofDesktop;
@@ -108,6 +120,18 @@ void Chooser::ChooseRect(const Rect& rect) {
   if (std::ranges::any_of(displays_, [&](auto& each) { return Meets(each, shot_.area); })) return;
   Refuse("it lies on no display; they fill " + Text(ToDesktop(BoundsOf(displays_), main)) +
          " (X,Y,W,H; see `qrvshot displays`).");
+}
+
+// The part of the window that is within the displays.
+void Chooser::ChooseWindow() {
+  const QRVWindow window = ResolveWindow(RequireWindows(), arguments_.window);
+  shot_.subject = "the window '" + std::string(window.title) + "' of " + DesktopName();
+  const Rect area = arguments_.withoutFrame ? Rect{window.contentX, window.contentY,
+                                                   window.contentWidth, window.contentHeight}
+                                            : Rect{window.x, window.y, window.width, window.height};
+  shot_.area = Intersection(area, BoundsOf(displays_));
+  if (std::ranges::any_of(displays_, [&](auto& each) { return Meets(each, shot_.area); })) return;
+  Refuse("it lies outside of all displays. Move it onto one.");
 }
 
 // The size that the picture has unscaled.

@@ -1,6 +1,7 @@
 #include "cli/line/options.h"
 
 #include "cli/capture/desktop_choice.h"
+#include "cli/capture/window_choice.h"
 #include "cli/failure.h"
 #include "cli/line/word_lists.h"
 
@@ -87,12 +88,24 @@ Words DisplayChoices() {
   return choices;
 }
 
+// "active", and the title of each window.
+Words WindowChoices() {
+  Words choices = {"active"};
+  try {
+    for (const QRVWindow& each : RequireWindows()) choices.emplace_back(each.title);
+  } catch (const Failure&) {
+    // As for displays.
+  }
+  return choices;
+}
+
 // Commands, as bits.
 constexpr unsigned kCapture = 1;
 constexpr unsigned kDisplays = 2;
 constexpr unsigned kRaw = 4;
 constexpr unsigned kFromRaw = 8;
 constexpr unsigned kMethods = 16;
+constexpr unsigned kWindows = 32;
 constexpr unsigned kEveryCommand = ~0U;
 
 constexpr Rules kNoRules;
@@ -133,6 +146,12 @@ constexpr CommandEntry kCommands[] = {
      "  qrvshot displays\n  qrvshot displays --json\n",
      "Places are in the desktop's own coordinates, as --rect takes them. The JSON also has them "
      "relative to the main display, as the plug-in's methods count (fromMainX, fromMainY)."},
+    {"windows", "List the windows", kWindows, ShowWindows,
+     "  qrvshot windows\n  qrvshot windows --json\n",
+     "The top one comes first. Places are in the desktop's own coordinates, with the window's "
+     "frame "
+     "and without its shadow. X11 lists windows, and so do sway and its kin; other Wayland "
+     "compositors list them to no program."},
     {"raw", "Write a display's raw pixels, and print their width, height and bytes per row", kRaw,
      WriteRaw, "  qrvshot raw -o pixels\n",
      "The pixels are blue, green, red and a byte without meaning; the bottom row comes first."},
@@ -157,6 +176,12 @@ std::vector<Option> MakeOptions() {
       {kWhat, kCapture, 0, "--rect", "AREA",
        "A rectangle: X,Y,W,H or WxH+X+Y (as slop prints it) or \"X,Y WxH\" (as slurp does)",
        Value<ReadRect, &Arguments::rect>},
+      {kWhat, kCapture, 0, "--window", "WINDOW",
+       "One window, as the screen shows it: active, its id or title, as `qrvshot windows` lists "
+       "them, or a part of the title",
+       Value<ReadText, &Arguments::window>, Excludes("--rect"), WindowChoices},
+      {kWhat, kCapture, 0, "--no-frame", "", "Without title bar and borders",
+       Flag<&Arguments::withoutFrame>, Needs("--window")},
       {kWhat, kCapture, 0, "--size", "WxH",
        "Scale to this size; 800x and x600 keep the proportions", Value<ReadSize, &Arguments::size>,
        Excludes("--scale")},
@@ -188,7 +213,7 @@ std::vector<Option> MakeOptions() {
       {kWhere, kCapture, 0, "--copy", "",
        "Copy to the clipboard as PNG, by wl-copy or xclip; into a file too only where one is named",
        Flag<&Arguments::copies>},
-      {kWhere, kCapture | kDisplays | kRaw, 0, "--json", "", "Report in JSON",
+      {kWhere, kCapture | kDisplays | kWindows | kRaw, 0, "--json", "", "Report in JSON",
        Flag<&Arguments::json>, Excludes("--quiet")},
       {kWhere, kCapture | kRaw | kFromRaw, 'q', "--quiet", "", "Report only failures",
        Flag<&Arguments::quiet>},

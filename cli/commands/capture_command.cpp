@@ -139,6 +139,7 @@ void Capture(const Arguments& arguments) {
   const auto host = StartHost(arguments);
   if (arguments.delay > 0) RequireAll(arguments);
   Wait(arguments.delay);
+  QRVShowPointer(arguments.withPointer ? 1 : 0);
   const int32_t count = arguments.count.value_or(1);
   Clock::time_point next = Clock::now();
   for (int32_t number = 1; number <= count; ++number) {

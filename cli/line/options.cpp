@@ -182,6 +182,8 @@ std::vector<Option> MakeOptions() {
        Value<ReadText, &Arguments::window>, Excludes("--rect"), WindowChoices},
       {kWhat, kCapture, 0, "--no-frame", "", "Without title bar and borders",
        Flag<&Arguments::withoutFrame>, Needs("--window")},
+      {kWhat, kCapture, 0, "--pointer", "", "With the mouse pointer",
+       Flag<&Arguments::withPointer>},
       {kWhat, kCapture, 0, "--size", "WxH",
        "Scale to this size; 800x and x600 keep the proportions", Value<ReadSize, &Arguments::size>,
        Excludes("--scale")},

@@ -27,6 +27,7 @@ class Session {
   void DropFrameBuffer(uint32_t id);
 
   void Record(Strategy strategy) { strategies_ |= static_cast<uint32_t>(strategy); }
+  void ShowPointer(Pointer pointer) { pointer_ = pointer; }
   uint32_t TakeStrategies() { return std::exchange(strategies_, 0U); }
   void Fail(Reason reason, const char* message);
   bool hasFailed() const { return hasFailed_; }
@@ -46,6 +47,7 @@ class Session {
   std::vector<Display> displays_;
   bool isListed_ = false;
   std::vector<DisplayFrame> frameBuffers_;
+  Pointer pointer_ = Pointer::kHidden;
   uint32_t strategies_ = 0;
   CallTime time_;
   bool hasFailed_ = false;
@@ -101,7 +103,7 @@ Frame Session::Capture(const Display& display, const PixelRect& region) {
   }
   try {
     return time_.Spend(
-        [&](Deadline deadline) { return desktop_->Capture(display, region, deadline); });
+        [&](Deadline deadline) { return desktop_->Capture(display, region, pointer_, deadline); });
   } catch (const DisplayGone& error) {
     Report(error.reason(), error.what());
     return {};
@@ -241,6 +243,8 @@ void RecordReadBack() noexcept { TheSession()->Record(Strategy::kOpenGL); }
 void FailCapture(Reason reason, const char* message) noexcept {
   TheSession()->Fail(reason, message);
 }
+
+void ShowPointer(Pointer pointer) noexcept { TheSession()->ShowPointer(pointer); }
 
 bool HasCaptureFailed() noexcept {
   return !Guarded([](Session& session) { return !session.hasFailed(); });

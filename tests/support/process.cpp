@@ -9,6 +9,8 @@
 #include <stdlib.h>
 #include <sys/mount.h>
 #include <sys/prctl.h>
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -59,6 +61,17 @@ Outcome RunProgram(const std::vector<std::string>& command, const std::function<
   });
   const int status = WaitForEnd(process);
   return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, streams.Read("out"), streams.Read("err")};
+}
+
+int ListenAt(const std::string& path) {
+  const int listener = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  sockaddr_un address = {AF_UNIX, {}};
+  path.copy(address.sun_path, sizeof address.sun_path - 1);
+  if (bind(listener, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
+      listen(listener, 4) != 0) {
+    throw std::runtime_error("no socket");
+  }
+  return listener;
 }
 
 void UseNoStreams() {

@@ -2,6 +2,7 @@
 #ifndef TESTS_SUPPORT_PROCESS_H_
 #define TESTS_SUPPORT_PROCESS_H_
 
+#include <sys/mman.h>
 #include <sys/types.h>
 
 #include <csignal>
@@ -9,6 +10,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -34,6 +36,27 @@ struct Outcome {
 Outcome RunProgram(
     const std::vector<std::string>& command,
     const std::function<bool()>& prepare = [] { return true; });
+
+// What processes that are forked from here share.
+template <typename T>
+class Shared {
+ public:
+  Shared()
+      : shared_(new (mmap(nullptr, sizeof(T), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS,
+                          -1, 0)) T()) {}
+  Shared(const Shared&) = delete;
+  Shared& operator=(const Shared&) = delete;
+  ~Shared() { munmap(shared_, sizeof(T)); }
+
+  T* get() const { return shared_; }
+  T& operator*() const { return *shared_; }
+
+ private:
+  T* const shared_;
+};
+
+// A socket at that path that clients may connect to.
+int ListenAt(const std::string& path);
 
 // For such a process: nothing comes from its standard streams, and nothing is left of what it
 // writes.

@@ -94,7 +94,7 @@ class Compositor {
 
  private:
   ScratchFolder folder_;
-  Script* script_;
+  const Shared<Script> script_;
   pid_t process_;
 };
 

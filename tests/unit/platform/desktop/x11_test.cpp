@@ -2,7 +2,6 @@
 
 #include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -240,11 +239,7 @@ TEST(LyingServer, IsFoundOutByWhateverItStates) {
   for (const auto& lie : lies) {
     SCOPED_TRACE(lie.what);
     const std::string path = folder.File(lie.what);
-    const UniqueFd listener(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    sockaddr_un address = {AF_UNIX, ""};
-    path.copy(address.sun_path, sizeof address.sun_path - 1);
-    ASSERT_EQ(bind(listener.get(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-    ASSERT_EQ(listen(listener.get(), 1), 0);
+    const UniqueFd listener(testing::ListenAt(path));
     std::vector<std::string> answers = HonestAnswers();
     answers[lie.answer][lie.offset] = static_cast<char>(lie.value);
     std::thread server([&] { Answer(listener.get(), answers); });

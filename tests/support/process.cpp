@@ -97,6 +97,13 @@ pid_t StartUntilReady(const std::vector<std::string>& command, int stream,
   return 0;
 }
 
+std::string ReadToEnd(int fd) {
+  std::string text;
+  for (char byte = 0; read(fd, &byte, 1) == 1;) text += byte;
+  close(fd);
+  return text;
+}
+
 void Server::End(int signal) {
   if (pid_ == 0) return;
   kill(pid_, signal);

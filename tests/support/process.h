@@ -73,6 +73,9 @@ pid_t StartUntilReady(
 bool RefuseSystemCall(uint32_t number, uint16_t error, uint32_t flags = 0);
 bool MountSmallDisk(const std::string& folder, const std::string& size);
 
+// What comes from there until its last writer ends. Closes it.
+std::string ReadToEnd(int fd);
+
 // A server of a test's own, which ends with the object that started it or with the test's process.
 class Server {
  public:

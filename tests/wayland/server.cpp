@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <bit>
 #include <cerrno>
-#include <csignal>
 #include <cstring>
 #include <deque>
 #include <sstream>
@@ -435,13 +434,8 @@ uint32_t ColorAt(uint32_t format, uint32_t picture, int x, int y) {
 
 Compositor::Compositor(const CompositorSetup& setup) {
   const int listener = ListenAt(path());
-  process_ = Fork([&] { return Serve(setup, script_.get(), listener); });
+  pid_ = Fork([&] { return Serve(setup, script_.get(), listener); });
   close(listener);
-}
-
-Compositor::~Compositor() {
-  kill(process_, SIGKILL);
-  WaitForEnd(process_);
 }
 
 }  // namespace qrv::testing

@@ -158,9 +158,7 @@ std::string ProgressOn(bool isTerminal, useconds_t pause) {
     return 0;
   });
   close(ends[1]);
-  std::string text;
-  for (char byte = 0; read(ends[0], &byte, 1) == 1;) text += byte;  // until the process ends
-  close(ends[0]);
+  std::string text = testing::ReadToEnd(ends[0]);
   WaitForEnd(process);
   return text;
 }

@@ -200,7 +200,7 @@ int Serve(int listener) {
 // --- The test's process ---
 
 // The session bus while it lives.
-class Peer {
+class Peer : public testing::Server {
  public:
   explicit Peer(const Role& its)
       : address_("DBUS_SESSION_BUS_ADDRESS", ("unix:path=" + folder_.File("bus")).c_str()) {
@@ -216,14 +216,9 @@ class Peer {
     portal::script = script_.get();
     folder = folder_.path();
     const UniqueFd listener(testing::ListenAt(folder_.File("bus")));
-    process_ = testing::Fork([&] { return Serve(listener.get()); });
+    pid_ = testing::Fork([&] { return Serve(listener.get()); });
   }
-  Peer(const Peer&) = delete;
-  Peer& operator=(const Peer&) = delete;
-  ~Peer() {
-    kill(process_, SIGKILL);
-    testing::WaitForEnd(process_);
-  }
+  ~Peer() { Kill(); }
 
   Script& script() { return *script_; }
   bool HasPicture() const { return std::filesystem::exists(folder_.File("shot.png")); }
@@ -232,7 +227,6 @@ class Peer {
   const testing::ScratchFolder folder_;
   const testing::ScopedVariable address_;
   const testing::Shared<Script> script_;
-  pid_t process_;
 };
 
 constexpr auto kBudget = 600ms, kPatience = 900ms;

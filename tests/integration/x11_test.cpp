@@ -86,7 +86,10 @@ rlim_t LimitDescriptors(pid_t process, rlim_t count) {
 
 TEST(LimitedServer, WithoutDescriptorsForMoreMemoryIsStillCaptured) {
   LargeScreen server;
-  server.ExpectRows(10);
+  const auto segments = [&] { return Holdings(std::to_string(server.pid())).mappedFiles; };
+  const long before = segments();
+  for (const int rows : {100, 400, 10}) server.ExpectRows(rows);
+  EXPECT_EQ(segments(), before + 1) << "smaller ones are given back";
   const rlim_t many = LimitDescriptors(server.pid(), 3);
   server.ExpectRows(server.kHeight);
   LimitDescriptors(server.pid(), many);

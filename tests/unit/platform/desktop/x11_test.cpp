@@ -1,5 +1,6 @@
 #include "platform/desktop/x11/desktop.h"
 
+#include <netinet/in.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -156,18 +157,32 @@ std::vector<std::string> HonestAnswers() {
           Message(32 + 16, {0, 1, 2, 8, 4, 4})};
 }
 
-// Answers one client's handshake and its requests.
-void Answer(int listener, const std::vector<std::string>& answers) {
-  const UniqueFd client(accept(listener, nullptr, nullptr));
-  uint8_t request[2048];
-  size_t rest = 8;  // of a handshake, after the first four bytes
-  for (const std::string& answer : answers) {
-    if (recv(client.get(), request, 4, MSG_WAITALL) != 4) return;
-    if (&answer != &answers.front()) rest = (request[2] | request[3] << 8) * 4U - 4;
-    recv(client.get(), request, std::min(rest, sizeof request), MSG_WAITALL);
-    send(client.get(), answer.data(), answer.size(), MSG_NOSIGNAL);
-  }
-  recv(client.get(), request, 1, 0);  // until the client goes
+// Whether the desktop is captured while one client of the listener is answered so. The authority is
+// what that client has sent to be let in.
+bool IsCaptured(TestedDesktop& tested, int listener, const std::vector<std::string>& answers,
+                std::string& authority) {
+  std::thread server([&] {
+    const UniqueFd client(accept(listener, nullptr, nullptr));
+    uint8_t request[2048];
+    const auto receive = [&](size_t bytes) {
+      return recv(client.get(), request, std::min(bytes, sizeof request), MSG_WAITALL);
+    };
+    receive(12);
+    const size_t bytes = (request[6] + 3) / 4 * 4U + request[8];
+    if (bytes > 0) authority.assign(request, request + receive(bytes));
+    for (const std::string& answer : answers) {
+      if (&answer != &answers.front()) {
+        if (receive(4) != 4) return;
+        receive((request[2] | request[3] << 8) * 4U - 4);
+      }
+      send(client.get(), answer.data(), answer.size(), MSG_NOSIGNAL);
+    }
+    receive(1);  // until the client goes
+  });
+  const bool isCaptured = tested.List() == 1 && tested.Capture({0, 0, 4, 4});
+  tested.desktop.reset();
+  server.join();
+  return isCaptured;
 }
 
 TEST(LyingServer, IsFoundOutByWhateverItStates) {
@@ -175,12 +190,11 @@ TEST(LyingServer, IsFoundOutByWhateverItStates) {
     const char* what;
     size_t answer, offset;
     uint8_t value;
-  } lies[] = {
-      {"nothing", 0, 2, 0},       {"vendor's length", 0, 25, 1}, {"formats", 0, 29, 9},
-      {"depths", 0, 91, 2},       {"visuals", 0, 95, 1},         {"monitors", 4, 15, 255},
-      {"one monitor", 4, 12, 2},  {"outputs", 4, 38, 2},         {"endless", 4, 7, 255},
-      {"later request", 4, 2, 9}, {"no width", 5, 16, 0},        {"name", 6, 8, 5},
-      {"colours", 7, 5, 1},       {"pixels", 8, 4, 3},           {"stops in the middle", 8, 4, 4}};
+  } lies[] = {{"nothing", 0, 2, 0},       {"vendor's length", 0, 25, 1}, {"formats", 0, 29, 9},
+              {"depths", 0, 91, 2},       {"visuals", 0, 95, 1},         {"monitors", 4, 15, 255},
+              {"one monitor", 4, 12, 2},  {"outputs", 4, 38, 2},         {"endless", 4, 7, 255},
+              {"later request", 4, 2, 9}, {"no width", 5, 16, 0},        {"name", 6, 8, 5},
+              {"colours", 7, 5, 1},       {"pixels", 8, 4, 3},           {"stops", 8, 4, 4}};
   const testing::ScratchFolder folder;
   const testing::ScopedVariable noAuthority("XAUTHORITY", "/nonexistent");
   for (const auto& lie : lies) {
@@ -189,21 +203,44 @@ TEST(LyingServer, IsFoundOutByWhateverItStates) {
     const UniqueFd listener(testing::ListenAt(path));
     std::vector<std::string> answers = HonestAnswers();
     answers[lie.answer][lie.offset] = static_cast<char>(lie.value);
-    const bool stops = &lie == std::end(lies) - 1;
+    const bool stops = &lie == std::end(lies) - 1;  // in the middle of the pixels
     if (stops) answers.back().resize(40);
-    std::thread server([&] { Answer(listener.get(), answers); });
-    TestedDesktop tested;
-    tested.desktop = OpenX11Desktop(path);
+    TestedDesktop tested = {OpenX11Desktop(path)};
     const auto start = Clock::now();
-    const bool isCaptured = tested.List() == 1 && tested.Capture({0, 0, 4, 4});
+    std::string authority;
+    EXPECT_EQ(IsCaptured(tested, listener.get(), answers, authority), &lie == lies);
     EXPECT_EQ(tested.problem, &lie == lies ? ""
                               : stops      ? "X server " + path + " does not answer"
                                            : "the X server breaks the X protocol");
     EXPECT_LT(Clock::now() - start, 2 * TestedDesktop::kTimeout);
-    EXPECT_EQ(isCaptured, &lie == lies);
-    tested.desktop.reset();
-    server.join();
+    EXPECT_EQ(authority, "");
   }
+}
+
+// A listener at the second of the addresses that the name has, where there are two. It would take
+// shared memory.
+TEST(RemoteServer, IsReachedAtItsPortWithItsCookieAndSentNoDescriptor) {
+  const UniqueFd listener(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  sockaddr_in address = {AF_INET, 0, {htonl(INADDR_LOOPBACK)}, {}};
+  socklen_t length = sizeof address;
+  auto* const any = reinterpret_cast<sockaddr*>(&address);
+  ASSERT_EQ(bind(listener.get(), any, length) + listen(listener.get(), 1), 0);
+  ASSERT_EQ(getsockname(listener.get(), any, &length), 0);
+  const std::string display = ":" + std::to_string(ntohs(address.sin_port) - 6000);
+  const testing::ScratchFolder folder;
+  const std::string file = folder.File("authority");
+  for (const std::string& each : {std::string(":0"), display}) {
+    testing::RunProgram(
+        {"xauth", "-f", file, "add", each, ".", each == display ? "6b657920" : "00"});
+  }
+  const testing::ScopedVariable variable("XAUTHORITY", file.c_str());
+  std::vector<std::string> answers = HonestAnswers();
+  answers[2][8] = 1;
+  TestedDesktop tested = {OpenX11Desktop("localhost" + display)};
+  std::string authority;
+  EXPECT_TRUE(IsCaptured(tested, listener.get(), answers, authority)) << tested.problem;
+  EXPECT_EQ(std::string(authority.c_str()), "MIT-MAGIC-COOKIE-1") << authority.size();
+  EXPECT_TRUE(authority.ends_with("key "));
 }
 
 TEST(X11DisplayName, IsAHostANumberAndAScreenOrAPath) {

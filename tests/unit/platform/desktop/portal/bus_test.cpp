@@ -40,7 +40,7 @@ enum class Deed {
   kDrips,
   kStopsEarly,
   kStatesOtherSize,
-  kStatesHugeStride,
+  kStatesStride,  // the code
   kStatesWords,
 };
 
@@ -54,7 +54,7 @@ struct Script {
 // What the peer does, and the size of the portal's picture: of width 0, a file that is none.
 struct Role {
   Deed deed = Deed::kBehaves;
-  uint32_t code = 0;  // of the portal's response
+  uint32_t code = 0;  // of the portal's response, or KWin's stride
   int width = 122;
 };
 
@@ -145,7 +145,7 @@ int CaptureByKWin(sd_bus_message* call, bool isArea) {
   sd_bus_message_read(call, "h", &pipe);
   isProbed = width == 1;
   const uint32_t stated = Does(Deed::kStatesOtherSize) ? 30'000 : width;
-  const uint32_t stride = Does(Deed::kStatesHugeStride) ? 0x40000000 : (stated + 1) * 4;
+  const uint32_t stride = Does(Deed::kStatesStride) ? role.code : (stated + 1) * 4;
   if (Does(Deed::kStatesWords)) {
     return sd_bus_reply_method_return(call, "a{sv}", 1, "width", "s", "wide");
   }
@@ -308,15 +308,16 @@ TEST(Portal, IsRightOrNilInTimeWhateverItDoes) {
 
 TEST(KWin, IsRightOrNilInTimeWhateverItDoes) {
   const std::string other = "the display has changed since it was listed";
+  const std::string unknown = "KWin sends pixels in a format that is not known here";
   for (const Row& row : std::initializer_list<Row>{
            {{Deed::kBehaves}},
            {{Deed::kNeverGreets}, Reason::kTimeout, "the session bus does not answer"},
            {{Deed::kDrips}, Reason::kTimeout, "KWin does not send the pixels in time"},
            {{Deed::kStopsEarly}, Reason::kUnsupported, "KWin sends fewer pixels than it said"},
            {{Deed::kStatesOtherSize}, Reason::kDisplayChanged, other},
-           {{Deed::kStatesHugeStride},
-            Reason::kUnsupported,
-            "KWin sends pixels in a format that is not known here"},
+           {{Deed::kStatesStride, 0x40000000}, Reason::kUnsupported, unknown},
+           {{Deed::kStatesStride, 196}, Reason::kUnsupported, unknown},  // less than a row
+           {{Deed::kStatesStride, 202}, Reason::kUnsupported, unknown},
            {{Deed::kStatesWords}, Reason::kDisplayChanged, other}}) {
     ExpectOutcome(row, OpenKWinBackend);
   }

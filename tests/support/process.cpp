@@ -63,6 +63,16 @@ Outcome RunProgram(const std::vector<std::string>& command, const std::function<
   return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, streams.Read("out"), streams.Read("err")};
 }
 
+std::string OutputOf(const std::vector<std::string>& command,
+                     const std::map<const char*, std::string>& variables) {
+  Outcome outcome = RunProgram(command, [&] {
+    for (const auto& [name, value] : variables) setenv(name, value.c_str(), 1);
+    return true;
+  });
+  if (outcome.exitCode == 0) return std::move(outcome.output);
+  throw std::runtime_error(command.front() + ": " + outcome.errors + outcome.output);
+}
+
 int ListenAt(const std::string& path) {
   const int listener = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
   sockaddr_un address = {AF_UNIX, {}};

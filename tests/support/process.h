@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <map>
 #include <new>
 #include <string>
 #include <vector>
@@ -57,6 +58,11 @@ class Shared {
 
 // A socket at that path that clients may connect to.
 int ListenAt(const std::string& path);
+
+// What a program writes to its standard output with these variables set. Throws when it doesn't end
+// with status 0.
+std::string OutputOf(const std::vector<std::string>& command,
+                     const std::map<const char*, std::string>& variables);
 
 // For such a process: nothing comes from its standard streams, and nothing is left of what it
 // writes.

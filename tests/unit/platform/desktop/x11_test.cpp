@@ -124,7 +124,10 @@ TEST(GuardedServer, ReportsWhyItRefusesAndNoPipeOfAnAuthorityFileIsAwaited) {
   ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
   TestedDesktop tested;
   tested.desktop = OpenX11Desktop(server.display());
-  for (const char* none : {"/nonexistent", "/dev/zero", pipe.c_str()}) {
+  const std::string large = folder.File("large");
+  std::filesystem::copy_file(file, large);
+  std::filesystem::resize_file(large, 2 << 20);
+  for (const char* none : {"/nonexistent", "/dev/zero", pipe.c_str(), large.c_str()}) {
     const testing::ScopedVariable authority("XAUTHORITY", none);
     EXPECT_EQ(tested.List(), 0U);
     EXPECT_EQ(tested.reason, Reason::kRefused);

@@ -109,9 +109,9 @@ int TakeScreenshot(sd_bus* bus, sd_bus_message* call) {
   if (Does(Deed::kRefuses)) {
     return sd_bus_reply_method_errorf(call, "org.example.No", "no\n\x1B[2J \xE2\x80\xAEyas");
   }
+  if (Does(Deed::kRespondsTwice)) Respond(bus, path, 1), Respond(bus, path, 0);
   sd_bus_reply_method_return(call, "o", path.c_str());
   if (Does(Deed::kNeverResponds)) return 1;
-  if (Does(Deed::kRespondsTwice)) Respond(bus, path, 1);
   Respond(bus, path, role.code);
   return 1;
 }
@@ -359,6 +359,11 @@ void ExpectOneQuestion(const Row& row) {
   }
   EXPECT_LT(Clock::now() - start, 5s);
   EXPECT_EQ(peer.script().asked, row.role.deed == Deed::kNeverGreets ? 0U : 1U);
+  if (row.reason == Reason::kNone) {
+    EXPECT_FALSE(Capture(LatestDisplays()->front(), {0, 0, 1, 1}, Strategy::kDisplayImage))
+        << "its picture has served, and is deleted";
+    EXPECT_EQ(peer.script().asked, 2U);
+  }
   std::this_thread::sleep_for(1s);  // a no is forgotten
   Peer other({Deed::kBehaves, 0, kDisplays * 20});
   ASSERT_NE(RefreshDisplays(), nullptr);

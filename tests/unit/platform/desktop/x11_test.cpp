@@ -10,6 +10,7 @@
 #include <thread>
 
 #include "platform/desktop/signals.h"
+#include "platform/desktop/socket.h"
 #include "platform/desktop/x11/address.h"
 #include "platform/desktop/x11/screen.h"
 #include "tests/support/holdings.h"
@@ -160,8 +161,8 @@ std::vector<std::string> HonestAnswers() {
           Message(32 + 16, {0, 1, 2, 8, 4, 4})};
 }
 
-// Whether the desktop is captured while one client of the listener is answered so. The authority is
-// what that client has sent to be let in.
+// Whether the desktop is captured while one client of the listener is answered so, each time with a
+// descriptor. The authority is what that client has sent to be let in.
 bool IsCaptured(TestedDesktop& tested, int listener, const std::vector<std::string>& answers,
                 std::string& authority) {
   std::thread server([&] {
@@ -178,7 +179,7 @@ bool IsCaptured(TestedDesktop& tested, int listener, const std::vector<std::stri
         if (receive(4) != 4) return;
         receive((request[2] | request[3] << 8) * 4U - 4);
       }
-      send(client.get(), answer.data(), answer.size(), MSG_NOSIGNAL);
+      SendSome(client.get(), std::as_bytes(std::span(answer)), client.get());
     }
     receive(1);  // until the client goes
   });
@@ -204,6 +205,7 @@ TEST(LyingServer, IsFoundOutByWhateverItStates) {
     SCOPED_TRACE(lie.what);
     const std::string path = folder.File(lie.what);
     const UniqueFd listener(testing::ListenAt(path));
+    const auto files = testing::Holdings().files;
     std::vector<std::string> answers = HonestAnswers();
     answers[lie.answer][lie.offset] = static_cast<char>(lie.value);
     const bool stops = &lie == std::end(lies) - 1;  // in the middle of the pixels
@@ -217,6 +219,7 @@ TEST(LyingServer, IsFoundOutByWhateverItStates) {
                                            : "the X server breaks the X protocol");
     EXPECT_LT(Clock::now() - start, 2 * TestedDesktop::kTimeout);
     EXPECT_EQ(authority, "");
+    EXPECT_EQ(testing::Holdings().files, files);
   }
 }
 

@@ -241,12 +241,11 @@ TEST(RemoteServer, IsReachedAtItsPortWithItsCookieAndSentNoDescriptor) {
   }
   const testing::ScopedVariable variable("XAUTHORITY", file.c_str());
   std::vector<std::string> answers = HonestAnswers();
-  answers[2][8] = 1;
+  answers[2][8] = answers[2][9] = 1;
   TestedDesktop tested = {OpenX11Desktop("localhost" + display)};
   std::string authority;
   EXPECT_TRUE(IsCaptured(tested, listener.get(), answers, authority)) << tested.problem;
-  EXPECT_EQ(std::string(authority.c_str()), "MIT-MAGIC-COOKIE-1") << authority.size();
-  EXPECT_TRUE(authority.ends_with("key "));
+  EXPECT_TRUE(authority.starts_with("MIT-MAGIC-COOKIE-1") && authority.ends_with("key "));
 }
 
 TEST(X11DisplayName, IsAHostANumberAndAScreenOrAPath) {

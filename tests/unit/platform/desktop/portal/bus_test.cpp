@@ -238,7 +238,7 @@ constexpr char kSilence[] = "org.freedesktop.portal.Desktop does not answer on t
 struct Row {
   Role role;
   Reason reason = Reason::kNone;
-  std::string problem = "";
+  std::string problem = {};
   bool isClosed = false;  // the request, before its response
 };
 

@@ -1,5 +1,7 @@
 #include "platform/desktop/session.h"
 
+#include <cxxabi.h>
+
 #include <algorithm>
 #include <atomic>
 #include <climits>
@@ -186,8 +188,17 @@ class CallUnderWay {
   calls.fetch_sub(kClosing);
 }
 
+// The C++ runtime keeps a record for each thread that throws. In a process that was not linked with
+// it, the system allocates that at first use, and ends the process where there is no memory: so the
+// thread that loads this library has it from the start, and another one from its first call on.
+[[gnu::constructor]] void PrepareToThrow() {
+  // A call whose result is not used would be left out.
+  [[maybe_unused]] const void* volatile record = abi::__cxa_get_globals();
+}
+
 template <typename Call>
 auto Guarded(Call call) noexcept -> decltype(call(*TheSession())) {
+  PrepareToThrow();
   const NoCancellation noCancellation;
   const CallUnderWay underWay;
   if (!underWay.isOpen()) return {};

@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-#include "cli/image_file.h"
+#include "cli/image/image_file.h"
 #include "cli/parse_values.h"
 #include "runtime/host.h"
 

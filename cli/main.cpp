@@ -7,10 +7,10 @@
 #include <new>
 #include <string>
 
-#include "cli/command_line.h"
-#include "cli/desktop_choice.h"
+#include "cli/capture/desktop_choice.h"
 #include "cli/failure.h"
-#include "cli/terminal.h"
+#include "cli/line/command_line.h"
+#include "cli/output/terminal.h"
 
 namespace {
 

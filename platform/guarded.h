@@ -5,8 +5,8 @@
 
 #include <exception>
 
+#include "platform/desktop/peer/signals.h"
 #include "platform/desktop/session.h"
-#include "platform/desktop/signals.h"
 
 namespace qrv {
 

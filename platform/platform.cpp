@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "platform/desktop/choice.h"
-#include "platform/desktop/person.h"
+#include "platform/desktop/peer/person.h"
 #include "platform/desktop/session.h"
 
 using qrv::desktop::CurrentStatus;

@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <memory>
 
-#include "platform/desktop/frame.h"
+#include "platform/desktop/frames/frame.h"
 #include "platform/pixels/rows.h"
 
 namespace qrv::coregraphics {

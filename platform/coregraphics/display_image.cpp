@@ -8,7 +8,7 @@
 
 #include "platform/coregraphics/bitmap.h"
 #include "platform/coregraphics/rectangles.h"
-#include "platform/desktop/resampled_frame.h"
+#include "platform/desktop/frames/resampled_frame.h"
 #include "platform/guarded.h"
 
 using qrv::coregraphics::Edges;

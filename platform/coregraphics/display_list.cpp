@@ -11,7 +11,7 @@
 
 #include "platform/corefoundation/object.h"
 #include "platform/desktop/session.h"
-#include "platform/desktop/system_version.h"
+#include "platform/system_version.h"
 
 using qrv::desktop::Display;
 
@@ -20,7 +20,7 @@ namespace {
 constexpr size_t kMaskBits = 32;
 
 // The first system whose display modes state their samples, and that reads displays back.
-constexpr qrv::desktop::Version kModesStateSamples = {10, 5};
+constexpr qrv::Version kModesStateSamples = {10, 5};
 
 // Whether programs that see this mode read the display back.
 bool IsReadBack(const Display& display) {
@@ -62,7 +62,7 @@ CFDictionaryRef CGDisplayCurrentMode(CGDirectDisplayID id) {
   const std::optional<Display> display = qrv::desktop::FindDisplay(id);
   if (!display) return nullptr;
   currentMode.count = 0;
-  if (!qrv::desktop::SystemIsAtLeast(kModesStateSamples)) return &currentMode;
+  if (!qrv::SystemIsAtLeast(kModesStateSamples)) return &currentMode;
   // A caller that asks for the modes of several displays reads them into a picture next, and looks
   // at no failure any more. So a display that can't be captured has no mode.
   if (IsReadBack(*display) && !qrv::desktop::FrameBuffer(*display)) return nullptr;

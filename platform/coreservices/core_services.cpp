@@ -1,11 +1,11 @@
 #include <CoreServices/CoreServices.h>
 
 #include "platform/corefoundation/url.h"
-#include "platform/desktop/system_version.h"
+#include "platform/system_version.h"
 
 OSErr Gestalt(OSType selector, SInt32* response) {
   if (response == nullptr) return paramErr;
-  const std::optional<qrv::desktop::Version> version = qrv::desktop::SystemVersion();
+  const std::optional<qrv::Version> version = qrv::SystemVersion();
   if (!version) return gestaltUndefSelectorErr;
   switch (selector) {
     case gestaltSystemVersionMajor:

@@ -8,11 +8,11 @@
 #include <string_view>
 #include <utility>
 
-#include "platform/desktop/system_version.h"
 #include "platform/desktop/virtual/desktop.h"
 #include "platform/desktop/virtual/layout.h"
 #include "platform/desktop/wayland/desktop.h"
 #include "platform/desktop/x11/desktop.h"
+#include "platform/system_version.h"
 
 namespace qrv::desktop {
 

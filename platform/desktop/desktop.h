@@ -4,10 +4,10 @@
 
 #include <vector>
 
+#include "platform/desktop/deadline.h"
 #include "platform/desktop/display.h"
 #include "platform/desktop/error.h"
-#include "platform/desktop/frame.h"
-#include "platform/desktop/waiting.h"
+#include "platform/desktop/frames/frame.h"
 
 namespace qrv::desktop {
 

@@ -8,16 +8,9 @@
 
 #include <cstdint>
 
+#include "platform/desktop/frames/pixel_rect.h"
+
 namespace qrv::desktop {
-
-struct PixelRect {
-  int32_t x = 0;
-  int32_t y = 0;
-  int32_t width = 0;
-  int32_t height = 0;
-
-  bool operator==(const PixelRect&) const = default;
-};
 
 struct Display {
   uint32_t id = 0;  // non-zero, stable while the display exists
@@ -40,12 +33,9 @@ inline PixelRect AllPixels(const Display& display) {
   return {0, 0, display.pixelWidth, display.pixelHeight};
 }
 
-// Whether a region is not empty and lies within a display of these pixels.
-inline bool Contains(int32_t width, int32_t height, const PixelRect& region) {
-  return region.x >= 0 && region.y >= 0 && region.width > 0 && region.height > 0 &&
-         region.width <= width && region.height <= height && region.x <= width - region.width &&
-         region.y <= height - region.height;
-}
+// Fills in what a display of that many bits per pixel (8, 16, 30 or 32) has in samples; false for
+// any other number.
+bool SetDepth(int32_t bitsPerPixel, Display& display);
 
 }  // namespace qrv::desktop
 

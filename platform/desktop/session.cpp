@@ -7,11 +7,11 @@
 #include <new>
 #include <utility>
 
-#include "platform/desktop/call_time.h"
 #include "platform/desktop/choice.h"
 #include "platform/desktop/desktop.h"
-#include "platform/desktop/one_line.h"
-#include "platform/desktop/signals.h"
+#include "platform/desktop/peer/one_line.h"
+#include "platform/desktop/peer/signals.h"
+#include "platform/desktop/timeout.h"
 
 namespace qrv::desktop {
 namespace {

@@ -17,7 +17,7 @@
 
 #include "platform/desktop/display.h"
 #include "platform/desktop/error.h"
-#include "platform/desktop/frame.h"
+#include "platform/desktop/frames/frame.h"
 
 namespace qrv::desktop {
 

@@ -5,8 +5,8 @@
 
 #include "platform/coregraphics/display_list.h"
 #include "platform/desktop/session.h"
-#include "platform/desktop/system_version.h"
 #include "platform/opengl/context.h"
+#include "platform/system_version.h"
 
 namespace {
 
@@ -17,7 +17,7 @@ std::optional<_CGLContextObject> theContext;
 CGLContextObj currentContext = nullptr;
 
 // The first system that reads displays back through full-screen contexts.
-constexpr qrv::desktop::Version kReadsDisplays = {10, 5};
+constexpr qrv::Version kReadsDisplays = {10, 5};
 
 struct Request {
   bool fullScreen = false;
@@ -53,7 +53,7 @@ CGLError CGLChoosePixelFormat(const CGLPixelFormatAttribute* attributes,
   *count = 0;
   const std::optional<Request> request = ReadAttributes(attributes);
   if (!request || !request->fullScreen) return kCGLBadAttribute;
-  if (!qrv::desktop::SystemIsAtLeast(kReadsDisplays)) return kCGLBadAttribute;
+  if (!qrv::SystemIsAtLeast(kReadsDisplays)) return kCGLBadAttribute;
   const auto display = qrv::coregraphics::DisplayOfMask(request->displayMask);
   if (!display) return kCGLBadDisplay;
 

@@ -1,5 +1,5 @@
 // Copies from the screen into worlds.
-#include "platform/desktop/resampled_frame.h"
+#include "platform/desktop/frames/resampled_frame.h"
 #include "platform/desktop/session.h"
 #include "platform/guarded.h"
 #include "platform/pixels/convert_rows.h"

@@ -1,6 +1,6 @@
 // The command line of qrvshot, one argument a line: understood, or refused as wrong usage.
 
-#include "cli/command_line.h"
+#include "cli/line/command_line.h"
 
 #include <algorithm>
 #include <sstream>

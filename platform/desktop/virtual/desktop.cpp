@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "platform/desktop/frame.h"
+#include "platform/desktop/frames/frame.h"
 #include "platform/desktop/virtual/layout.h"
 #include "platform/desktop/virtual/test_card.h"
 

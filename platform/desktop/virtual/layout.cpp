@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "platform/desktop/pixel_format.h"
+#include "platform/desktop/frames/pixel_format.h"
 
 namespace qrv::desktop {
 namespace {

@@ -1,14 +1,13 @@
-// The backends that capture outputs, and which one is taken.
+// What a backend does: it captures outputs.
 #ifndef PLATFORM_DESKTOP_WAYLAND_BACKEND_H_
 #define PLATFORM_DESKTOP_WAYLAND_BACKEND_H_
 
 #include <memory>
 
+#include "platform/desktop/deadline.h"
 #include "platform/desktop/error.h"
-#include "platform/desktop/frame.h"
-#include "platform/desktop/waiting.h"
-#include "platform/desktop/wayland/connection.h"
-#include "platform/desktop/wayland/screen.h"
+#include "platform/desktop/frames/frame.h"
+#include "platform/desktop/wayland/placed_output.h"
 
 namespace qrv::desktop::wayland {
 
@@ -29,10 +28,6 @@ class Backend {
   // What a person finds in the compositor's documentation.
   virtual const char* Name() const = 0;
 };
-
-// The first backend that is there, as a table in backend.cpp orders them; or the portal alone.
-// Throws Error when there is none: it says what each of them lacks.
-std::unique_ptr<Backend> ChooseBackend(Connection& connection, const Screen& screen, bool byPortal);
 
 inline constexpr char kNotOffered[] = "not offered";
 inline constexpr char kOutOfOrder[] = "an event of a frame comes out of order";

@@ -9,8 +9,8 @@
 #include <utility>
 
 #include "platform/desktop/error.h"
-#include "platform/desktop/one_line.h"
-#include "platform/desktop/socket.h"
+#include "platform/desktop/peer/one_line.h"
+#include "platform/desktop/peer/socket.h"
 #include "platform/desktop/wayland/protocol.h"
 
 namespace qrv::desktop::wayland {

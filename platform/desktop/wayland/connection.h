@@ -16,7 +16,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/desktop/waiting.h"
+#include "platform/desktop/peer/descriptors.h"
 
 namespace qrv::desktop::wayland {
 

@@ -5,8 +5,8 @@
 #include <utility>
 #include <vector>
 
-#include "platform/desktop/reconnecting_desktop.h"
-#include "platform/desktop/wayland/backend.h"
+#include "platform/desktop/peer/reconnecting_desktop.h"
+#include "platform/desktop/wayland/backends.h"
 #include "platform/desktop/wayland/connection.h"
 #include "platform/desktop/wayland/screen.h"
 

@@ -5,7 +5,7 @@
 #include <cstdint>
 
 #include "platform/desktop/display.h"
-#include "platform/desktop/orientation.h"
+#include "platform/desktop/frames/orientation.h"
 
 namespace qrv::desktop::wayland {
 

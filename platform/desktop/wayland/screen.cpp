@@ -5,8 +5,8 @@
 #include <string_view>
 #include <utility>
 
-#include "platform/desktop/one_line.h"
-#include "platform/desktop/pixel_format.h"
+#include "platform/desktop/frames/pixel_format.h"
+#include "platform/desktop/peer/one_line.h"
 #include "platform/desktop/wayland/protocol.h"
 
 namespace qrv::desktop::wayland {

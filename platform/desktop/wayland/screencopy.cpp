@@ -1,4 +1,4 @@
-#include "platform/desktop/wayland/screencopy.h"
+#include "platform/desktop/wayland/backends.h"
 
 #include "platform/desktop/wayland/protocol.h"
 #include "platform/desktop/wayland/segments.h"

@@ -2,7 +2,7 @@
 #ifndef PLATFORM_DESKTOP_WAYLAND_SEGMENTS_H_
 #define PLATFORM_DESKTOP_WAYLAND_SEGMENTS_H_
 
-#include "platform/desktop/segments.h"
+#include "platform/desktop/peer/segments.h"
 #include "platform/desktop/wayland/connection.h"
 
 namespace qrv::desktop::wayland {

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <iterator>
 
-#include "platform/desktop/color_converter.h"
 #include "platform/desktop/error.h"
-#include "platform/desktop/pixel_format.h"
+#include "platform/desktop/frames/color_converter.h"
+#include "platform/desktop/frames/pixel_format.h"
 #include "platform/desktop/wayland/protocol.h"
 
 namespace qrv::desktop::wayland {

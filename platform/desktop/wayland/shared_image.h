@@ -5,9 +5,9 @@
 #include <cstdint>
 #include <memory>
 
-#include "platform/desktop/frame.h"
-#include "platform/desktop/orientation.h"
-#include "platform/desktop/segments.h"
+#include "platform/desktop/frames/frame.h"
+#include "platform/desktop/frames/orientation.h"
+#include "platform/desktop/peer/segments.h"
 #include "platform/desktop/wayland/connection.h"
 
 namespace qrv::desktop::wayland {

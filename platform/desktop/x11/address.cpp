@@ -7,7 +7,7 @@
 #include <charconv>
 #include <memory>
 
-#include "platform/desktop/socket.h"
+#include "platform/desktop/peer/socket.h"
 
 namespace qrv::desktop::x11 {
 namespace {

@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/desktop/waiting.h"
+#include "platform/desktop/peer/descriptors.h"
 
 namespace qrv::desktop::x11 {
 

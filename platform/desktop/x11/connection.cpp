@@ -9,7 +9,7 @@
 #include <cerrno>
 #include <cstring>
 
-#include "platform/desktop/socket.h"
+#include "platform/desktop/peer/socket.h"
 #include "platform/desktop/x11/authority.h"
 
 namespace qrv::desktop::x11 {

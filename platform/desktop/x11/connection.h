@@ -14,7 +14,7 @@
 #include <vector>
 
 #include "platform/desktop/error.h"
-#include "platform/desktop/waiting.h"
+#include "platform/desktop/peer/descriptors.h"
 #include "platform/desktop/x11/address.h"
 #include "platform/desktop/x11/reply.h"
 #include "platform/desktop/x11/screen_format.h"

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <vector>
 
-#include "platform/desktop/reconnecting_desktop.h"
+#include "platform/desktop/peer/reconnecting_desktop.h"
 #include "platform/desktop/x11/address.h"
 #include "platform/desktop/x11/connection.h"
 #include "platform/desktop/x11/pixels.h"

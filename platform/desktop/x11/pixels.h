@@ -5,8 +5,8 @@
 #include <memory>
 #include <string>
 
-#include "platform/desktop/color_converter.h"
-#include "platform/desktop/frame.h"
+#include "platform/desktop/frames/color_converter.h"
+#include "platform/desktop/frames/frame.h"
 #include "platform/desktop/x11/connection.h"
 #include "platform/desktop/x11/segments.h"
 

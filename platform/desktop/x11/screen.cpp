@@ -7,7 +7,7 @@
 #include <optional>
 #include <string>
 
-#include "platform/desktop/one_line.h"
+#include "platform/desktop/peer/one_line.h"
 
 namespace qrv::desktop::x11 {
 namespace {

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "platform/desktop/display.h"
-#include "platform/desktop/pixel_format.h"
+#include "platform/desktop/frames/pixel_format.h"
 #include "platform/desktop/x11/connection.h"
 
 namespace qrv::desktop::x11 {

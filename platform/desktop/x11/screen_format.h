@@ -4,7 +4,7 @@
 
 #include <xcb/xproto.h>
 
-#include "platform/desktop/pixel_format.h"
+#include "platform/desktop/frames/pixel_format.h"
 #include "platform/desktop/x11/reply.h"
 
 namespace qrv::desktop::x11 {

@@ -2,7 +2,7 @@
 #ifndef PLATFORM_DESKTOP_X11_SEGMENTS_H_
 #define PLATFORM_DESKTOP_X11_SEGMENTS_H_
 
-#include "platform/desktop/segments.h"
+#include "platform/desktop/peer/segments.h"
 #include "platform/desktop/x11/connection.h"
 
 namespace qrv::desktop::x11 {

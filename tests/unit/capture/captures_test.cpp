@@ -195,10 +195,11 @@ TEST_F(Captures, TakeDisplaysBeyondTheLimitsOfTheirNumbers) {
   UseSystem(kOpenGL);
   // Its right edge wraps, so that it seems to meet every display, beyond what that shows.
   ExpectAll(ScreenshotRectQRV(INT32_MAX - 9, 1, 20, 5), Stored(0));
-  CGRect bounds = {{INT32_MAX - 5.0, 1}, {10, 3}};
+  constexpr auto kFar = static_cast<CGFloat>(INT32_MAX - 5.0);
+  CGRect bounds = {{kFar, 1}, {10, 3}};
   seam::CGDisplayBounds.answer = [&bounds](CGDirectDisplayID) { return bounds; };
   ExpectAll(ScreenshotRectQRV(INT32_MIN, 0, 10, 5), Bytes(4, kPoison));
-  bounds = {{1, INT32_MAX - 5.0}, {3, 10}};
+  bounds = {{1, kFar}, {3, 10}};
   ExpectAll(ScreenshotRectQRV(0, INT32_MIN, 5, 10), Bytes(4, kPoison));
   // One that is as high as can be, of which nothing lies there, is black.
   bounds = {{0, 0}, {3e9, 3e9}};

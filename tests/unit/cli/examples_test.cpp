@@ -5,7 +5,7 @@
 
 #include <regex>
 
-#include "cli/image_file.h"
+#include "cli/image/image_file.h"
 #include "tests/unit/cli/program.h"
 
 namespace qrv::cli {

@@ -1,0 +1,28 @@
+// Rectangles of whole pixels or units.
+#ifndef PLATFORM_DESKTOP_FRAMES_PIXEL_RECT_H_
+#define PLATFORM_DESKTOP_FRAMES_PIXEL_RECT_H_
+
+#include <algorithm>
+#include <cstdint>
+
+namespace qrv::desktop {
+
+struct PixelRect {
+  int32_t x = 0;
+  int32_t y = 0;
+  int32_t width = 0;
+  int32_t height = 0;
+
+  bool operator==(const PixelRect&) const = default;
+};
+
+// Whether a region is not empty and lies within a display of these pixels.
+inline bool Contains(int32_t width, int32_t height, const PixelRect& region) {
+  return region.x >= 0 && region.y >= 0 && region.width > 0 && region.height > 0 &&
+         region.width <= width && region.height <= height && region.x <= width - region.width &&
+         region.y <= height - region.height;
+}
+
+}  // namespace qrv::desktop
+
+#endif  // PLATFORM_DESKTOP_FRAMES_PIXEL_RECT_H_

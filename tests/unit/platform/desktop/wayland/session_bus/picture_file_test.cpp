@@ -1,0 +1,139 @@
+#include "platform/desktop/wayland/session_bus/module/picture_file.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <tuple>
+
+#include "platform/desktop/error.h"
+#include "platform/desktop/wayland/screen.h"
+#include "tests/support/process.h"
+
+namespace qrv::desktop::session_bus {
+namespace {
+
+using namespace std::string_view_literals;
+
+TEST(PictureFile, IsWhatALocalUriNames) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"file:///home/a%20b/%C3%A9.png", "/home/a b/\xC3\xA9.png"},
+      {"file://localhost/x.png", "/x.png"},
+      {"file://elsewhere/x.png", ""},
+      {"https://localhost/x.png", ""},
+      {"file:relative.png", ""},
+      {"file:///a%0", ""},
+      {"file:///a%zz", ""},
+      {"file:///a%00b", ""}};
+  for (const auto& [uri, path] : cases) EXPECT_EQ(PathOfUri(uri), path) << uri;
+}
+
+TEST(PictureFile, CanShowADesktopOnlyAtADensityOfItsOutputs) {
+  using Size = std::pair<int32_t, int32_t>;
+  struct Output {
+    Size pixels;
+    Size units;
+  };
+  const struct {
+    std::vector<Output> outputs;  // from left to right
+    std::vector<Size> right;
+    std::vector<Size> wrong;
+  } cases[] = {
+      {{{{1280, 720}, {1280, 720}}, {{1024, 768}, {1024, 768}}},
+       {{2304, 768}, {2303, 769}},
+       {{0, 0}, {1, 1}, {1280, 720}, {1024, 768}, {2304, 720}, {768, 2304}, {4608, 1536}}},
+      {{{{1280, 720}, {1280, 720}}, {{3840, 2160}, {1920, 1080}}},
+       {{3200, 1080}, {6400, 2160}},
+       {{3840, 2160}, {5120, 2160}, {9600, 3240}, {1600, 540}}},
+      // Densities of 1.15 and 1.25, and a small one of 1.75; units are rounded.
+      {{{{1920, 1080}, {1670, 939}}, {{1920, 1080}, {1920, 1080}}},
+       {{4129, 1242}, {3590, 1080}},
+       {{1920, 1080}, {4170, 1242}, {7180, 2160}}},
+      {{{{2560, 1440}, {2048, 1152}}}, {{2560, 1440}, {2048, 1152}}, {{1280, 720}, {4096, 2304}}},
+      {{{{101, 57}, {58, 33}}, {{1920, 1080}, {1097, 617}}}, {{2021, 1080}}, {{4042, 2160}}}};
+  for (const auto& [outputs, right, wrong] : cases) {
+    std::vector<std::unique_ptr<wayland::Output>> all;
+    int32_t x = 0;
+    for (const auto& [pixels, units] : outputs) {
+      auto& output = *all.emplace_back(std::make_unique<wayland::Output>());
+      std::tie(output.modeWidth, output.modeHeight) = pixels;
+      output.logical = {x, 0, units.first, units.second};
+      x += units.first;
+    }
+    const wayland::Space desktop = wayland::PlaceOutputs(all).front().desktop;
+    const auto canShow = [&](const Size& size) {
+      return CanShow(desktop, static_cast<uint32_t>(size.first),
+                     static_cast<uint32_t>(size.second));
+    };
+    for (const Size& size : right) EXPECT_TRUE(canShow(size)) << size.first << "x" << size.second;
+    for (const Size& size : wrong) EXPECT_FALSE(canShow(size)) << size.first << "x" << size.second;
+  }
+}
+
+class PortalPicture : public ::testing::Test {
+ protected:
+  // Whether it is taken; what stays in the folder must be `left` files.
+  bool IsTaken(const std::string& name, size_t left) {
+    bool isTaken = false;
+    try {
+      const Frame frame = TakePicture(folder_.File(name), {{0, 0, 3, 2}});
+      EXPECT_EQ(frame.width, 3);
+      EXPECT_EQ(frame.height, 2);
+      EXPECT_EQ(FrameRow(frame, 1)[2] & 0xFFFFFF, 0x102030U);
+      isTaken = true;
+    } catch (const Error& error) {
+      EXPECT_EQ(error.reason(), Reason::kUnsupported);
+      problem_ = error.what();
+    }
+    EXPECT_EQ(folder_.Count(), left) << name;
+    return isTaken;
+  }
+  void MakePicture(const std::string& name) {
+    testing::RunProgram({"convert", "-size", "3x2", "xc:#102030", "PNG24:" + folder_.File(name)});
+  }
+
+  const testing::ScratchFolder folder_;
+  std::string problem_;
+};
+
+TEST_F(PortalPicture, IsTakenAndDeletedWhenItIsAFileOfThisUsersOwn) {
+  MakePicture("own.png");
+  EXPECT_TRUE(IsTaken("own.png", 0));
+}
+
+// Of the small file that declares a vast picture not a pixel is decoded.
+TEST_F(PortalPicture, IsLeftAloneWhenItIsNoneOfThisDesktop) {
+  const std::string_view header = "\x89PNG\r\n\x1A\n\0\0\0\rIHDR"sv;
+  const std::string_view vast = "\0\0\x75\x30\0\0\x75\x30\x08\6\0\0\0\x66\x27\xF8\xBA"sv;
+  folder_.Write("no.png", "no picture at all");
+  folder_.Write("cut.png", std::string(header));
+  folder_.Write("vast.png", std::string(header) + std::string(vast));
+  testing::RunProgram({"convert", "-size", "3x30", "xc:#102030", folder_.File("other.png")});
+  for (const auto& [name, problem] : std::initializer_list<std::pair<const char*, std::string>>{
+           {"no.png", "the portal's picture can't be read"},
+           {"cut.png", "the portal's picture can't be read"},
+           {"vast.png",
+            "the portal's picture of 30000 x 30000 pixels does not show this desktop of 3 x 2 "
+            "units"},
+           {"other.png",
+            "the portal's picture of 3 x 30 pixels does not show this desktop of 3 x 2 units"}}) {
+    EXPECT_FALSE(IsTaken(name, 4));
+    EXPECT_EQ(problem_, problem);
+  }
+}
+
+TEST_F(PortalPicture, IsLeftAloneWhenItIsALinkAPipeAFolderOrAnothers) {
+  MakePicture("own.png");
+  ASSERT_EQ(symlink("own.png", folder_.File("link.png").c_str()), 0);
+  ASSERT_EQ(mkfifo(folder_.File("pipe.png").c_str(), 0600), 0);
+  ASSERT_EQ(mkdir(folder_.File("folder.png").c_str(), 0700), 0);
+  for (const char* name : {"link.png", "pipe.png", "folder.png", "none.png"}) {
+    EXPECT_FALSE(IsTaken(name, 4));
+  }
+  if (geteuid() != 0) GTEST_SKIP() << "giving a file away needs root";
+  ASSERT_EQ(chown(folder_.File("own.png").c_str(), 65534, 65534), 0);
+  EXPECT_FALSE(IsTaken("own.png", 4));
+}
+
+}  // namespace
+}  // namespace qrv::desktop::session_bus

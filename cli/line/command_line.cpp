@@ -209,7 +209,8 @@ void ReadValues(const CommandLine& line, Arguments& arguments) {
 
 // The format of the file's name, PNG unless that has one.
 const ImageFormat* FormatOf(const CommandLine& line, const GivenOption* file) {
-  std::string extension = file == nullptr ? "" : std::filesystem::path(file->value).extension();
+  if (file == nullptr) return &kPng;
+  std::string extension = std::filesystem::path(file->value).extension();
   if (extension.empty()) return &kPng;
   extension.erase(0, 1);
   if (const ImageFormat* const found = FindImageFormat(extension)) return found;

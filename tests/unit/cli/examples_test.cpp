@@ -102,7 +102,7 @@ TEST(Completion, InBashKnowsTheOptionsOfHelp) {
       {"capture --o", "--output"},
       {"capture --display m", "main"},
       {"capture --display ''", "main 0 VIRTUAL-1 1 VIRTUAL-2"},
-      {"capture --format p", "png ppm"},
+      {"capture --format pn", "png"},
       {"from-raw ''", "input"},
       {"displays ''", ""},
       {"capture --rect ''", ""},

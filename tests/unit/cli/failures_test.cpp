@@ -70,7 +70,7 @@ constexpr std::pair<const char*, const char*> kMistakes[] = {
     {"capture --scale 50% --size 5x5", "--scale and --size can't"},
     {"capture --interval 5", "--interval has no effect without --count"},
     {"capture --count 2 -o -", "-o can't be standard output"},
-    {"capture -o shot.GIF", "-o shot.GIF: this qrvshot writes png|ppm, not gif"},
+    {"capture -o shot.GIF", "-o shot.GIF: this qrvshot writes png|, not gif"},
     {"capture --quality 50", "--quality has no effect on png"},
     {"capture --compression 5 a.ppm", "--compression has no effect on ppm"},
     {"capture --strategy opengll", "did you mean opengl?"},

@@ -14,7 +14,7 @@
 
 #include "cli/capture/desktop_choice.h"
 #include "cli/failure.h"
-#include "cli/image/write_formats.h"
+#include "cli/image/image_file.h"
 
 namespace qrv::cli {
 
@@ -104,7 +104,7 @@ void CopyImage(const Rows& rows, const std::string& name) {
   std::string failure;
   try {
     OutputFile file(ends[1], "the clipboard");
-    WritePng(rows, {}, file);
+    kPng.write(rows, {}, file);
     file.Commit();
   } catch (const Failure& each) {
     failure = each.what();

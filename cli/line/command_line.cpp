@@ -209,20 +209,19 @@ void ReadValues(const CommandLine& line, Arguments& arguments) {
 
 // The format of the file's name, PNG unless that has one.
 const ImageFormat* FormatOf(const CommandLine& line, const GivenOption* file) {
-  const std::string extension =
-      file == nullptr ? "" : std::filesystem::path(file->value).extension();
-  const auto isExtension = [&](const char* name) {
-    return strcasecmp(extension.c_str(), (std::string(".") + name).c_str()) == 0;
-  };
-  for (const ImageFormat& each : kImageFormats) {
-    if (isExtension(each.name)) return &each;
+  if (file == nullptr) return &kPng;
+  std::string extension = std::filesystem::path(file->value).extension();
+  if (extension.empty()) return &kPng;
+  extension.erase(0, 1);
+  if (const ImageFormat* const found = FindImageFormat(extension)) return found;
+  // Image formats that are not written, some of them by this build only.
+  for (const char* const other :
+       {"avif", "bmp", "gif", "jpeg", "jpg", "jxl", "tif", "tiff", "webp", "xwd"}) {
+    if (strcasecmp(extension.c_str(), other) != 0) continue;
+    Fail(line, file->Text() + ": this qrvshot writes " + JoinWords(ImageFormatNames(), " and ") +
+                   ", not " + other + "; name the file so, or choose with --format");
   }
-  for (const char* const other : {"avif", "bmp", "gif", "jxl", "tif", "tiff", "xwd"}) {
-    if (!isExtension(other)) continue;
-    Fail(line, file->Text() + ": qrvshot writes png, jpg, webp and ppm, not " + other +
-                   "; name the file so, or choose with --format");
-  }
-  return kImageFormats;
+  return &kPng;
 }
 
 // The file's name and format. A file on its own overrules the --output of an alias or a script
@@ -271,7 +270,8 @@ std::optional<Arguments> ParseArguments(int argc, const char* const* argv) {
   const CommandLine line = SplitLine(argc, argv);
   const bool isHelp = line.Find("--help") != nullptr;
   if (isHelp || line.Find("--version") != nullptr) {
-    fputs(isHelp ? Help(*line.command).c_str() : "qrvshot " QRV_VERSION "\n", stdout);
+    fputs(isHelp ? Help(*line.command).c_str() : "qrvshot " QRV_VERSION "\n" QRV_PARTS "\n",
+          stdout);
     return std::nullopt;
   }
   if (!line.fault.empty()) Fail(line, line.fault);

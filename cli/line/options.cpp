@@ -24,7 +24,6 @@ constexpr Application kApplications[] = {{"desktop", runtime::ApplicationKind::k
 
 // What arguments keep of an entry of a table.
 runtime::ApplicationKind ValueOf(const Application& application) { return application.kind; }
-const ImageFormat* ValueOf(const ImageFormat& format) { return &format; }
 const Strategy* ValueOf(const Strategy& strategy) { return &strategy; }
 
 // What the members lead to, each from the one before it.
@@ -70,6 +69,11 @@ Text Name(const Text& value, Arguments& arguments) {
     return "";
   }
   return JoinWords(NamesOf<kTable>(), " or ");
+}
+
+Text ReadFormat(const Text& value, const ImageFormat*& format) {
+  format = FindImageFormat(value);
+  return format == nullptr ? JoinWords(ImageFormatNames(), " or ") : "";
 }
 
 Words DesktopKinds() { return {"wayland", "portal", "x11", "virtual"}; }
@@ -129,7 +133,7 @@ constexpr CommandEntry kCommands[] = {
      "  qrvshot capture --display main            the main display alone\n"
      "  qrvshot capture --rect 100,50,640,480     left, top, width and height\n"
      "  qrvshot capture --rect \"$(slop)\"          what you mark with the mouse\n"
-     "  qrvshot capture --size 800x small.webp    scaled to a width of 800\n"
+     "  qrvshot capture --size 800x small.png     scaled to a width of 800\n"
      "  qrvshot capture --delay 3 --copy          in three seconds, to the clipboard\n"
      "  qrvshot capture --count 5 --interval 200  five captures, 200 ms apart\n",
      "Coordinates are the desktop's own, in its units: what slop, slurp and xdotool print, and "
@@ -220,9 +224,8 @@ std::vector<Option> MakeOptions() {
       {kWhere, kCapture | kRaw | kFromRaw, 'q', "--quiet", "", "Report only failures",
        Flag<&Arguments::quiet>},
       {kWhere, kCapture | kFromRaw, 0, "--format", "NAME",
-       "png, jpg, webp or ppm (default: by the file's name, else png)",
-       Name<kImageFormats, &Arguments::encoding, &Encoding::format>, kNoRules,
-       NamesOf<kImageFormats>},
+       JoinWords(ImageFormatNames(), " or ") + " (default: by the file's name, else png)",
+       Value<ReadFormat, &Arguments::encoding, &Encoding::format>, kNoRules, ImageFormatNames},
       {kWhere, kCapture | kFromRaw, 0, "--quality", "1-100",
        "Of JPEG (default: 90), or WebP with losses",
        Integer<1, 100, &Arguments::encoding, &Encoding::quality>, Excludes("--compression")},
@@ -264,7 +267,7 @@ const CommandEntry kProgram = {
     kEveryCommand,
     nullptr,
     "  qrvshot capture                   the whole desktop, to screenshot-DATE-TIME.png\n"
-    "  qrvshot capture shot.jpg          to this file: PNG, JPEG, WebP or PPM by its name\n"
+    "  qrvshot capture shot.png          to this file; its name decides the format\n"
     "  qrvshot capture --display 1       the second display; `qrvshot displays` lists them\n"
     "  qrvshot capture --rect \"$(slop)\"  what you mark with the mouse\n"
     "  qrvshot capture --delay 3 --copy  in three seconds, to the clipboard\n",

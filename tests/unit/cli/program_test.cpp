@@ -21,8 +21,8 @@ TEST(Capture, NamesFilesByTheTimeUnlessItIsToldTo) {
   const std::string dated = "screenshot-00000000-000000";
   const std::pair<const char*, std::string> cases[] = {
       {"capture", dated + ".png"},
-      {"capture --format jpeg", dated + ".jpeg"},
-      {"capture a.webp", "a.webp"},
+      {"capture --format ppm", dated + ".ppm"},
+      {"capture a.PPM", "a.PPM"},
       {"capture -o b.png a.ppm", "a.ppm"},
       {"capture -o b.png -qoa.ppm", "a.ppm"},
       {"-qo a.ppm capture --", "a.ppm"},

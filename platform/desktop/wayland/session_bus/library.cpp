@@ -23,7 +23,7 @@ const Module& Load() {
                             : nullptr;
   const void* const module = library == nullptr ? nullptr : dlsym(library, kModuleSymbol);
   if (module == nullptr) {
-    throw Error(Reason::kUnsupported, std::string(kFileName) + " can't be loaded");
+    throw Error(Reason::kUnsupported, std::string(kFileName) + " is missing or can't be loaded");
   }
   return *static_cast<const Module*>(module);
 }

@@ -9,8 +9,14 @@ namespace qrv::cli {
 
 // Each throws Failure.
 
-// Writes the rows as 8-bit RGB, or RGBA when they have transparency, with the time and, where there
-// is more than one pixel a unit, the pixels per metre.
+// What files say of their origin: the tool, and the local time with its offset, as RFC 3339 has it.
+extern const char kSoftware[];
+std::string LocalTime();
+
+inline constexpr double kDotsPerInch = 96;  // of a display with one pixel a unit
+
+// Writes the rows as 8-bit RGB, or RGBA when they have transparency, with their origin and, where
+// there is more than one pixel a unit, the pixels per metre.
 void WritePng(const Rows& rows, const Encoding& encoding, OutputFile& file);
 
 // Writes the rows without their transparency, in full colour resolution, so that text stays sharp.

@@ -38,7 +38,6 @@ void ExpectToRun(const Words& examples) {
   const std::pair<std::string, const char*> programs[] = {
       {"slop", "echo 100x50+-20+30"},
       {"slurp", "echo '-20,30 100x50'"},
-      {"xdotool", "echo WINDOW=7; echo X=-20; echo Y=30; echo WIDTH=100; echo HEIGHT=50"},
       {"xclip", "cat >/dev/null"}};
   std::filesystem::create_directories(folder.File("bin"));
   std::filesystem::create_directories(folder.File("work/pictures"));
@@ -99,6 +98,11 @@ TEST(Completion, InBashKnowsTheOptionsOfHelp) {
       {"capture --display m", "main"},
       {"capture --display ''", "main 0 VIRTUAL-1 1 VIRTUAL-2"},
       {"capture --format j", "jpg jpeg"},
+      {"--format = j", "jpg jpeg"},
+      {"--output = in", "input"},
+      {"in", "input"},
+      {"help d", "displays"},
+      {"--desktop virtual : 9x9+0+0 --display ''", "main 0 VIRTUAL-1"},
       {"from-raw ''", "input"},
       {"displays ''", ""},
       {"capture --rect ''", ""},

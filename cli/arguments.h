@@ -20,6 +20,7 @@ struct Arguments;
 // The commands. Each throws Failure.
 void Capture(const Arguments& arguments);  // the desktop or a part of it, into image files
 void ShowDisplays(const Arguments& arguments);
+void ShowWindows(const Arguments& arguments);
 void ShowMethods(const Arguments& arguments);  // that the plug-in offers
 void WriteRaw(const Arguments& arguments);     // a display's raw pixels, into a file
 void ConvertRaw(const Arguments& arguments);   // raw pixels into an image file
@@ -49,9 +50,11 @@ struct Arguments {
   std::string desktop;        // empty: as the environment says
   std::string systemVersion;  // empty: as the environment says
 
-  // What is captured. Neither display nor rectangle: the whole desktop.
+  // What is captured. None of the first three: the whole desktop.
   std::string display;       // as the user calls it; empty: none is chosen
   std::optional<Rect> rect;  // in the desktop's own coordinates
+  std::string window;        // as the user calls it; empty: none is chosen
+  bool withoutFrame = false;
   bool inUnits = false;      // one pixel a unit, whatever the displays' density
   std::optional<Size> size;  // a side of 0 follows the other one
   std::optional<double> percent;

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <optional>
 #include <vector>
 
 #include "platform/desktop/choice.h"
@@ -30,6 +31,38 @@ QRVDisplay RecordOf(const qrv::desktop::Display& display) {
   return record;
 }
 
+QRVWindow RecordOf(const qrv::desktop::Window& window) {
+  QRVWindow record = {};
+  record.id = window.id;
+  record.x = window.frame.x;
+  record.y = window.frame.y;
+  record.width = window.frame.width;
+  record.height = window.frame.height;
+  record.contentX = window.content.x;
+  record.contentY = window.content.y;
+  record.contentWidth = window.content.width;
+  record.contentHeight = window.content.height;
+  record.state = static_cast<int32_t>(window.state);
+  record.isActive = window.isActive ? 1 : 0;
+  static_assert(sizeof record.title == sizeof window.title);
+  std::memcpy(record.title, window.title, sizeof record.title);
+  static_assert(sizeof record.program == sizeof window.program);
+  std::memcpy(record.program, window.program, sizeof record.program);
+  return record;
+}
+
+// Fills in as many records, of `size` bytes each, as there is room for. Returns how many there are.
+template <typename Record, typename Item>
+int32_t Fill(Record* records, size_t size, int32_t capacity, const std::vector<Item>& items) {
+  const auto count = static_cast<int32_t>(items.size());
+  auto* to = reinterpret_cast<char*>(records);
+  for (int32_t i = 0; to != nullptr && i < std::min(count, capacity); ++i, to += size) {
+    const Record record = RecordOf(items[static_cast<size_t>(i)]);
+    std::memcpy(to, &record, std::min(size, sizeof record));
+  }
+  return count;
+}
+
 }  // namespace
 
 int32_t QRVPlatformVersion() { return QRV_PLATFORM_VERSION; }
@@ -51,14 +84,12 @@ void QRVOnWaiting(QRVWaitingReport report, void* context) {
 
 int32_t QRVListDisplays(QRVDisplay* displays, size_t size, int32_t capacity) {
   const std::vector<qrv::desktop::Display>* const listed = qrv::desktop::RefreshDisplays();
-  if (listed == nullptr) return -1;
-  const auto count = static_cast<int32_t>(listed->size());
-  auto* to = reinterpret_cast<char*>(displays);
-  for (int32_t i = 0; to != nullptr && i < std::min(count, capacity); ++i, to += size) {
-    const QRVDisplay record = RecordOf((*listed)[static_cast<size_t>(i)]);
-    std::memcpy(to, &record, std::min(size, sizeof record));
-  }
-  return count;
+  return listed == nullptr ? -1 : Fill(displays, size, capacity, *listed);
+}
+
+int32_t QRVListWindows(QRVWindow* windows, size_t size, int32_t capacity) {
+  const std::optional<std::vector<qrv::desktop::Window>> listed = qrv::desktop::ListWindows();
+  return listed ? Fill(windows, size, capacity, *listed) : -1;
 }
 
 uint32_t QRVTakeStrategies() { return qrv::desktop::TakeStrategies(); }

@@ -1,7 +1,8 @@
-// A rectangle of displays that have more pixels than units, in all their pixels.
+// Rectangles of displays that have more pixels than units, in all their pixels.
 #ifndef CLI_CAPTURE_DENSE_RECT_H_
 #define CLI_CAPTURE_DENSE_RECT_H_
 
+#include <cstdint>
 #include <string>
 
 #include "cli/capture/desktop_choice.h"
@@ -10,9 +11,26 @@
 
 namespace qrv::cli {
 
-// The rectangle, in units from the main display's corner, at the density of the densest display
-// that it meets, cut and composed of whole displays; those that are less dense are enlarged to the
-// nearest pixel. What lies on no display is black. Throws Failure, naming `subject`.
+// The pixels of the densest display that an area intersects, continued beyond it: edges in units
+// are rounded to these once. So an area of one display is exactly a block of that display's pixels,
+// and areas that touch have pictures that do.
+class PixelGrid {
+ public:
+  // `area` is in units from the main display's corner, and intersects a display.
+  PixelGrid(const Displays& displays, const Rect& area);
+
+  double density() const { return 1.0 * display_.pixelWidth / display_.width; }  // pixels per unit
+  int64_t X(int64_t units) const;
+  int64_t Y(int64_t units) const;
+  Size SizeOf(const Rect& area) const;
+
+ private:
+  QRVDisplay display_;
+};
+
+// The rectangle, in units from the main display's corner, composed of whole displays on its pixel
+// grid. Displays that are less dense are enlarged by interpolation. What lies on no display is
+// black. Throws Failure, naming `subject`.
 Rows CaptureDenseRect(runtime::Host& host, const Displays& displays, const Rect& rect,
                       const std::string& subject);
 

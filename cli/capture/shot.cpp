@@ -4,6 +4,8 @@
 #include <cctype>
 #include <cmath>
 
+#include "cli/capture/dense_rect.h"
+#include "cli/capture/window_choice.h"
 #include "cli/failure.h"
 
 namespace qrv::cli {
@@ -38,6 +40,14 @@ Rect BoundsOf(const Displays& displays) {
   return bounds;
 }
 
+// Its width or height is 0 or less when they don't intersect.
+Rect Intersection(const Rect& one, const Rect& other) {
+  const int32_t left = std::max(one.left, other.left);
+  const int32_t top = std::max(one.top, other.top);
+  return {left, top, std::min(one.left + one.width, other.left + other.width) - left,
+          std::min(one.top + one.height, other.top + other.height) - top};
+}
+
 // In the desktop's own coordinates, which have the main display at that offset.
 Rect ToDesktop(Rect area, const QRVDisplay& main) {
   area.left += main.offsetX;
@@ -70,6 +80,7 @@ class Chooser {
 
   void ChooseArea();
   void ChooseRect(const Rect& rect);
+  void ChooseWindow();
   void MeasureDensity();
   void Scale();
   void RequirePossible() const;
@@ -84,6 +95,8 @@ void Chooser::ChooseArea() {
   if (arguments_.rect) {
     shot_.subject = "the rectangle " + Text(*arguments_.rect) + ofDesktop;
     ChooseRect(*arguments_.rect);
+  } else if (!arguments_.window.empty()) {
+    ChooseWindow();
   } else if (!arguments_.display.empty()) {
     shot_.display = ResolveDisplay(displays_, arguments_.display);
     shot_.subject = "display " + arguments_.display + ofDesktop;
@@ -109,25 +122,29 @@ void Chooser::ChooseRect(const Rect& rect) {
          " (X,Y,W,H; see `qrvshot displays`).");
 }
 
+// The part of the window that is within the displays.
+void Chooser::ChooseWindow() {
+  const QRVWindow window = ResolveWindow(RequireWindows(), arguments_.window);
+  shot_.subject = "the window '" + std::string(window.title) + "' of " + DesktopName();
+  const Rect area = arguments_.withoutFrame ? Rect{window.contentX, window.contentY,
+                                                   window.contentWidth, window.contentHeight}
+                                            : Rect{window.x, window.y, window.width, window.height};
+  shot_.area = Intersection(area, BoundsOf(displays_));
+  if (std::ranges::any_of(displays_, [&](auto& each) { return Meets(each, shot_.area); })) return;
+  Refuse("it lies outside of all displays. Move it onto one.");
+}
+
 // The size that the picture has unscaled.
 void Chooser::MeasureDensity() {
-  for (const QRVDisplay& each : displays_) {
-    if (Meets(each, shot_.area)) {
-      shot_.density = std::max(shot_.density, 1.0 * each.pixelWidth / each.width);
-    }
-  }
+  const auto whole = [&] { return Displays{displays_[static_cast<size_t>(*shot_.display)]}; };
+  const PixelGrid grid(shot_.display ? whole() : displays_, shot_.area);
+  shot_.density = grid.density();
+  shot_.pixels = grid.SizeOf(shot_.area);
   if (arguments_.inUnits && shot_.density != 1) {
     shot_.density = 1;
     shot_.display.reset();
+    shot_.pixels = {shot_.area.width, shot_.area.height};
   }
-  if (shot_.display) {
-    const QRVDisplay& display = displays_[static_cast<size_t>(*shot_.display)];
-    shot_.density = 1.0 * display.pixelWidth / display.width;
-    shot_.pixels = {display.pixelWidth, display.pixelHeight};
-    return;
-  }
-  shot_.pixels = {static_cast<int32_t>(std::lround(shot_.area.width * shot_.density)),
-                  static_cast<int32_t>(std::lround(shot_.area.height * shot_.density))};
 }
 
 void Chooser::Scale() {

@@ -50,13 +50,12 @@ const DesktopProgram& FindProgram(std::span<const DesktopProgram> programs,
     }
     packages += (packages.empty() ? "" : " or ") + std::string(each.package);
   }
-  throw Failure(kCouldNotReadOrWrite, packages.empty()
-                                          ? std::string(purpose.lack) +
-                                                ": neither WAYLAND_DISPLAY nor DISPLAY is set; " +
-                                                purpose.instead + "."
-                                          : "The program that " + std::string(purpose.does) +
-                                                " is missing: install " + packages +
-                                                ", or " + purpose.instead + ".");
+  throw Failure(kCouldNotReadOrWrite,
+                packages.empty()
+                    ? std::string(purpose.lack) + ": neither WAYLAND_DISPLAY nor DISPLAY is set; " +
+                          purpose.instead + "."
+                    : "The program that " + std::string(purpose.does) + " is missing: install " +
+                          packages + ", or " + purpose.instead + ".");
 }
 
 }  // namespace qrv::cli

@@ -8,6 +8,7 @@
 #include <cctype>
 #include <cstdio>
 #include <filesystem>
+#include <sstream>
 
 #include "cli/capture/desktop_choice.h"
 #include "cli/capture/file_names.h"
@@ -215,7 +216,10 @@ void RequireRules(const CommandLine& line) {
     const GivenOption* given = line.Find(option->name);
     if (given == nullptr && isRequired) Fail(line, option->name + " is required");
     if (given == nullptr) continue;
-    if (const GivenOption* other = line.Find(excludes); other != nullptr) {
+    std::istringstream others(excludes);
+    for (std::string name; others >> name;) {
+      const GivenOption* const other = line.Find(name);
+      if (other == nullptr) continue;
       Fail(line, std::min(given, other)->typed + " and " + std::max(given, other)->typed +
                      " can't be used together");
     }

@@ -33,9 +33,8 @@ constexpr Habit kHabits[] = {
     {" -z --silent ", "-q reports only failures"},
     {" -v ", "-V prints the version"},
     {" -T --sleep --timeout --wait ", "-d waits before the capture"},
-    {" -b -i -u -w --active --border --focused --id --window --window-id ",
-     "the whole desktop needs no option; a window can be marked with -s, where slop takes the one "
-     "that is clicked"},
+    {" -b -i -u -w --active --border --focused --id --window-id ",
+     "--window active or --window TITLE captures a window, and no option the whole desktop"},
 };
 
 }  // namespace

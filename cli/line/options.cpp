@@ -3,6 +3,7 @@
 #include <strings.h>
 
 #include "cli/capture/desktop_choice.h"
+#include "cli/capture/window_choice.h"
 #include "cli/failure.h"
 #include "cli/line/word_lists.h"
 
@@ -89,12 +90,24 @@ Words DisplayChoices() {
   return choices;
 }
 
+// "active", and the title of each window.
+Words WindowChoices() {
+  Words choices = {"active"};
+  try {
+    for (const QRVWindow& each : RequireWindows()) choices.emplace_back(each.title);
+  } catch (const Failure&) {
+    // As for displays.
+  }
+  return choices;
+}
+
 // Commands, as bits.
 constexpr unsigned kCapture = 1;
 constexpr unsigned kDisplays = 2;
 constexpr unsigned kRaw = 4;
 constexpr unsigned kFromRaw = 8;
 constexpr unsigned kMethods = 16;
+constexpr unsigned kWindows = 32;
 constexpr unsigned kEveryCommand = ~0U;
 
 constexpr Rules kNoRules;
@@ -111,13 +124,18 @@ constexpr char kDesktop[] = "Which desktop";
 constexpr CommandEntry kCommands[] = {
     {"capture", "Capture the desktop or a part of it into an image file", kCapture, Capture,
      "  qrvshot capture -g 100,50,640,480     left, top, width and height\n"
-     "  qrvshot capture -s -d 3 --copy        marked first, in 3 seconds, to the clipboard\n"
+     "  qrvshot capture -s -d 3 --copy        marked now, in 3 seconds, to the clipboard\n"
      "  qrvshot capture --count 5 --interval 200ms a-%03d.jpg  a-001.jpg to a-005.jpg\n",
      "Names may have date's %Y-%m-%d and a number, %03d; `man qrvshot` says more."},
     {"displays", "List the displays", kDisplays, ShowDisplays,
      "  qrvshot displays\n  qrvshot displays --json\n",
      "Places are in the desktop's own coordinates, as --rect takes them. The JSON also has them "
      "relative to the main display, as the plug-in's methods count (fromMainX, fromMainY)."},
+    {"windows", "List the windows", kWindows, ShowWindows,
+     "  qrvshot windows\n  qrvshot windows --json\n",
+     "The top one comes first. Places are in the desktop's own coordinates, with the window's "
+     "frame and without its shadow. X11 lists windows, and so do sway and its kin; other Wayland "
+     "compositors list them to no program."},
     {"raw", "Write a display's raw pixels, and print their width, height and bytes per row", kRaw,
      WriteRaw, "  qrvshot raw -o pixels\n",
      "The pixels are blue, green, red and a byte without meaning; the bottom row comes first."},
@@ -134,15 +152,19 @@ std::vector<Option> MakeOptions() {
        Value<ReadText, &Arguments::input>, kRequired},
       {kWhat, kCapture, 'g', "--rect", "AREA",
        "X,Y,W,H or WxH+X+Y or \"X,Y WxH\", in the desktop's units",
-       Value<ReadRect, &Arguments::rect>, Excludes("--display")},
+       Value<ReadRect, &Arguments::rect>, Excludes("--select --display --window")},
       {kWhat, kCapture, 's', "--select", "",
        "Mark it with the mouse, by slop on X11, slurp on Wayland", Flag<&Arguments::selects>,
-       Excludes("--rect")},
+       Excludes("--display --window")},
       {kWhat, kCapture, 0, "--display", "N", "Index or name as in `qrvshot displays`, or main",
-       Value<ReadText, &Arguments::display>, Excludes("--select"), DisplayChoices},
+       Value<ReadText, &Arguments::display>, Excludes("--window"), DisplayChoices},
       {kWhat, kRaw, 0, "--display", "N", "Index or name as in `qrvshot displays` (default: main)",
        Value<ReadText, &Arguments::display>, kNoRules, DisplayChoices},
-      {kWhat, kCapture | kDisplays | kRaw, 0, "--desktop", "WHICH",
+      {kWhat, kCapture, 0, "--window", "WINDOW", "active, or id or title as in `qrvshot windows`",
+       Value<ReadText, &Arguments::window>, kNoRules, WindowChoices},
+      {kWhat, kCapture, 0, "--no-frame", "", "Without the window's title bar and borders",
+       Flag<&Arguments::withoutFrame>, Needs("--window")},
+      {kWhat, kCapture | kDisplays | kWindows | kRaw, 0, "--desktop", "WHICH",
        "wayland, portal, x11 or virtual; or such as x11::1", Value<ReadText, &Arguments::desktop>,
        kNoRules, DesktopKinds},
       {kWhat, kCapture, 0, "--units", "", "One pixel per unit, of denser displays too",
@@ -185,7 +207,7 @@ std::vector<Option> MakeOptions() {
       {kWhere, kCapture | kFromRaw, 0, "--compression", "0-9",
        "Of PNG and lossless WebP: 0 fastest, 9 smallest",
        Integer<0, 9, &Arguments::encoding, &Encoding::compression>},
-      {kWhere, kCapture | kDisplays | kRaw, 0, "--json", "", "Report in JSON",
+      {kWhere, kCapture | kDisplays | kWindows | kRaw, 0, "--json", "", "Report in JSON",
        Flag<&Arguments::json>, Excludes("--quiet")},
       {kWhere, kCapture | kRaw | kFromRaw, 'q', "--quiet", "", "Report only failures",
        Flag<&Arguments::quiet>},
@@ -226,6 +248,7 @@ const CommandEntry kProgram = {
     "  qrvshot shot.jpg             to this file: PNG, JPEG, WebP or PPM by its name\n"
     "  qrvshot -s                   what you mark with the mouse\n"
     "  qrvshot -g 100,50,640,480    left, top, width and height\n"
+    "  qrvshot --window active      the window that has the keyboard\n"
     "  qrvshot --display 1          the second display; `qrvshot displays` lists them\n"
     "  qrvshot -d 3 --copy          in three seconds, to the clipboard\n"
     "  qrvshot -o - | base64        to another program\n",

@@ -26,7 +26,7 @@ struct CommandEntry {
 // What an option asks of the others, by their names.
 struct Rules {
   bool isRequired = false;
-  const char* excludes = "";  // the option that can't stand beside it
+  const char* excludes = "";  // the options that can't stand beside it, separated by spaces
   const char* needs = "";     // the option without which it has no effect
 };
 

@@ -5,8 +5,8 @@
 // The library lies beside the plug-in and is loaded with it. Look its functions up with dlsym, by
 // the handle of the plug-in, or link to it: it is CMake's target ScreenshotQRV::platform.
 //
-// The promise: version 1 stays. Later versions add functions, constants, and members at the end of
-// QRVDisplay; they neither remove nor change any.
+// The promise: what a version has stays. Later versions add functions, constants, and members at
+// the end of QRVDisplay; they neither remove nor change any.
 //
 // Call these functions as you call the plug-in's methods, one thread at a time. Text is one line of
 // UTF-8 that stays valid until the next call of one of them or of the plug-in.
@@ -22,7 +22,7 @@ extern "C" {
 
 // The version of this header, and that of the library: at least the header's, or functions of the
 // header may be missing from the library.
-#define QRV_PLATFORM_VERSION 1
+#define QRV_PLATFORM_VERSION 2
 int32_t QRVPlatformVersion(void);
 
 // ---- Why there was nothing ----
@@ -102,6 +102,38 @@ enum { kQRVMaxDisplayIndex = 32 };
 // Fills at most `capacity` records of `size` bytes each (sizeof(QRVDisplay)) and returns how many
 // displays there are; -1 when there is no desktop.
 int32_t QRVListDisplays(QRVDisplay* displays, size_t size, int32_t capacity);
+
+// ---- The windows (version 2) ----
+
+enum {
+  kQRVWindowShown = 0,  // on the screen, if other windows don't cover it
+  kQRVWindowMinimized = 1,
+  kQRVWindowElsewhere = 2,  // on another workspace, or behind a tab
+};
+
+// A window. Its places are in units of the global display space, as a display's; a part may lie
+// outside of all displays.
+typedef struct QRVWindow {
+  uint64_t id;  // as the desktop's own programs call it
+  int32_t x;    // with title bar and borders, without a shadow
+  int32_t y;
+  int32_t width;
+  int32_t height;
+  int32_t contentX;  // without those that the window manager draws
+  int32_t contentY;
+  int32_t contentWidth;
+  int32_t contentHeight;
+  int32_t state;
+  int32_t isActive;  // 1 for the window that has the keyboard, else 0
+  char title[256];
+  char program[64];
+} QRVWindow;
+
+// Lists the windows as they are now, the top one first. Fills at most `capacity` records of `size`
+// bytes each (sizeof(QRVWindow)) and returns how many windows there are; -1 when that fails, as on
+// desktops that list their windows to no program. To capture one, capture its rectangle, which
+// shows what covers the window as well.
+int32_t QRVListWindows(QRVWindow* windows, size_t size, int32_t capacity);
 
 // ---- How ----
 

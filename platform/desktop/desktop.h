@@ -8,6 +8,7 @@
 #include "platform/desktop/display.h"
 #include "platform/desktop/error.h"
 #include "platform/desktop/frames/frame.h"
+#include "platform/desktop/window.h"
 
 namespace qrv::desktop {
 
@@ -27,6 +28,11 @@ class Desktop {
   // empty and lies within the display's pixels. Throws DisplayGone when the display is gone, and
   // Error with Reason::kDisplayChanged when it has changed.
   virtual Frame Capture(const Display& display, const PixelRect& region, Deadline deadline) = 0;
+
+  // The windows as they are now, the top one first.
+  virtual std::vector<Window> ListWindows(Deadline /*deadline*/) {
+    throw Error(Reason::kUnsupported, "the desktop has no windows that are known here");
+  }
 
   // What a person calls it: "X11 :0", "the virtual desktop". Lives as long as the desktop.
   virtual const char* Name() const = 0;

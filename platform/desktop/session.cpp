@@ -21,6 +21,7 @@ class Session {
   const std::vector<Display>* Refresh();
   const std::vector<Display>* Latest();
   std::optional<Display> Find(uint32_t id);
+  std::vector<Window> ListWindows();
   Frame Capture(const Display& display, const PixelRect& region);
   Frame FrameBuffer(const Display& display);
   void DropFrameBuffer(uint32_t id);
@@ -85,6 +86,11 @@ std::optional<Display> Session::Find(uint32_t id) {
                                   [id](const Display& each) { return each.id == id; });
   if (found == displays_.end()) return std::nullopt;
   return *found;
+}
+
+std::vector<Window> Session::ListWindows() {
+  Refresh();
+  return time_.Spend([this](Deadline deadline) { return desktop_->ListWindows(deadline); });
 }
 
 // Once a capture has failed, nothing more is asked for it.
@@ -205,6 +211,10 @@ const std::vector<Display>* LatestDisplays() noexcept {
 
 std::optional<Display> FindDisplay(uint32_t id) noexcept {
   return Guarded([=](Session& session) { return session.Find(id); });
+}
+
+std::optional<std::vector<Window>> ListWindows() noexcept {
+  return Guarded([](Session& session) { return std::optional(session.ListWindows()); });
 }
 
 Frame Capture(const Display& display, const PixelRect& region, Strategy strategy) noexcept {

@@ -18,6 +18,7 @@
 #include "platform/desktop/display.h"
 #include "platform/desktop/error.h"
 #include "platform/desktop/frames/frame.h"
+#include "platform/desktop/window.h"
 
 namespace qrv::desktop {
 
@@ -37,6 +38,10 @@ const std::vector<Display>* LatestDisplays() noexcept;
 
 // The display of the latest list with that identifier, or nothing.
 std::optional<Display> FindDisplay(uint32_t id) noexcept;
+
+// The windows as they are now, the top one first; nothing when they can't be listed. Lists the
+// displays, too.
+std::optional<std::vector<Window>> ListWindows() noexcept;
 
 // The pixels of a region of the display as they are now. Empty when the display is gone, and when
 // the capture has failed.

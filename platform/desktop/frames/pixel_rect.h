@@ -16,6 +16,14 @@ struct PixelRect {
   bool operator==(const PixelRect&) const = default;
 };
 
+// What both have in common; its width or height is 0 or less when that is nothing.
+inline PixelRect Intersection(const PixelRect& one, const PixelRect& other) {
+  const int32_t x = std::max(one.x, other.x);
+  const int32_t y = std::max(one.y, other.y);
+  return {x, y, std::min(one.x + one.width, other.x + other.width) - x,
+          std::min(one.y + one.height, other.y + other.height) - y};
+}
+
 // Whether a region is not empty and lies within a display of these pixels.
 inline bool Contains(int32_t width, int32_t height, const PixelRect& region) {
   return region.x >= 0 && region.y >= 0 && region.width > 0 && region.height > 0 &&

@@ -43,15 +43,20 @@ std::vector<Display> ReconnectingDesktop::ListDisplays(Deadline deadline) {
 
 // The displays are those that the connection has listed. Another one would show another screen:
 // that of a server that has been started again, for example.
+Link& ReconnectingDesktop::ListedLink(Deadline deadline) {
+  if (link_ && link_->IsInherited()) link_.reset();
+  if (!link_) throw Error(Reason::kUnreachable, "the connection that listed the displays is gone");
+  link_->BeginCall(deadline);
+  return *link_;
+}
+
 Frame ReconnectingDesktop::Capture(const Display& display, const PixelRect& region,
                                    Deadline deadline) {
-  return Call([&] {
-    if (link_ && link_->IsInherited()) link_.reset();
-    if (!link_)
-      throw Error(Reason::kUnreachable, "the connection that listed the displays is gone");
-    link_->BeginCall(deadline);
-    return link_->Capture(display, region);
-  });
+  return Call([&] { return ListedLink(deadline).Capture(display, region); });
+}
+
+std::vector<Window> ReconnectingDesktop::ListWindows(Deadline deadline) {
+  return Call([&] { return ListedLink(deadline).ListWindows(); });
 }
 
 }  // namespace qrv::desktop

@@ -31,6 +31,7 @@ class Link {
   // As Desktop's.
   virtual std::vector<Display> ListDisplays() = 0;
   virtual Frame Capture(const Display& display, const PixelRect& region) = 0;
+  virtual std::vector<Window> ListWindows() = 0;
   virtual const char* Backend() const = 0;
   virtual const char* Note() const { return ""; }
 
@@ -52,11 +53,14 @@ class ReconnectingDesktop : public Desktop {
 
   std::vector<Display> ListDisplays(Deadline deadline) override;
   Frame Capture(const Display& display, const PixelRect& region, Deadline deadline) override;
+  std::vector<Window> ListWindows(Deadline deadline) override;
   const char* Name() const override { return name_.c_str(); }
   const char* Note() const override { return link_ ? link_->Note() : ""; }
   const char* Backend() const override { return link_ ? link_->Backend() : ""; }
 
  private:
+  // The connection that listed the displays, on which a call with that deadline has begun.
+  Link& ListedLink(Deadline deadline);
   template <typename Operation>
   auto Call(Operation operation) -> decltype(operation());
 

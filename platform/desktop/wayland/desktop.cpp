@@ -9,6 +9,7 @@
 #include "platform/desktop/wayland/backends.h"
 #include "platform/desktop/wayland/connection.h"
 #include "platform/desktop/wayland/screen.h"
+#include "platform/desktop/wayland/sway_windows.h"
 
 namespace qrv::desktop {
 namespace {
@@ -25,6 +26,10 @@ class WaylandLink : public Link {
 
   std::vector<Display> ListDisplays() override;
   Frame Capture(const Display& display, const PixelRect& region) override;
+  std::vector<Window> ListWindows() override {
+    const Display& main = outputs_.front().display;
+    return QuerySwayWindows(main.offsetX, main.offsetY, connection_->deadline());
+  }
 
  private:
   // Throws Error unless the output is as it was listed, as far as the compositor has said.

@@ -8,6 +8,7 @@
 #include "platform/desktop/x11/connection.h"
 #include "platform/desktop/x11/pixels.h"
 #include "platform/desktop/x11/screen.h"
+#include "platform/desktop/x11/windows.h"
 
 namespace qrv::desktop {
 namespace x11 {
@@ -21,6 +22,9 @@ class X11Link : public Link {
   void BeginCall(Deadline deadline) override { connection_.BeginCall(deadline); }
   std::vector<Display> ListDisplays() override;
   Frame Capture(const Display& display, const PixelRect& region) override;
+  std::vector<Window> ListWindows() override {
+    return QueryWindows(connection_, displays_.front().area);
+  }
   const char* Backend() const override { return connection_.shm() != 0 ? "MIT-SHM" : "GetImage"; }
   const char* Note() const override { return pixels_.note(); }
 

@@ -60,12 +60,18 @@ struct Arguments {
   std::optional<Size> size;  // a side of 0 follows the other one
   std::optional<double> percent;
   const Strategy* strategy = nullptr;
+  bool selects = false;          // a rectangle by mouse
   double delay = 0;              // seconds
-  std::optional<int32_t> count;  // of captures, one after the other
-  int32_t interval = 1000;       // milliseconds from the start of one to that of the next
+  std::optional<int32_t> count;  // of captures, one after the other; 0 until a signal ends them
+  double interval = 1;           // seconds from the start of one to that of the next
+
+  bool IsSeries() const { return count.value_or(1) != 1; }
 
   // Where it goes.
-  std::string output;  // empty, or a folder: a name by date and time
+  std::string output;       // empty, or a folder: a name by date and time
+  std::string overruled;    // an output that another one behind it has replaced
+  bool keepsFiles = false;  // and takes the next free name
+  bool makesFolders = false;
   Encoding encoding;
   bool copies = false;  // to the clipboard; without an output nowhere else
   bool json = false;

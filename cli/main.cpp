@@ -1,13 +1,12 @@
-#include <errno.h>
 #include <malloc.h>
 #include <signal.h>
 #include <stdio.h>
-#include <string.h>
 
 #include <new>
 #include <string>
 
 #include "cli/capture/desktop_choice.h"
+#include "cli/commands/report.h"
 #include "cli/failure.h"
 #include "cli/line/command_line.h"
 #include "cli/output/terminal.h"
@@ -34,6 +33,7 @@ int main(int argc, char** argv) {
       qrv::cli::ChooseDesktop(*arguments);
       arguments->command(*arguments);
     }
+    qrv::cli::FlushReports();
   } catch (const qrv::cli::Failure& failure) {
     return Fail(failure.Code(), failure.what());
   } catch (const std::bad_alloc&) {
@@ -41,11 +41,6 @@ int main(int argc, char** argv) {
                 "There is too little memory. Try a smaller part of the desktop.");
   } catch (const std::exception& error) {
     return Fail(qrv::cli::kNothingCaptured, error.what());
-  }
-  if (fflush(stdout) != 0 || ferror(stdout) != 0) {
-    const std::string reason = strerror(errno);
-    return Fail(qrv::cli::kCouldNotReadOrWrite,
-                "standard output could not be written: " + reason + ". Send it somewhere else.");
   }
   return qrv::cli::kDone;
 }

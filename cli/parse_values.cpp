@@ -3,6 +3,8 @@
 #include <charconv>
 #include <cmath>
 #include <cstddef>
+#include <cstdio>
+#include <utility>
 
 #include <screenshotqrv/host.h>
 
@@ -10,7 +12,11 @@ namespace qrv::cli {
 
 namespace {
 
-constexpr double kLongestDelay = 86400;  // seconds
+constexpr double kLongestTime = 86400;  // seconds
+constexpr int32_t kMostCaptures = 100000;
+
+constexpr std::pair<std::string_view, double> kTimeUnits[] = {
+    {"ms", 0.001}, {"s", 1}, {"m", 60}, {"h", 3600}};
 
 template <typename Number>
 std::optional<Number> ParseNumber(std::string_view text) {
@@ -51,7 +57,12 @@ bool ParseSide(std::string_view digits, int32_t& side) {
 
 }  // namespace
 
-std::optional<int32_t> ParseInteger(std::string_view text) { return ParseNumber<int32_t>(text); }
+std::optional<int32_t> ParseInteger(std::string_view text) {
+  int32_t number = text.starts_with('-') ? INT32_MIN : INT32_MAX;
+  const char* end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, number);
+  return error != std::errc::invalid_argument && stop == end ? std::optional(number) : std::nullopt;
+}
 
 bool IsSystemVersion(std::string_view text) {
   const size_t dot = text.find('.');
@@ -64,14 +75,35 @@ std::string ReadText(const std::string& text, std::string& target) {
   return "";
 }
 
-std::string ReadSeconds(const std::string& text, double& seconds) {
-  seconds = ParseDecimal(text).value_or(INFINITY);
-  return seconds <= kLongestDelay ? "" : "a number of seconds from 0 to a day's";
+std::string ReadTime(const std::string& text, double& seconds) {
+  std::string_view number = text;
+  double unit = 1;
+  for (const auto& [name, length] : kTimeUnits) {
+    if (!number.ends_with(name)) continue;
+    number.remove_suffix(name.size());
+    unit = length;
+    break;
+  }
+  seconds = ParseDecimal(number).value_or(INFINITY) * unit;
+  return seconds <= kLongestTime ? ""
+                                 : "a time up to a day: seconds, such as 3 or 0.5, or 500ms, 2m";
+}
+
+std::string ReadCount(const std::string& text, std::optional<int32_t>& count) {
+  count = text == "forever" ? 0 : ParseInteger(text).value_or(-1);
+  return *count >= 0 && *count <= kMostCaptures
+             ? ""
+             : "a number of captures up to 100000, nor 0 or forever for those until you stop it";
 }
 
 std::string ReadPercent(const std::string& text, std::optional<double>& percent) {
   if (text.ends_with('%')) percent = ParseDecimal(text.substr(0, text.size() - 1));
-  return percent > 0 ? "" : "a percentage such as 25%";
+  if (percent > 0) return "";
+  const double number = ParseDecimal(text).value_or(0);
+  if (number <= 0) return "a percentage such as 25%";
+  char meant[32];
+  snprintf(meant, sizeof meant, "%g%%", number * (number < 5 ? 100 : 1));
+  return "a percentage; did you mean " + std::string(meant) + "?";
 }
 
 std::string ReadRect(const std::string& text, std::optional<Rect>& rect) {

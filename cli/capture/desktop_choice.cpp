@@ -1,6 +1,7 @@
 #include "cli/capture/desktop_choice.h"
 
 #include <stdlib.h>
+#include <unistd.h>
 
 #include <algorithm>
 
@@ -18,6 +19,17 @@ constexpr char kSystemVersionVariable[] = "QRV_SYSTEM_VERSION";
 std::string Environment(const char* name) {
   const char* value = getenv(name);
   return value == nullptr ? "" : value;
+}
+
+// What to do about there being no desktop. An X server that refuses has seen no cookie, or a wrong
+// one.
+std::string Advice() {
+  if (QRVFailure() != kQRVRefused || QRVDesktopKind() != kQRVX11) return QRVFailureAdvice();
+  const std::string chosen = Environment("XAUTHORITY");
+  const std::string file = chosen.empty() ? Environment("HOME") + "/.Xauthority" : chosen;
+  return "The cookie for it was looked for in " + file +
+         (access(file.c_str(), R_OK) == 0 ? "" : ", which can't be read") +
+         "; set XAUTHORITY to the file of the user whose desktop it is.";
 }
 
 // Tells of what is no failure.
@@ -50,9 +62,9 @@ Displays RequireDisplays() {
     const int32_t capacity = static_cast<int32_t>(displays.size());
     const int32_t count = QRVListDisplays(displays.data(), sizeof(QRVDisplay), capacity);
     if (count < 0) {
-      throw Failure(QRVFailure() == kQRVBadChoice ? kWrongUsage : kNothingCaptured,
-                    "There is no desktop to capture: " + std::string(QRVFailureMessage()) + ". " +
-                        QRVFailureAdvice());
+      throw Failure(
+          QRVFailure() == kQRVBadChoice ? kWrongUsage : kNothingCaptured,
+          "There is no desktop to capture: " + std::string(QRVFailureMessage()) + ". " + Advice());
     }
     if (count == 0) {
       throw Failure(kNothingCaptured, "There is no display on " + DesktopName() + ".");
@@ -70,6 +82,10 @@ int32_t ResolveDisplay(const Displays& displays, const std::string& name) {
       named == displays.end() ? ParseInteger(name)
                               : std::optional(static_cast<int32_t>(named - displays.begin()));
   if (!index || *index < 0) {
+    if (name.starts_with(':')) {
+      throw Failure(kWrongUsage,
+                    "--display " + name + " is an X server: type --desktop x11:" + name + ".");
+    }
     throw Failure(kWrongUsage, "--display " + name +
                                    " is neither an index, from 0, nor main, nor the name of a "
                                    "display. `qrvshot displays` lists the displays.");

@@ -13,6 +13,7 @@
 #include "cli/capture/start_host.h"
 #include "cli/commands/clipboard.h"
 #include "cli/commands/report.h"
+#include "cli/commands/select.h"
 #include "cli/failure.h"
 #include "cli/image/image_file.h"
 #include "cli/output/terminal.h"
@@ -103,20 +104,35 @@ void Deliver(const Arguments& arguments, const Captured& captured, const FileNam
   const Rows& rows = captured.rows;
   CaptureReport report{"", DesktopName(), captured.method, StrategyNames(used), milliseconds};
   FILE* const stream = ReportStream(name.path);
+  if (arguments.makesFolders && !arguments.output.empty()) MakeFolders(name.path);
   if (arguments.copies) {
     CopyImage(rows, FindClipboardProgram());
     if (!arguments.json) ReportImage("the clipboard", rows, report.desktop, stream);
   }
   if (!arguments.copies || !arguments.output.empty()) {
     report.file = WriteImage(rows, arguments.encoding, name.path, name.existing);
-    if (!arguments.json) ReportImage(report.file, rows, report.desktop, stream);
+    const std::string note = FormatNote(name.path, arguments.encoding);
+    if (!arguments.json) ReportImage(report.file, rows, report.desktop + note, stream);
   }
   if (arguments.json) ReportCapture(report, rows, stream);
+  FlushReports();  // A line is out when its file is.
+}
+
+// Another program's -o chooses a display.
+void RequireNoDisplay(const std::string& output, const Displays& displays) {
+  if (output.empty() ||
+      std::ranges::none_of(displays, [&](auto& each) { return each.name == output; }))
+    return;
+  throw Failure(kWrongUsage, "-o " + output +
+                                 " names a file, and a display is called so; that is --display " +
+                                 output + ".");
 }
 
 void CaptureInto(Host& host, const Arguments& arguments, const FileName& name) {
   const Clock::time_point start = Clock::now();
   const Displays displays = RequireDisplays();
+  RequireNoDisplay(arguments.overruled, displays);
+  RequireNoDisplay(arguments.output, displays);
   const Shot shot = ChooseShot(arguments, displays);
   QRVTakeStrategies();
   const Captured captured = Take(host, shot, displays);
@@ -128,23 +144,28 @@ void CaptureInto(Host& host, const Arguments& arguments, const FileName& name) {
 
 // What can be known to be wrong is told of before anybody waits.
 void RequireAll(const Arguments& arguments) {
-  ChooseShot(arguments, RequireDisplays());
+  const Displays displays = RequireDisplays();
+  if (!arguments.selects) ChooseShot(arguments, displays);
   if (arguments.copies) FindClipboardProgram();
 }
 
 }  // namespace
 
-void Capture(const Arguments& arguments) {
+void Capture(const Arguments& given) {
+  Arguments arguments = given;
   RequireNoTerminal(arguments.output);
   const auto host = StartHost(arguments);
-  if (arguments.delay > 0) RequireAll(arguments);
+  if (arguments.delay > 0 || arguments.selects) RequireAll(arguments);
+  if (arguments.selects) arguments.rect = SelectRect(FindSelectProgram());
   Wait(arguments.delay);
   QRVShowPointer(arguments.withPointer ? 1 : 0);
   const int32_t count = arguments.count.value_or(1);
+  const auto interval = std::chrono::duration_cast<Clock::duration>(
+      std::chrono::duration<double>(arguments.interval));
   Clock::time_point next = Clock::now();
-  for (int32_t number = 1; number <= count; ++number) {
+  for (int32_t number = 1; count == 0 || number <= count; ++number) {
     std::this_thread::sleep_until(next);
-    next = std::max(next + std::chrono::milliseconds(arguments.interval), Clock::now());
+    next = std::max(next + interval, Clock::now());
     CaptureInto(*host, arguments, ChooseFileName(arguments, number));
   }
 }

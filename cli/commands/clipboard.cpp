@@ -8,11 +8,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <filesystem>
-#include <sstream>
-#include <string_view>
-
-#include "cli/capture/desktop_choice.h"
 #include "cli/failure.h"
 #include "cli/image/image_file.h"
 
@@ -20,37 +15,15 @@ namespace qrv::cli {
 
 namespace {
 
-struct ClipboardProgram {
-  const char* name;
-  const char* package;
-  const char* variable;  // set where it works
-  const char* arguments[5];
-};
-
-constexpr ClipboardProgram kPrograms[] = {
+constexpr DesktopProgram kPrograms[] = {
     {"wl-copy", "wl-clipboard", "WAYLAND_DISPLAY", {"--type", "image/png"}},
     {"xclip", "xclip", "DISPLAY", {"-selection", "clipboard", "-target", "image/png", "-in"}},
 };
-
-bool IsInstalled(const char* name) {
-  const char* const path = getenv("PATH");
-  std::istringstream folders(path == nullptr ? "" : path);
-  for (std::string folder; std::getline(folders, folder, ':');) {
-    if (access((std::filesystem::path(folder) / name).c_str(), X_OK) == 0) return true;
-  }
-  return false;
-}
-
-// The clipboard is that of the X server that is captured, else that of the session.
-bool Fits(const ClipboardProgram& program) {
-  if (QRVDesktopKind() == kQRVX11) return program.variable == std::string_view("DISPLAY");
-  const char* const value = getenv(program.variable);
-  return value != nullptr && *value != '\0';
-}
+constexpr Purpose kCopying = {"There is no clipboard", "copies", "choose a file with -o"};
 
 // Starts the program with the end of a pipe to read from. It keeps the picture in the background,
 // and must keep no stream of this process.
-pid_t Start(const ClipboardProgram& program, int input) {
+pid_t Start(const DesktopProgram& program, int input) {
   posix_spawn_file_actions_t files;
   posix_spawn_file_actions_init(&files);
   posix_spawn_file_actions_adddup2(&files, input, STDIN_FILENO);
@@ -79,26 +52,12 @@ pid_t Start(const ClipboardProgram& program, int input) {
 
 }  // namespace
 
-std::string FindClipboardProgram() {
-  std::string packages;
-  for (const ClipboardProgram& each : kPrograms) {
-    if (!Fits(each)) continue;
-    if (IsInstalled(each.name)) return each.name;
-    packages += (packages.empty() ? "" : " or ") + std::string(each.package);
-  }
-  throw Failure(kCouldNotReadOrWrite,
-                packages.empty()
-                    ? "There is no clipboard: neither WAYLAND_DISPLAY nor DISPLAY is set. Choose a "
-                      "file with -o."
-                    : "The program that copies is missing: install " + packages +
-                          ", or choose a file with -o.");
-}
+const DesktopProgram& FindClipboardProgram() { return FindProgram(kPrograms, kCopying); }
 
-void CopyImage(const Rows& rows, const std::string& name) {
-  if (QRVDesktopKind() == kQRVX11) setenv("DISPLAY", QRVDesktopAddress(), 1);
+void CopyImage(const Rows& rows, const DesktopProgram& program) {
+  const std::string name = program.name;
   int ends[2];
   if (pipe2(ends, O_CLOEXEC) != 0) Fail(name, strerror(errno));
-  const ClipboardProgram& program = name == kPrograms[0].name ? kPrograms[0] : kPrograms[1];
   const pid_t process = Start(program, ends[0]);
   close(ends[0]);
   std::string failure;

@@ -2,18 +2,17 @@
 #ifndef CLI_COMMANDS_CLIPBOARD_H_
 #define CLI_COMMANDS_CLIPBOARD_H_
 
-#include <string>
-
+#include "cli/commands/desktop_program.h"
 #include "cli/image/image_file.h"
 
 namespace qrv::cli {
 
 // The program that fits: wl-copy under Wayland, xclip on X11. Throws Failure when it isn't there,
 // saying what to install.
-std::string FindClipboardProgram();
+const DesktopProgram& FindClipboardProgram();
 
 // Hands the picture to that program as PNG. Throws Failure.
-void CopyImage(const Rows& rows, const std::string& program);
+void CopyImage(const Rows& rows, const DesktopProgram& program);
 
 }  // namespace qrv::cli
 

@@ -97,7 +97,9 @@ void ConvertRaw(const Arguments& arguments) {
   }
   const Rows rows = RowsOf(picture);
   const FileName file = ChooseFileName(arguments, 1);
-  ReportImage(WriteImage(rows, arguments.encoding, file.path, file.existing), rows, name,
+  if (arguments.makesFolders) MakeFolders(file.path);
+  const std::string written = WriteImage(rows, arguments.encoding, file.path, file.existing);
+  ReportImage(written, rows, name + FormatNote(file.path, arguments.encoding),
               ReportStream(file.path));
 }
 

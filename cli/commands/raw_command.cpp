@@ -58,6 +58,7 @@ void WriteRaw(const Arguments& arguments) {
                                         DesktopName() + " could not be had. " + WhyNoPixels());
   }
   RequirePixels("the raw pixels of " + DesktopName());
+  if (arguments.makesFolders) MakeFolders(arguments.output);
   WriteBytes(runtime::Host::Bytes(pixels.get()), arguments.output);
   if (IsQuiet()) return;
   fprintf(ReportStream(arguments.output),

@@ -1,7 +1,12 @@
 #include "cli/commands/report.h"
 
+#include <errno.h>
+#include <string.h>
+
 #include <algorithm>
 
+#include "cli/capture/file_names.h"
+#include "cli/failure.h"
 #include "cli/output/terminal.h"
 #include "platform/desktop/peer/one_line.h"
 
@@ -27,7 +32,20 @@ std::string JsonString(std::string_view text) {
   return quoted + '"';
 }
 
-FILE* ReportStream(const std::string& output) { return output == "-" ? stderr : stdout; }
+FILE* ReportStream(const std::string& output) { return IsStandardOutput(output) ? stderr : stdout; }
+
+void FlushReports() {
+  if (fflush(stdout) == 0 && ferror(stdout) == 0) return;
+  const std::string reason = strerror(errno);
+  throw Failure(kCouldNotReadOrWrite,
+                "standard output could not be written: " + reason + ". Send it somewhere else.");
+}
+
+std::string FormatNote(const std::string& file, const Encoding& encoding) {
+  const ImageFormat* const named = FormatOfName(file);
+  const bool isNamed = named != nullptr && named->write == encoding.format->write;
+  return isNamed || IsStandardOutput(file) ? "" : ", as " + std::string(encoding.format->name);
+}
 
 void ReportImage(const std::string& file, const Rows& rows, const std::string& source,
                  FILE* stream) {

@@ -21,8 +21,14 @@ struct CaptureReport {
 // Text as a JSON string: valid UTF-8, with U+FFFD for each byte that is part of no character.
 std::string JsonString(std::string_view text);
 
+// Writes out what standard output has been given. Throws Failure.
+void FlushReports();
+
 // Where to report on a file: standard output, or standard error when the file itself goes there.
 FILE* ReportStream(const std::string& output);
+
+// ", as png" of a file whose name says something else, or nothing.
+std::string FormatNote(const std::string& file, const Encoding& encoding);
 
 // One line: the file, its size and what it shows.
 void ReportImage(const std::string& file, const Rows& rows, const std::string& source,

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <ctime>
 #include <vector>
 
 #include "cli/failure.h"
@@ -76,6 +77,16 @@ std::string WriteImage(const Rows& rows, const Encoding& encoding, const std::st
   format.write(rows, encoding, file);
   file.Commit();
   return file.Name();
+}
+
+const char kSoftware[] = "qrvshot " QRV_VERSION;
+
+std::string LocalTime() {
+  const time_t now = time(nullptr);
+  tm parts = {};
+  char text[64];
+  const size_t length = strftime(text, sizeof text, "%FT%T%z", localtime_r(&now, &parts));
+  return std::string(text).insert(length - 2, ":");
 }
 
 }  // namespace qrv::cli

@@ -62,6 +62,12 @@ struct Encoding {
   std::optional<int32_t> quality;      // 1 to 100
 };
 
+// What files say of their origin: the tool, and the local time with its offset, as RFC 3339 has it.
+extern const char kSoftware[];
+std::string LocalTime();
+
+inline constexpr double kDotsPerInch = 96;  // of a display with one pixel per unit
+
 // Writes the whole file or leaves what was there; "-" is standard output. The name that the file
 // has. Throws Failure.
 std::string WriteImage(const Rows& rows, const Encoding& encoding, const std::string& path,

@@ -6,6 +6,7 @@
 // What the next one needs must come before it.
 #include <jpeglib.h>
 
+#include <cmath>
 #include <memory>
 #include <new>
 #include <vector>
@@ -40,12 +41,12 @@ struct Compressor {
   Compressor& operator=(const Compressor&) = delete;
 
   // Each is false when memory ran out. No object lives in them that a jump would leave behind.
-  bool Start(int32_t width, int32_t height, int quality) {
+  bool Start(const Rows& rows, int quality, const std::string& comment) {
     if (setjmp(failed) != 0) return false;
     jpeg_create_compress(&state);
     jpeg_mem_dest(&state, &buffer, &length);
-    state.image_width = static_cast<JDIMENSION>(width);
-    state.image_height = static_cast<JDIMENSION>(height);
+    state.image_width = static_cast<JDIMENSION>(rows.width);
+    state.image_height = static_cast<JDIMENSION>(rows.height);
     state.input_components = 4;
     state.in_color_space = JCS_EXT_RGBX;
     jpeg_set_defaults(&state);
@@ -54,7 +55,15 @@ struct Compressor {
       state.comp_info[i].h_samp_factor = 1;
       state.comp_info[i].v_samp_factor = 1;
     }
+    if (rows.density != 1) {
+      constexpr uint8_t kPerInch = 1;
+      state.density_unit = kPerInch;
+      state.X_density = static_cast<UINT16>(std::lround(rows.density * kDotsPerInch));
+      state.Y_density = state.X_density;
+    }
     jpeg_start_compress(&state, TRUE);
+    jpeg_write_marker(&state, JPEG_COM, reinterpret_cast<const JOCTET*>(comment.data()),
+                      static_cast<unsigned>(comment.size()));
     return true;
   }
   bool Add(JSAMPROW row) {
@@ -76,7 +85,8 @@ void Require(bool isDone) {
 void Write(const Rows& rows, const Encoding& encoding, OutputFile& file) {
   std::vector<uint8_t> row(static_cast<size_t>(rows.width) * 4);
   const auto jpeg = std::make_unique<Compressor>();
-  Require(jpeg->Start(rows.width, rows.height, encoding.quality.value_or(kDefaultQuality)));
+  const std::string comment = std::string(kSoftware) + ", " + LocalTime();
+  Require(jpeg->Start(rows, encoding.quality.value_or(kDefaultQuality), comment));
   for (int32_t y = 0; y < rows.height; ++y) {
     rows.read(y, row.data());
     Require(jpeg->Add(row.data()));

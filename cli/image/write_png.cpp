@@ -54,7 +54,19 @@ void WriteHeader(OutputFile& file, const Rows& rows) {
   WriteChunk(file, "IHDR", header);
 }
 
-void WriteTime(OutputFile& file) {
+void WriteText(OutputFile& file, const std::string& keyword, const std::string& text) {
+  std::vector<uint8_t> data(keyword.begin(), keyword.end());
+  data.push_back(0);
+  data.insert(data.end(), text.begin(), text.end());
+  WriteChunk(file, "tEXt", data);
+}
+
+// The time is UTC in its chunk, and local with its offset as text.
+void WriteOrigin(OutputFile& file) {
+  constexpr uint8_t kPerceptual = 0;
+  WriteChunk(file, "sRGB", {kPerceptual});
+  WriteText(file, "Software", kSoftware);
+  WriteText(file, "Creation Time", LocalTime());
   const time_t now = time(nullptr);
   tm parts = {};
   gmtime_r(&now, &parts);
@@ -67,9 +79,8 @@ void WriteTime(OutputFile& file) {
   WriteChunk(file, "tIME", data);
 }
 
-// A unit is a 96th of an inch.
 void WriteDensity(OutputFile& file, double density) {
-  constexpr double kUnitsPerMetre = 96 / 0.0254;
+  constexpr double kUnitsPerMetre = kDotsPerInch / 0.0254;
   constexpr uint8_t kMetre = 1;
   const auto pixels = static_cast<uint32_t>(std::lround(density * kUnitsPerMetre));
   std::vector<uint8_t> data;
@@ -104,7 +115,7 @@ void WriteStrips(OutputFile& file, const Rows& rows, std::optional<int> compress
 
 void Write(const Rows& rows, const Encoding& encoding, OutputFile& file) {
   WriteHeader(file, rows);
-  WriteTime(file);
+  WriteOrigin(file);
   if (rows.density != 1) WriteDensity(file, rows.density);
   WriteStrips(file, rows, encoding.compression);
   WriteChunk(file, "IEND", {});

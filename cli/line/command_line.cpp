@@ -8,8 +8,12 @@
 #include <cctype>
 #include <cstdio>
 #include <filesystem>
+#include <sstream>
 
+#include "cli/capture/desktop_choice.h"
+#include "cli/capture/file_names.h"
 #include "cli/failure.h"
+#include "cli/line/habits.h"
 #include "cli/line/help.h"
 #include "cli/line/options.h"
 #include "cli/line/word_lists.h"
@@ -22,7 +26,8 @@ namespace {
 using Words = std::vector<std::string>;
 
 constexpr std::string_view kComplete = "--complete";
-constexpr int kFirstLong = 256;  // the codes of long options to getopt_long, beyond all letters
+constexpr char kHelp[] = "help";  // in place of a command, asks for the help of the next word
+constexpr int kFirstLong = 256;   // the codes of long options to getopt_long, beyond all letters
 
 struct GivenOption {
   const Option* option;
@@ -35,10 +40,12 @@ struct GivenOption {
 
 // What the user typed, as options and files.
 struct CommandLine {
-  const CommandEntry* command = &kProgram;
-  std::vector<GivenOption> given;      // in the user's order; of one given twice, the last
-  const Option* unfinished = nullptr;  // the last one, when the line ends before its value
-  std::string fault;                   // the first; empty when there is none
+  const CommandEntry* command = &kProgram;  // until one is named
+  bool isHelpCommand = false;               // "qrvshot help ..."
+  bool lacksCommand = false;                // an unknown one is named
+  std::vector<GivenOption> given;           // in the user's order; of one given twice, the last
+  const Option* unfinished = nullptr;       // the last one, when the line ends before its value
+  std::string fault;                        // the first; empty when there is none
 
   const GivenOption* Find(std::string_view name) const {
     const auto found = std::ranges::find_if(
@@ -65,6 +72,11 @@ std::string Typed(int code) {
   return code < kFirstLong ? std::string("-") + static_cast<char>(code) : OptionOf(code).name;
 }
 
+// Without a command's name it is a capture.
+const CommandEntry& Meant(const CommandLine& line) {
+  return line.command == &kProgram ? Commands().front() : *line.command;
+}
+
 Words CommandNames() {
   Words names;
   for (const CommandEntry& each : Commands()) names.emplace_back(each.name);
@@ -82,19 +94,24 @@ Words OptionNames(const CommandEntry& command) {
 }
 
 std::string DescribeNoOption(const CommandEntry& command, const std::string& name) {
-  return command.Call() + " has no option " + name + DidYouMean(name, OptionNames(command));
+  const std::string_view advice =
+      command.command == Capture ? AdviceForHabit(name) : std::string_view();
+  return command.Call() + " has no option " + name +
+         (advice.empty() ? DidYouMean(name, OptionNames(command)) : ": " + std::string(advice));
+}
+
+// Whether a word in place of a command is rather the file of a capture.
+bool IsFileName(const std::string& word) {
+  std::error_code error;
+  return word.empty() || word == "-" || word.find_first_of("./%~") != std::string::npos ||
+         std::filesystem::exists(word, error);
 }
 
 std::string DescribeNoCommand(const CommandLine& line, const std::string& word) {
-  std::string meant = DidYouMean(word, CommandNames());
-  if (word.find_first_of("./") != std::string::npos) {
-    meant = "; did you mean `qrvshot capture " + word + "`?";
-  } else if (!line.given.empty()) {
-    meant = "; did you mean `qrvshot capture " + line.given.front().typed + "`?";
-  } else if (meant.empty()) {
-    meant = "; there are " + JoinWords(CommandNames(), " and ");
-  }
-  return (word.empty() ? "No command is given" : "There is no command " + word) + meant;
+  const std::string meant = DidYouMean(word, CommandNames());
+  const std::string file = line.isHelpCommand ? "" : "; a file of that name is ./" + word;
+  return "There is no command " + word +
+         (meant.empty() ? file + "; there are " + JoinWords(CommandNames(), " and ") : meant);
 }
 
 void TakeOption(CommandLine& line, int code, bool isValueApart) {
@@ -109,8 +126,9 @@ void TakeOption(CommandLine& line, int code, bool isValueApart) {
   // An empty value is mostly an unset variable of a script, never what was meant.
   const Option& option = OptionOf(code);
   if (value.empty() && !option.value.empty()) {
-    line.SetFault(typed + " has an empty value" +
-                  (typed == "--rect" ? ", as of slop and slurp when they are cancelled" : ""));
+    line.SetFault(
+        typed + " has an empty value" +
+        (option.name == "--rect" ? ", as of slop and slurp when they are cancelled" : ""));
   }
   line.Add(option, typed, value);
 }
@@ -118,14 +136,24 @@ void TakeOption(CommandLine& line, int code, bool isValueApart) {
 void TakeWord(CommandLine& line, const std::string& word) {
   if (line.command == &kProgram) {
     const auto found = std::ranges::find(Commands(), word, &CommandEntry::name);
-    if (found == Commands().end()) return line.SetFault(DescribeNoCommand(line, word));
-    line.command = &*found;
-    return;
+    const bool isCommand = found != Commands().end();
+    if (!isCommand && word == kHelp && !line.isHelpCommand) {
+      line.isHelpCommand = true;
+      return;
+    }
+    line.lacksCommand = !isCommand && (line.isHelpCommand || !IsFileName(word));
+    if (line.lacksCommand) return line.SetFault(DescribeNoCommand(line, word));
+    line.command = isCommand ? &*found : &Meant(line);
+    if (isCommand) return;
   }
   const std::vector<const Option*> options = OptionsOf(*line.command);
   const auto file = std::ranges::find_if(options, &Option::IsFile);
   if (file == options.end() || line.Find(kFile) != nullptr) {
-    return line.SetFault(word + " is one argument too many");
+    const std::string first = file == options.end() ? "" : line.Find(kFile)->value;
+    const bool isNumber = !first.empty() && std::isdigit(static_cast<unsigned char>(first[0])) != 0;
+    return line.SetFault(word + " is one argument too many" +
+                         (first.empty() ? "" : " behind " + first) +
+                         (isNumber ? "; numbers are for --scale 50%, --quality 90 or -d 3" : ""));
   }
   if (word.empty()) line.SetFault("The file name has an empty value");
   line.Add(**file, word, word);
@@ -164,17 +192,17 @@ CommandLine SplitLine(int argc, const char* const* argv) {
       line.SetFault(Typed(optopt) + " takes no value");
     } else {
       line.SetFault(DescribeNoOption(
-          *line.command, optopt == 0 ? std::string(word, strcspn(word, "=")) : Typed(optopt)));
+          Meant(line), optopt == 0 ? std::string(word, strcspn(word, "=")) : Typed(optopt)));
     }
   }
   while (optind < argc) TakeWord(line, argv[optind++]);  // behind "--"
-  if (line.command == &kProgram) line.SetFault(DescribeNoCommand(line, ""));
   return line;
 }
 
 [[noreturn]] void Fail(const CommandLine& line, const std::string& fault) {
-  throw Failure(kWrongUsage, fault + (fault.ends_with('?') ? "" : ".") + " Try `" +
-                                 line.command->Call() + " --help`.");
+  const CommandEntry& command = line.lacksCommand ? kProgram : Meant(line);
+  throw Failure(kWrongUsage, fault + (fault.ends_with('?') ? "" : ".") + " Try `" + command.Call() +
+                                 " --help`.");
 }
 
 void RequireRules(const CommandLine& line) {
@@ -188,7 +216,10 @@ void RequireRules(const CommandLine& line) {
     const GivenOption* given = line.Find(option->name);
     if (given == nullptr && isRequired) Fail(line, option->name + " is required");
     if (given == nullptr) continue;
-    if (const GivenOption* other = line.Find(excludes); other != nullptr) {
+    std::istringstream others(excludes);
+    for (std::string name; others >> name;) {
+      const GivenOption* const other = line.Find(name);
+      if (other == nullptr) continue;
       Fail(line, std::min(given, other)->typed + " and " + std::max(given, other)->typed +
                      " can't be used together");
     }
@@ -208,20 +239,36 @@ void ReadValues(const CommandLine& line, Arguments& arguments) {
 }
 
 // The format of the file's name, PNG unless that has one.
-const ImageFormat* FormatOf(const CommandLine& line, const GivenOption* file) {
+const ImageFormat* RequireFormat(const CommandLine& line, const GivenOption* file) {
   if (file == nullptr) return &kPng;
-  std::string extension = std::filesystem::path(file->value).extension();
-  if (extension.empty()) return &kPng;
-  extension.erase(0, 1);
-  if (const ImageFormat* const found = FindImageFormat(extension)) return found;
-  // Image formats that are not written, some of them by this build only.
+  if (const ImageFormat* const format = FormatOfName(file->value)) return format;
+  const std::string extension = std::filesystem::path(file->value).extension();
+  // Files of other kinds, and image formats that this build doesn't write.
   for (const char* const other :
-       {"avif", "bmp", "gif", "jpeg", "jpg", "jxl", "tif", "tiff", "webp", "xwd"}) {
-    if (strcasecmp(extension.c_str(), other) != 0) continue;
+       {"avif", "bmp", "gif", "heic", "html", "ico", "jp2",  "jpeg", "jpg", "jxl", "mkv", "mp4",
+        "pdf",  "qoi", "svg", "tif",  "tiff", "txt", "webm", "webp", "xcf", "xwd", "zip"}) {
+    if (strcasecmp(extension.c_str(), (std::string(".") + other).c_str()) != 0) continue;
     Fail(line, file->Text() + ": this qrvshot writes " + JoinWords(ImageFormatNames(), " and ") +
                    ", not " + other + "; name the file so, or choose with --format");
   }
   return &kPng;
+}
+
+// An option that shows in no file of that format, or not in the clipboard.
+void RequireEffect(const CommandLine& line, const Arguments& arguments, bool hasFile) {
+  const ImageFormat& format = *arguments.encoding.format;
+  for (const auto& [name, isOfFormat] : {std::pair("--quality", format.hasQuality),
+                                         {"--compression", format.hasCompression},
+                                         {"--format", true}}) {
+    const GivenOption* const given = line.Find(name);
+    if (given == nullptr) continue;
+    if (!isOfFormat) Fail(line, given->typed + " has no effect on " + format.name + " files");
+    if (arguments.copies && !hasFile &&
+        (name != std::string_view("--format") || &format != &kPng)) {
+      Fail(line,
+           given->Text() + " has no effect on the clipboard, which gets a PNG; name a file too");
+    }
+  }
 }
 
 // The file's name and format. A file on its own overrules the --output of an alias or a script
@@ -232,32 +279,69 @@ void ChooseOutput(const CommandLine& line, Arguments& arguments) {
   if (file != nullptr && option > file) {
     Fail(line, file->typed + " and " + option->Text() + " both name the file");
   }
+  if (file != nullptr && option != nullptr) arguments.overruled = option->value;
   if (file == nullptr) file = option;
-  if (arguments.count && arguments.output == "-") {
-    Fail(line, file->typed + " can't be standard output with --count");
+  if (arguments.output == "~" || arguments.output.starts_with("~/")) {
+    Fail(line, file->Text() + ": the shell has left the ~ as it is; write $HOME" +
+                   arguments.output.substr(1));
   }
   if (arguments.command == WriteRaw && file == nullptr) arguments.output = "screenshot.raw";
   if (arguments.command == WriteRaw) return;
-  const ImageFormat*& format = arguments.encoding.format;
-  if (line.Find("--format") == nullptr) format = FormatOf(line, file);
-  for (const auto& [name, isOfFormat] :
-       {std::pair("--quality", format->hasQuality), {"--compression", format->hasCompression}}) {
-    const GivenOption* given = line.Find(name);
-    if (given == nullptr || isOfFormat) continue;
-    Fail(line, given->typed + " has no effect on " + format->name + " files");
-  }
+  if (line.Find("--format") == nullptr) arguments.encoding.format = RequireFormat(line, file);
+  RequireEffect(line, arguments, file != nullptr);
 }
 
-// What may stand at the end of the line in place of its last word.
+// An option's values, each with what stands before it in the word. The displays are those of the
+// desktop that the line chooses.
+Words ValuesOf(const CommandLine& line, const Option& option, const std::string& before) {
+  if (option.choices == nullptr) return option.value == kFile ? Words{kFile} : Words();
+  Arguments arguments;
+  if (const GivenOption* const desktop = line.Find("--desktop")) arguments.desktop = desktop->value;
+  ChooseDesktop(arguments);
+  Words values = option.choices();
+  for (std::string& each : values) each.insert(0, before);
+  return values;
+}
+
+// What may stand at the end of the line in place of its last word, with an explanation behind a
+// tab where there is one.
 Words Candidates(int argc, const char* const* argv) {
   const CommandLine line = SplitLine(argc - 1, argv);
-  const Option* const option = line.unfinished;
-  if (option != nullptr && option->choices != nullptr) return option->choices();
-  if (option != nullptr) return option->value == kFile ? Words{kFile} : Words();
-  if (*argv[argc - 1] == '-') return OptionNames(*line.command);
-  if (line.command == &kProgram) return CommandNames();
-  const bool hasFile = std::ranges::any_of(OptionsOf(*line.command), &Option::IsFile);
-  return hasFile ? Words{kFile} : Words();
+  const std::string last = argv[argc - 1];
+  const std::vector<const Option*> options = OptionsOf(Meant(line));
+  if (line.unfinished != nullptr) return ValuesOf(line, *line.unfinished, "");
+  Words words;
+  if (last.starts_with('-')) {
+    const size_t length = last.find('=');
+    for (const Option* each : options) {
+      if (each->name == last.substr(0, length) && length != std::string::npos) {
+        return ValuesOf(line, *each, last.substr(0, length + 1));
+      }
+      const std::string text = each->text.empty() ? "" : "\t" + each->text;
+      if (each->letter != 0) words.push_back(std::string("-") + each->letter + text);
+      if (!each->IsFile()) words.push_back(each->name + text);
+    }
+    return words;
+  }
+  if (line.command == &kProgram) {
+    for (const CommandEntry& each : Commands()) {
+      words.push_back(std::string(each.name) + "\t" + each.summary);
+    }
+    words.push_back(std::string(kHelp) + "\tHelp on a command");
+  }
+  if (!line.isHelpCommand && std::ranges::any_of(options, &Option::IsFile)) words.push_back(kFile);
+  return words;
+}
+
+// Whether the line asks for a page instead of work, which is printed then.
+bool PrintPage(const CommandLine& line) {
+  if (line.lacksCommand) Fail(line, line.fault);
+  std::string page;
+  if (line.Find("--version") != nullptr) page = "qrvshot " QRV_VERSION "\n" QRV_PARTS "\n";
+  if (line.isHelpCommand || line.Find("--help") != nullptr) page = Help(*line.command);
+  if (line.Find("--help-testing") != nullptr) page = TestingHelp(Meant(line));
+  fputs(page.c_str(), stdout);
+  return !page.empty();
 }
 
 }  // namespace
@@ -267,13 +351,9 @@ std::optional<Arguments> ParseArguments(int argc, const char* const* argv) {
     for (const std::string& each : Candidates(argc - 1, argv + 1)) PrintLine(stdout, each);
     return std::nullopt;
   }
-  const CommandLine line = SplitLine(argc, argv);
-  const bool isHelp = line.Find("--help") != nullptr;
-  if (isHelp || line.Find("--version") != nullptr) {
-    fputs(isHelp ? Help(*line.command).c_str() : "qrvshot " QRV_VERSION "\n" QRV_PARTS "\n",
-          stdout);
-    return std::nullopt;
-  }
+  CommandLine line = SplitLine(argc, argv);
+  if (PrintPage(line)) return std::nullopt;
+  line.command = &Meant(line);
   if (!line.fault.empty()) Fail(line, line.fault);
   RequireRules(line);
   Arguments arguments;

@@ -12,7 +12,8 @@ namespace qrv::cli {
 // been printed. Throws Failure for wrong usage.
 //
 // A shell asks for completions by `--complete WORD...`, the words behind the program's name up to
-// the one that is to be completed. It gets a candidate per line; FILE stands for all file names.
+// the one that is to be completed. It gets a candidate per line, which may have its explanation
+// behind a tab; FILE stands for all file names.
 std::optional<Arguments> ParseArguments(int argc, const char* const* argv);
 
 }  // namespace qrv::cli

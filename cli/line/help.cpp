@@ -2,6 +2,7 @@
 
 #include <sstream>
 #include <string_view>
+#include <utility>
 
 #include "cli/output/terminal.h"
 
@@ -48,26 +49,30 @@ std::string CommandList() {
   return list;
 }
 
-// By heading. All commands have help and version, which only the program's help explains.
-std::string OptionList(const CommandEntry& command) {
+// "-o, --output FILE"
+std::string NameOf(const Option& option) {
+  const std::string letter = {'-', option.letter, ',', ' '};
+  std::string name = (option.letter == 0 ? "" : letter) + option.name;
+  if (!option.value.empty() && !option.IsFile()) name += " " + option.value;
+  return name;
+}
+
+// Those of one heading that it has, without one those for everybody, by heading.
+std::string OptionList(const CommandEntry& command, std::string_view wanted = {}) {
   std::string list;
   std::string_view group;
   for (const Option* option : OptionsOf(command)) {
-    if ((option->group == std::string_view(kProgramOptions)) != (&command == &kProgram)) continue;
-    if (group != option->group) {
-      group = option->group;
-      list += "\n" + Heading(std::string(group) + ":") + "\n";
-    }
-    const std::string letter = {'-', option->letter, ',', ' '};
-    std::string name = (option->letter == 0 ? "" : letter) + option->name;
-    if (!option->value.empty() && !option->IsFile()) name += " " + option->value;
-    list += Entry(name, option->text);
+    const std::string_view each = option->group;
+    const bool isOfOnePage = each == kProgramOptions || each == kTesting;
+    if (option->text.empty() || (isOfOnePage ? each != wanted : !wanted.empty())) continue;
+    if (std::exchange(group, each) != each) list += Heading(std::string(each) + ":") + "\n";
+    list += Entry(NameOf(*option), option->text);
   }
   return list;
 }
 
 std::string Usage(const CommandEntry& command) {
-  if (&command == &kProgram) return "qrvshot COMMAND [OPTIONS]";
+  if (&command == &kProgram) return "qrvshot [COMMAND] [OPTIONS] [FILE]";
   std::string usage = command.Call() + " [OPTIONS]";
   for (const Option* option : OptionsOf(command)) {
     if (option->IsFile()) usage += option->rules.isRequired ? " FILE" : " [FILE]";
@@ -79,8 +84,15 @@ std::string Usage(const CommandEntry& command) {
 
 std::string Help(const CommandEntry& command) {
   const std::string notes = *command.notes == '\0' ? "" : "\n" + Wrap(command.notes, 0);
-  return Heading(Usage(command)) + "\n" + command.summary + ".\n\n" + command.examples +
-         (&command == &kProgram ? CommandList() : "") + OptionList(command) + notes;
+  const std::string options = &command == &kProgram
+                                  ? CommandList() + "\n" + OptionList(command, kProgramOptions)
+                                  : (OptionList(command).empty() ? "" : "\n" + OptionList(command));
+  return Heading(Usage(command)) + "\n" + command.summary + ".\n\n" + command.examples + options +
+         notes;
+}
+
+std::string TestingHelp(const CommandEntry& command) {
+  return Heading(Usage(command)) + "\n" + command.summary + ".\n\n" + OptionList(command, kTesting);
 }
 
 }  // namespace qrv::cli

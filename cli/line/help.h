@@ -8,8 +8,11 @@
 
 namespace qrv::cli {
 
-// For 80 columns: what it does, examples, options by heading, notes.
+// For 80 columns, in a screenful: what it does, examples, options by heading, notes.
 std::string Help(const CommandEntry& command);
+
+// Its options for people who test the plug-in.
+std::string TestingHelp(const CommandEntry& command);
 
 }  // namespace qrv::cli
 

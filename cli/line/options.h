@@ -26,7 +26,7 @@ struct CommandEntry {
 // What an option asks of the others, by their names.
 struct Rules {
   bool isRequired = false;
-  const char* excludes = "";  // the option that can't stand beside it
+  const char* excludes = "";  // the options that can't stand beside it, separated by spaces
   const char* needs = "";     // the option without which it has no effect
 };
 
@@ -36,7 +36,7 @@ struct Option {
   char letter;        // of the short form; 0 without one
   std::string name;   // "--output"; kFile for a file that is named without an option
   std::string value;  // as help calls it; empty for a flag
-  std::string text;
+  std::string text;   // empty where the text of another option says it
   // Stores a value. Returns what it should have been, empty when it is that. Null for help and
   // version.
   std::string (*read)(const std::string& value, Arguments& arguments);
@@ -48,6 +48,7 @@ struct Option {
 
 inline constexpr char kFile[] = "FILE";
 inline constexpr char kProgramOptions[] = "Options";  // the group of help and version
+inline constexpr char kTesting[] = "The plug-in and its host, for people who test them";
 
 extern const CommandEntry kProgram;
 

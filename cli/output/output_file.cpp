@@ -7,12 +7,15 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <map>
+#include <optional>
 #include <system_error>
 #include <utility>
 
 #include "cli/failure.h"
 #include "cli/output/pending_file.h"
 #include "cli/output/terminal.h"
+#include "cli/parse_values.h"
 
 namespace qrv::cli {
 
@@ -38,26 +41,31 @@ fs::path FollowLinks(fs::path path) {
   return path;
 }
 
-const char* Advice(int error) {
-  switch (error) {
-    case ENOSPC:
-    case EDQUOT:
-    case EFBIG:
-      return "Free some space, or choose another place with -o.";
-    case EACCES:
-    case EPERM:
-    case EROFS:
-      return "Choose a folder that you may write to with -o.";
-    case ENOENT:
-    case ENOTDIR:
-      return "Make the folder first, or choose another one with -o.";
-    case EISDIR:
-      return "Name a file in it with -o.";
-    case EPIPE:
-      return "Its reader has gone.";
-    default:
-      return "Choose another place with -o.";
+// The descriptor that a name stands for; nothing for the name of a file.
+std::optional<int> DescriptorOf(const std::string& path) {
+  if (path == "-" || path == "/dev/stdout") return STDOUT_FILENO;
+  if (path == "/dev/stderr") return STDERR_FILENO;
+  for (const std::string folder : {"/dev/fd/", "/proc/self/fd/"}) {
+    if (path.starts_with(folder)) return ParseInteger(path.substr(folder.size()));
   }
+  return std::nullopt;
+}
+
+// Another descriptor for one that the process was started with, which is not closed by exec, as all
+// of its own are; -1 and errno for others.
+int DuplicateInherited(int descriptor) {
+  const int flags = fcntl(descriptor, F_GETFD);
+  if (flags >= 0 && (flags & FD_CLOEXEC) == 0) return fcntl(descriptor, F_DUPFD_CLOEXEC, 0);
+  errno = EBADF;
+  return -1;
+}
+
+int OpenStream(const std::string& path) {
+  static std::map<std::string, int> streams;
+  const auto stream = streams.try_emplace(path, -1).first;
+  int& descriptor = stream->second;
+  if (descriptor < 0) descriptor = open(path.c_str(), O_WRONLY | O_CLOEXEC);
+  return descriptor < 0 ? -1 : fcntl(descriptor, F_DUPFD_CLOEXEC, 0);
 }
 
 }  // namespace
@@ -107,12 +115,12 @@ OutputFile::~OutputFile() {
 }
 
 int OutputFile::Open() {
-  if (existing_ == Existing::kKeep) return OpenPending();
-  if (path_ == "-") return dup(STDOUT_FILENO);
-  path_ = FollowLinks(path_).string();
-  struct stat status = {};
-  const bool direct = stat(path_.c_str(), &status) == 0 && !S_ISREG(status.st_mode);
-  return direct ? open(path_.c_str(), O_WRONLY | O_CLOEXEC) : OpenPending();
+  if (const std::optional<int> descriptor = DescriptorOf(path_)) {
+    return DuplicateInherited(*descriptor);
+  }
+  if (IsStream(path_)) return OpenStream(path_);
+  if (existing_ == Existing::kReplace) path_ = FollowLinks(path_).string();
+  return OpenPending();
 }
 
 int OutputFile::OpenPending() {
@@ -147,6 +155,32 @@ bool OutputFile::TakeFreeName() {
   return true;
 }
 
+const char* OutputFile::Advice(int error) const {
+  switch (error) {
+    case ENOSPC:
+    case EDQUOT:
+    case EFBIG:
+      return "Free some space, or choose another place with -o.";
+    case EACCES:
+    case EPERM:
+    case EROFS:
+      return access(path_.c_str(), F_OK) == 0 && error == EACCES
+                 ? "It is write-protected: allow it with chmod u+w, or choose another name with -o."
+                 : "Choose a folder that you may write to with -o.";
+    case ENOENT:
+    case ENOTDIR:
+      return "Make the folder first, as --mkdir does, or choose another one with -o.";
+    case EISDIR:
+      return "Name a file in it with -o.";
+    case EPIPE:
+      return "Its reader has gone.";
+    case EBADF:
+      return "The descriptor is not open for writing.";
+    default:
+      return "Choose another place with -o.";
+  }
+}
+
 void OutputFile::Fail(int error) const {
   throw Failure(kCouldNotReadOrWrite,
                 name_ + " could not be written: " + strerror(error) + ". " + Advice(error));
@@ -158,8 +192,25 @@ int OutputFile::Close() noexcept {
   return file != nullptr && fclose(file) != 0 ? errno : 0;
 }
 
+bool IsStream(const std::string& path) {
+  struct stat status = {};
+  return DescriptorOf(path) ||
+         (stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode));
+}
+
+bool IsStandardOutput(const std::string& path) { return DescriptorOf(path) == STDOUT_FILENO; }
+
+void MakeFolders(const std::string& path) {
+  std::error_code error;
+  const fs::path folder = fs::path(path).parent_path();
+  if (!folder.empty()) fs::create_directories(folder, error);
+  if (!error || fs::is_directory(folder)) return;
+  throw Failure(kCouldNotReadOrWrite, "The folder " + folder.string() + " can't be made: " +
+                                          error.message() + ". Choose another place with -o.");
+}
+
 void RequireNoTerminal(const std::string& output) {
-  if (output != "-" || !IsTerminal(stdout)) return;
+  if (!IsStandardOutput(output) || !IsTerminal(stdout)) return;
   throw Failure(kWrongUsage,
                 "Standard output is a terminal. Send it to a file or another program, or name a "
                 "file with -o.");

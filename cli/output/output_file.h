@@ -37,10 +37,16 @@ enum class Existing { kReplace, kKeep };
 // "a-2.png" of "a.png" and "2".
 std::string WithSuffix(const std::string& path, const std::string& suffix);
 
+// Standard output ("-"), an inherited descriptor ("/dev/stdout", "/dev/fd/3"), or what exists and
+// is neither a regular file nor a folder, such as a pipe. One that was opened stays open until the
+// process ends, so that several files in it reach its reader as one stream.
+bool IsStream(const std::string& path);
+bool IsStandardOutput(const std::string& path);
+
 // Bytes go to a file in the target's folder that takes the target's name in Commit. Until then the
 // old file stays as it is; without Commit nothing is left of the new one, also when a signal ends
 // the process. A symbolic link stays, and its target is replaced.
-// Standard output ("-") and whatever exists and is not a regular file are written directly.
+// A stream is written directly.
 class OutputFile {
  public:
   // Throws Failure when it can't be made.
@@ -65,6 +71,7 @@ class OutputFile {
 
  private:
   [[noreturn]] void Fail(int error) const;
+  const char* Advice(int error) const;
   int Open();
   int OpenPending();
   void UseDescriptor(int descriptor);
@@ -78,6 +85,9 @@ class OutputFile {
   FILE* file_ = nullptr;
   Progress progress_;
 };
+
+// Makes the folder of the file where it is missing. Throws Failure.
+void MakeFolders(const std::string& path);
 
 // Throws Failure when the output is standard output and that is a terminal, to which bytes say
 // nothing.

@@ -41,12 +41,14 @@ constexpr char kWaylandAdvice[] =
     "Check that the compositor runs and that you may connect to it (WAYLAND_DISPLAY and "
     "XDG_RUNTIME_DIR). One without a capture protocol needs xdg-desktop-portal with a backend for "
     "this desktop, and an answer to its question. KWin allows programs whose desktop file it "
-    "finds, "
-    "as the installed package has one.";
+    "finds: install the package, or the build with `cmake --install`.";
 
 std::unique_ptr<Desktop> OpenX11(const std::string& display) {
   if (IsX11DisplayName(display)) return OpenX11Desktop(display);
-  throw Error(Reason::kBadChoice, "'" + display + "' is not the name of an X display");
+  throw Error(Reason::kBadChoice,
+              "'" + display +
+                  "' is not the name of an X display, which begins with a colon or a "
+                  "host: x11::0");
 }
 
 constexpr DesktopKind kKinds[] = {
@@ -67,8 +69,9 @@ constexpr DesktopKind kKinds[] = {
 const DesktopKind& kSubstitute = *(std::end(kKinds) - 1);
 
 constexpr char kSetIt[] =
-    "Start it within the desktop's session, set one of them (like DISPLAY=:0), or take the desktop "
-    "virtual (--desktop or QRV_DESKTOP).";
+    "Start it within the desktop's session. From cron or ssh, set DISPLAY=:0 and XAUTHORITY, or "
+    "WAYLAND_DISPLAY=wayland-0 and XDG_RUNTIME_DIR=/run/user/UID, as they are there. Or take the "
+    "desktop virtual (--desktop or QRV_DESKTOP).";
 
 // Takes the default, or what `any` names when there is none.
 constexpr std::string_view kAny = "any";

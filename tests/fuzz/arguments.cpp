@@ -24,7 +24,6 @@ void Check(const Arguments& arguments) {
   Require(!arguments.rect || arguments.display.empty(), "a display or a rectangle");
   Require(!arguments.size || !arguments.percent, "a size or a scale");
   Require(!arguments.size || arguments.size->width > 0 || arguments.size->height > 0, "a side");
-  Require(!arguments.count || arguments.output != "-", "a series in files");
   Require(arguments.systemVersion.empty() || cli::IsSystemVersion(arguments.systemVersion),
           "a system's version");
   const int compression = arguments.encoding.compression.value_or(0);

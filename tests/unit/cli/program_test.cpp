@@ -21,6 +21,12 @@ TEST(Capture, NamesFilesByTheTimeUnlessItIsToldTo) {
   const std::string dated = "screenshot-00000000-000000";
   const std::pair<const char*, std::string> cases[] = {
       {"capture", dated + ".png"},
+      {"", dated + ".png"},
+      {"a.ppm", "a.ppm"},
+      {"--format PPM -q ./a", "a"},
+      {"--count 1 a.ppm", "a.ppm"},
+      {"a%%%H%03d%d.ppm", "a%0000000.ppm"},
+      {"--mkdir -o ./%Y/", "0000"},
       {"capture --format ppm", dated + ".ppm"},
       {"capture a.PPM", "a.PPM"},
       {"capture -o b.png a.ppm", "a.ppm"},
@@ -28,14 +34,17 @@ TEST(Capture, NamesFilesByTheTimeUnlessItIsToldTo) {
       {"-qo a.ppm capture --", "a.ppm"},
       {"capture --disp 0 --output=a.ppm", "a.ppm"},
       {"capture --format ppm -q -- -b.ppm", "-b.ppm"},
-      {"capture --count 2 --interval 1", dated + "-0.png"},
+      {"capture --count 2 --interval 1ms", dated + "-0.png"},
       {"capture --count 10 --interval 0 a.ppm", "a-00.ppm"},
+      {"--count 2 --interval 0 a%02d.ppm", "a00.ppm"},
+      {"--count 2 --interval 0 -o /dev/null --mkdir", ""},
   };
   const std::string desktop = "--desktop virtual:20x10+0+0 ";
   for (const auto& [line, file] : cases) {
     const ScratchFolder folder;
     const Outcome outcome = Qrvshot(folder, desktop + line);
-    EXPECT_EQ(Files(folder), std::set{file}) << outcome.errors;
+    EXPECT_EQ(Files(folder), file.empty() ? std::set<std::string>() : std::set{file})
+        << line << outcome.errors;
   }
   const ScratchFolder folder;
   std::filesystem::create_directory(folder.File("shots"));

@@ -114,6 +114,22 @@ TEST(PngFile, CarriesTheTimeAndTheDensityOfADenseDisplay) {
     spng_phys physical = {};
     EXPECT_EQ(spng_get_phys(png.get(), &physical) == 0, density != 1);
     EXPECT_EQ(std::pair(physical.ppu_x, physical.ppu_y), std::pair(pixelsPerMetre, pixelsPerMetre));
+    uint8_t intent = 9;
+    EXPECT_EQ(spng_get_srgb(png.get(), &intent), 0);
+    spng_text texts[2];
+    uint32_t count = 2;
+    ASSERT_EQ(spng_get_text(png.get(), texts, &count), 0);
+    EXPECT_EQ(std::string(texts[0].text, 8), "qrvshot ");
+    tm local = {};
+    EXPECT_NE(strptime(texts[1].text, "%FT%T%z", &local), nullptr);
+    EXPECT_NEAR(difftime(::time(nullptr), timegm(&local) - local.tm_gmtoff), 0, 30);
+    const ImageFormat* const jpg = FindImageFormat("jpg");
+    if (jpg == nullptr) continue;  // it is left out of this build
+    const std::string jpeg = Write(Pixels(3, 2, false), 3, 2, false, {jpg, {}, {}}, density);
+    const int dots = density == 1 ? 1 : static_cast<int>(96 * density);  // or a ratio of 1:1
+    EXPECT_EQ(jpeg.substr(13, 5),
+              std::string({density != 1, 0, static_cast<char>(dots), 0, static_cast<char>(dots)}));
+    EXPECT_NE(jpeg.find("qrvshot "), std::string::npos);
   }
 }
 

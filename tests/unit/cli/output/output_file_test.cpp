@@ -133,8 +133,12 @@ TEST(OutputFile, KeepsPermissionsLinksAndPipesAndLeavesAnIgnoredSignalIgnored) {
   umask(before);
   ASSERT_EQ(mkfifo(folder.File("pipe").c_str(), 0600), 0);
   auto reader = std::async(std::launch::async, [&] { return folder.Read("pipe"); });
-  WriteFile(folder.File("pipe"), "new");
-  EXPECT_EQ(reader.get(), "new");
+  EXPECT_EQ(WaitForEnd(Fork([&] {
+              for (const char* bytes : {"one", "two"}) WriteFile(folder.File("pipe"), bytes);
+              return 0;
+            })),
+            0);
+  EXPECT_EQ(reader.get(), "onetwo");
   EXPECT_TRUE(std::filesystem::is_fifo(folder.File("pipe")));
   EXPECT_EQ(WaitForEnd(Fork([&] {
               signal(SIGHUP, SIG_IGN);

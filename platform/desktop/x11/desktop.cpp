@@ -1,12 +1,14 @@
 #include "platform/desktop/x11/desktop.h"
 
 #include <algorithm>
+#include <optional>
+#include <utility>
 #include <vector>
 
 #include "platform/desktop/peer/reconnecting_desktop.h"
 #include "platform/desktop/x11/address.h"
+#include "platform/desktop/x11/backend.h"
 #include "platform/desktop/x11/connection.h"
-#include "platform/desktop/x11/pixels.h"
 #include "platform/desktop/x11/screen.h"
 
 namespace qrv::desktop {
@@ -15,47 +17,47 @@ namespace {
 
 class X11Link : public Link {
  public:
-  X11Link(const std::string& displayName, Deadline deadline)
-      : connection_(displayName, deadline), pixels_(connection_) {}
+  X11Link(const Address& address, std::string peer, Deadline deadline)
+      : connection_(address, std::move(peer), deadline), backend_(connection_) {}
 
   void BeginCall(Deadline deadline) override { connection_.BeginCall(deadline); }
   std::vector<Display> ListDisplays() override;
   Frame Capture(const Display& display, const PixelRect& region) override;
-  const char* Backend() const override { return connection_.shm() != 0 ? "MIT-SHM" : "GetImage"; }
-  const char* Note() const override { return pixels_.note(); }
+  const char* backend() const override { return backend_.name(); }
+  const char* note() const override { return backend_.note(); }
 
  private:
-  // Of the root window. Empty when there is no such display.
+  // In the root window. Empty when there is no such display.
   PixelRect AreaOf(uint32_t displayId) const;
 
   Connection connection_;
-  PixelFetcher pixels_;
-  std::vector<PlacedDisplay> displays_;  // as last listed
+  Backend backend_;
+  std::vector<PlacedMonitor> monitors_;  // as last listed
 };
 
 std::vector<Display> X11Link::ListDisplays() {
-  displays_ = QueryDisplays(connection_, displays_);
+  monitors_ = QueryMonitors(connection_, monitors_);
   std::vector<Display> displays;
-  for (const PlacedDisplay& each : displays_) displays.push_back(each.display);
+  for (const PlacedMonitor& each : monitors_) displays.push_back(each.display);
   return displays;
 }
 
 PixelRect X11Link::AreaOf(uint32_t displayId) const {
   const auto found =
-      std::find_if(displays_.begin(), displays_.end(),
-                   [displayId](const PlacedDisplay& each) { return each.display.id == displayId; });
-  return found == displays_.end() ? PixelRect{} : found->area;
+      std::find_if(monitors_.begin(), monitors_.end(),
+                   [displayId](const PlacedMonitor& each) { return each.display.id == displayId; });
+  return found == monitors_.end() ? PixelRect{} : found->area;
 }
 
-// A server refuses what lies outside of its screen, which may have shrunk since the list.
+// The server refuses a region outside its screen, which may have shrunk since the list.
 Frame X11Link::Capture(const Display& display, const PixelRect& region) {
   const PixelRect area = AreaOf(display.id);
   if (Contains(area.width, area.height, region)) {
     try {
-      return pixels_.Fetch({area.x + region.x, area.y + region.y, region.width, region.height});
+      return backend_.Capture({area.x + region.x, area.y + region.y, region.width, region.height});
     } catch (const Error& error) {
       if (error.reason() != Reason::kRefused) throw;
-      displays_ = QueryDisplays(connection_, displays_);
+      monitors_ = QueryMonitors(connection_, monitors_);
       if (AreaOf(display.id) == area) throw;
     }
   }
@@ -66,12 +68,14 @@ Frame X11Link::Capture(const Display& display, const PixelRect& region) {
 }  // namespace
 }  // namespace x11
 
-bool IsX11DisplayName(const std::string& text) { return x11::ParseDisplayName(text).has_value(); }
-
 std::unique_ptr<Desktop> OpenX11Desktop(const std::string& displayName) {
+  const std::optional<x11::Address> address = x11::ParseDisplayName(displayName);
+  if (!address) {
+    throw Error(Reason::kBadChoice, "'" + displayName + "' is not the name of an X display");
+  }
   return std::make_unique<ReconnectingDesktop>(
-      "X11 " + displayName, [displayName](Deadline deadline) {
-        return std::make_unique<x11::X11Link>(displayName, deadline);
+      "X11 " + displayName, [address = *address, displayName](Deadline deadline) {
+        return std::make_unique<x11::X11Link>(address, "X server " + displayName, deadline);
       });
 }
 

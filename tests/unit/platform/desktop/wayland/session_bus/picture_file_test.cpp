@@ -10,7 +10,7 @@
 #include "platform/desktop/wayland/screen.h"
 #include "tests/support/process.h"
 
-namespace qrv::desktop::session_bus {
+namespace qrv::desktop::wayland::session_bus {
 namespace {
 
 using namespace std::string_view_literals;
@@ -76,7 +76,7 @@ class PortalPicture : public ::testing::Test {
   bool IsTaken(const std::string& name, size_t left) {
     bool isTaken = false;
     try {
-      const Frame frame = TakePicture(folder_.File(name), {{0, 0, 3, 2}});
+      const Frame frame = ReadAndDeletePicture(folder_.File(name), {{0, 0, 3, 2}});
       EXPECT_EQ(frame.width, 3);
       EXPECT_EQ(frame.height, 2);
       EXPECT_EQ(FrameRow(frame, 1)[2] & 0xFFFFFF, 0x102030U);
@@ -136,4 +136,4 @@ TEST_F(PortalPicture, IsLeftAloneWhenItIsALinkAPipeAFolderOrAnothers) {
 }
 
 }  // namespace
-}  // namespace qrv::desktop::session_bus
+}  // namespace qrv::desktop::wayland::session_bus

@@ -20,8 +20,7 @@ bool ListActiveDisplays(DisplayList& list);
 // The active display with that index, or 0 when there is none.
 CGDirectDisplayID ActiveDisplay(int32_t index);
 
-// True when the system's version is one that has display images. Major and minor version are
-// tested separately.
+// True when the system's version has display images. Major and minor version are tested separately.
 bool SystemHasDisplayImages();
 
 }  // namespace capture

@@ -52,7 +52,7 @@ TEST_F(StringData, IsCopiedThroughTheOlderServices) {
     EXPECT_THAT(layer.held, IsEmpty());
   }
   EXPECT_EQ(layer.CallsOf("REALGetStringEncoding"), 2);
-  EXPECT_EQ(host->Outstanding().strings, 1);
+  EXPECT_EQ(host->ledger().strings, 1);
 }
 
 TEST_F(StringData, IsRefusedWithTheRecordUntouched) {
@@ -73,7 +73,7 @@ TEST_F(StringData, IsRefusedWithTheRecordUntouched) {
     layer.refused = {step};
     ExpectRefused(string, 6);
   }
-  EXPECT_EQ(host->Outstanding().strings, 1);  // the converted one is given back
+  EXPECT_EQ(host->ledger().strings, 1);  // the converted one is given back
 }
 
 }  // namespace

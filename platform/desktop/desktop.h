@@ -1,4 +1,4 @@
-// What a kind of desktop is to the session: a list of displays, and their pixels.
+// The interface of a desktop: a list of displays, and their pixels.
 #ifndef PLATFORM_DESKTOP_DESKTOP_H_
 #define PLATFORM_DESKTOP_DESKTOP_H_
 

@@ -18,7 +18,7 @@ struct Span {
   int64_t length() const { return high - low; }
 };
 
-// One axis of what is copied from: its extent in units, and the pixels along it.
+// One axis of the source: its extent in units, and the number of pixels along it.
 struct SourceAxis {
   Span extent;
   int32_t pixelCount = 0;

@@ -1,4 +1,4 @@
-// What the capture methods ask about the displays and the system.
+// The displays, and what the system supports.
 #ifndef PLUGIN_CAPTURE_DISPLAY_CHOICE_H_
 #define PLUGIN_CAPTURE_DISPLAY_CHOICE_H_
 

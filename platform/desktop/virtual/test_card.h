@@ -23,7 +23,7 @@ namespace qrv::desktop {
 // The card of a display of width x height pixels, at 32 bits per pixel.
 uint32_t TestCardPixel(uint32_t displayIndex, int32_t width, int32_t height, int32_t x, int32_t y);
 
-// What a screen of fewer bits per pixel shows instead of a colour.
+// The colour that a screen of fewer bits per pixel shows for another.
 // 16: each sample keeps its upper 5 bits v, and shows as v * 255 / 31 rounded down.
 // 8: grey, (77 red + 150 green + 29 blue + 128) / 256 rounded down.
 uint32_t ReduceColor(int32_t bitsPerPixel, uint32_t color);

@@ -196,7 +196,7 @@ void Screen::HandleRegistryEvent(uint32_t event, Arguments& arguments) {
   }
 }
 
-// Rejects what would leave an output out, because the desktop would have a hole.
+// Rejects an output that can't be listed: without it the desktop would have a hole.
 void Screen::Bind(uint32_t name, Arguments& arguments) {
   const std::string interface = arguments.TakeString();
   const uint32_t version = arguments.TakeUint();

@@ -12,8 +12,8 @@
 
 namespace qrv::desktop::wayland {
 
-// How the compositor wants an image to lie in memory. The format is one of wl_shm's; the stride is
-// from one row to the next, in bytes.
+// The layout in memory that the compositor demands. The format is one of wl_shm's; the stride is in
+// bytes.
 struct ImageLayout {
   uint32_t format = 0;
   uint32_t width = 0;

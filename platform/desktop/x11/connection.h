@@ -36,7 +36,7 @@ class Connection {
   void BeginCall(Deadline deadline);
 
   const ScreenFormat& screen() const { return screen_; }
-  // The opcodes of extensions; 0 when the server does not offer what is used of one.
+  // The opcodes of extensions; 0 when the server does not support that version.
   uint8_t randr() const { return randr_; }  // version 1.5
   uint8_t shm() const { return shm_; }      // MIT-SHM 1.2, on this machine
 

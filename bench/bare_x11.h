@@ -1,5 +1,5 @@
-// The least that a capture of an X screen can be: one request on a connection that has nothing
-// else to do, into a segment that both sides have already touched.
+// The minimum that a capture of an X screen can cost: one request on an idle connection, into a
+// segment whose pages are mapped in both processes.
 #ifndef BENCH_BARE_X11_H_
 #define BENCH_BARE_X11_H_
 
@@ -13,7 +13,7 @@ namespace qrv::bench {
 
 class BareX11 {
  public:
-  // Throws std::runtime_error when the server or its shared memory can't be had.
+  // Throws std::runtime_error when the server or its shared memory is unavailable.
   BareX11(const std::string& display, uint16_t width, uint16_t height);
   BareX11(const BareX11&) = delete;
   BareX11& operator=(const BareX11&) = delete;

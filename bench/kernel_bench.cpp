@@ -1,5 +1,5 @@
-// Every row kernel over whole pictures, beside memcpy of the picture's bytes. Rates count the bytes
-// of the picture that is written.
+// Every row kernel over whole pictures, compared with memcpy of the picture's bytes. Rates count
+// the bytes of the picture that is written.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
@@ -23,7 +23,7 @@ constexpr size_t kWidth = 3840;
 constexpr size_t kHeight = 2160;
 constexpr size_t kPixels = kWidth * kHeight;
 constexpr size_t kBytes = kPixels * 4;
-constexpr size_t kCachedPixels = 1 << 16;  // with what is written, less than a second-level cache
+constexpr size_t kCachedPixels = 1 << 16;  // source and target fit a second-level cache
 
 using Pixels = std::unique_ptr<uint8_t[]>;
 
@@ -58,7 +58,7 @@ uint8_t* Target(int which) {
 
 using Pass = std::function<void(const uint8_t* source, uint8_t* target, size_t pixels)>;
 
-// `written` is what the pass writes of each pixel, in bytes.
+// `written` is the number of bytes that the pass writes per pixel.
 void Measure(benchmark::State& state, const Pass& pass, size_t pixels, size_t written) {
   const uint8_t* source = Source();
   uint8_t* target = Target(0);
@@ -75,7 +75,7 @@ void Register(const std::string& name, const Pass& pass, size_t pixels = kPixels
   benchmark::RegisterBenchmark(name.c_str(), measure)->Unit(benchmark::kMicrosecond);
 }
 
-// Of a large picture and of one that stays in the cache, where only the computing counts.
+// With a large picture, and with one that stays in the cache, so that only computing counts.
 void RegisterWithMask(const std::string& name, const picture::MaskRowKernel& kernel) {
   const Pass pass = [kernel](const uint8_t* from, uint8_t* to, size_t pixels) {
     kernel(from, to, Target(1), pixels);
@@ -104,7 +104,7 @@ void RegisterPictureKernels() {
       const std::string name = std::string(source.name) + "-to-" + target.name;
       Pass pass = picture::ChooseRowKernel(source.layout, target.pixelFormat, kPixels);
       if (source.layout == SourceLayout::kBgrSkip) {
-        // Bottom-up rows are never joined, and read as they lie in memory.
+        // Bottom-up rows are never joined, and are read in the order of memory.
         pass = [kernel = pass](const uint8_t* from, uint8_t* to, size_t) {
           for (size_t y = 0; y < kHeight; ++y) {
             kernel(from + y * kWidth * 4, to + (kHeight - 1 - y) * kWidth * 4, kWidth);
@@ -120,7 +120,7 @@ void RegisterPictureKernels() {
   }
 }
 
-// Of a picture so many times as large as the one that is written; the rate is of the larger one.
+// The source's sides are `times` as long as the target's. The rate counts the source's bytes.
 void RegisterScaling(const std::string& name, double times) {
   using qrv::pixels::MapAxis;
   const auto map = [times](int64_t pixels) {

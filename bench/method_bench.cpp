@@ -1,4 +1,4 @@
-// The methods from end to end, and the least that their work can cost, in one run.
+// The methods from end to end, and the minimum that their work can cost, in one run.
 //
 //   method_bench desktop|console once|often [options of Google Benchmark]
 #include <benchmark/benchmark.h>
@@ -16,6 +16,7 @@
 
 #include "bench/bare_x11.h"
 #include "bench/methods.h"
+#include "platform/memory/prefault.h"
 #include "tests/support/xvfb.h"
 
 namespace {
@@ -30,13 +31,13 @@ struct Size {
 };
 constexpr Size kSizes[] = {{1920, 1080}, {3840, 2160}, {7680, 4320}};
 constexpr int32_t kSmallSide = 100;  // pixels
-constexpr int kCallsBefore = 5;      // that are not measured
+constexpr int kCallsBefore = 5;      // not measured
 
 std::string Text(const Size& size) {
   return std::to_string(size.width) + "x" + std::to_string(size.height);
 }
 
-// Runs `call` on that desktop, which the platform takes from the environment.
+// Measures `call` on that desktop.
 void Register(const std::string& name, const std::string& desktop, const Call& call) {
   benchmark::RegisterBenchmark(name.c_str(),
                                [=](benchmark::State& state) {
@@ -52,11 +53,11 @@ void Register(const std::string& name, const std::string& desktop, const Call& c
       ->UseRealTime();
 }
 
-// Memory as cheap as the system has it: large pages, filled in one go.
+// The cheapest memory that the system has: huge pages, prefaulted in one call.
 class Block {
  public:
-  explicit Block(size_t size) : size_((size + kLargePage - 1) / kLargePage * kLargePage) {
-    memory_ = aligned_alloc(kLargePage, size_);
+  explicit Block(size_t size) : size_(qrv::RoundUp(size, qrv::kHugePageBytes)) {
+    memory_ = aligned_alloc(qrv::kHugePageBytes, size_);
     if (memory_ == nullptr) throw std::bad_alloc();
     madvise(memory_, size_, MADV_HUGEPAGE);
     madvise(memory_, size_, MADV_POPULATE_WRITE);
@@ -68,14 +69,12 @@ class Block {
   void* memory() const { return memory_; }
 
  private:
-  static constexpr size_t kLargePage = size_t{2} << 20;
-
   void* memory_;
   size_t size_;
 };
 
-// One bare capture and two copies of the picture: into memory that is fresh, as a method's buffer
-// and picture are in a program that captures once.
+// One bare capture and two copies of the picture into fresh memory, like a method's buffer and
+// picture in a program that captures once.
 bool RunFloor(BareX11& bare) {
   if (!bare.Capture()) return false;
   const Block buffer(bare.size());
@@ -87,7 +86,7 @@ bool RunFloor(BareX11& bare) {
   return true;
 }
 
-// One bare capture and some copies of it in memory that the caller keeps.
+// One bare capture and one or two copies of it into memory that the caller keeps.
 bool RunKept(BareX11& bare, const Block& first, const Block* second) {
   if (!bare.Capture()) return false;
   memcpy(first.memory(), bare.memory(), bare.size());
@@ -150,8 +149,8 @@ int main(int argc, char** argv) try {
     fputs("usage: method_bench desktop|console once|often [options of Google Benchmark]\n", stderr);
     return 2;
   }
-  // Once: large blocks are fresh from the system each time, as in a program that captures once.
-  // Left alone, as in a host that goes on capturing, malloc keeps some.
+  // Once: every large block is fresh, as in a program that captures once. Often: malloc keeps some,
+  // as in a host that goes on capturing.
   if (series == "once") {
     mallopt(M_MMAP_THRESHOLD, 1 << 20);
     qrv::bench::CaptureAsIfOnce();

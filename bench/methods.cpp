@@ -10,14 +10,14 @@ namespace {
 using runtime::Host;
 namespace methods = runtime::methods;
 
-// A host that captures once finds no block that it has kept.
+// A host that captures once has no kept block.
 bool isOnce = false;
 void DropKeptBlock() {
   constexpr size_t kAnother = size_t{4} << 20;
   runtime::NewBlock(kAnother).reset();
 }
 
-// A call of the method, whatever it returns. What it writes goes into the call's own copy.
+// A call of the method, with a copy of the arguments for each call to write to.
 template <typename Function, typename... Arguments>
 Call MakeCall(Host& host, const runtime::Method<Function>& method, Arguments... arguments) {
   return [&host, method, arguments...]() mutable {
@@ -29,7 +29,7 @@ Call MakeCall(Host& host, const runtime::Method<Function>& method, Arguments... 
   };
 }
 
-// The string is made at the first call and serves all that follow.
+// The first call makes the string, and later ones reuse it.
 Call PictureFromString(Host& host, int32_t width, int32_t height) {
   const auto data = std::make_shared<REALstringStruct*>(nullptr);
   return [&host, width, height, data] {

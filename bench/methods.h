@@ -1,4 +1,4 @@
-// The plug-in's seven methods in a host, each as one call that takes and gives back its result.
+// The plug-in's seven methods in a host, each as one call that also releases its result.
 #ifndef BENCH_METHODS_H_
 #define BENCH_METHODS_H_
 
@@ -24,13 +24,13 @@ struct Method {
 // be loaded.
 std::unique_ptr<runtime::Host> StartHost(const std::string& form);
 
-// From now on the host finds at each call what one finds that has called nothing before.
+// Makes each call from now on run like the first one in the host.
 void CaptureAsIfOnce();
 
 Call CaptureMain(runtime::Host& host);
 Call CaptureRect(runtime::Host& host, int32_t width, int32_t height);
 
-// All seven, of a display of that size: rectangles are the whole of it, the scaled one halves it.
+// All seven, for a display of that size: rectangles cover all of it, and the scaled one halves it.
 std::vector<Method> AllMethods(runtime::Host& host, int32_t width, int32_t height);
 
 }  // namespace qrv::bench

@@ -1,4 +1,4 @@
-// How much memory one capture of a 3840 x 2160 X screen takes at most, in bytes.
+// Prints the peak memory of one capture of a 3840 x 2160 X screen, in bytes.
 //
 //   peak_memory desktop|console
 #include <cstdio>

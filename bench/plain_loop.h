@@ -1,4 +1,4 @@
-// What the un-premultiplying kernel is measured against.
+// The reference that the un-premultiplying kernel is compared with.
 #ifndef BENCH_PLAIN_LOOP_H_
 #define BENCH_PLAIN_LOOP_H_
 
@@ -8,7 +8,7 @@
 namespace qrv::bench {
 
 // Premultiplied red, green, blue, alpha to colours (255, red, green, blue) and to a mask of
-// 255 - alpha, by three divisions a pixel.
+// 255 - alpha, by three divisions per pixel.
 void UnmultiplyWithMask(const uint8_t* source, uint8_t* colour, uint8_t* mask, size_t pixels);
 
 }  // namespace qrv::bench

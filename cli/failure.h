@@ -14,7 +14,7 @@ class Failure : public std::runtime_error {
  public:
   Failure(ExitCode code, const std::string& message) : std::runtime_error(message), code_(code) {}
 
-  ExitCode Code() const { return code_; }
+  ExitCode code() const { return code_; }
 
  private:
   ExitCode code_;

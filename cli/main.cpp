@@ -35,7 +35,7 @@ int main(int argc, char** argv) {
     }
     qrv::cli::FlushReports();
   } catch (const qrv::cli::Failure& failure) {
-    return Fail(failure.Code(), failure.what());
+    return Fail(failure.code(), failure.what());
   } catch (const std::bad_alloc&) {
     return Fail(qrv::cli::kNothingCaptured,
                 "There is too little memory. Try a smaller part of the desktop.");

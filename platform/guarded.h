@@ -1,5 +1,5 @@
-// Keeps exceptions from leaving the frameworks' functions; all there are come from a lack of
-// memory. And keeps a thread from being cancelled halfway through one.
+// Keeps exceptions, all of which mean that memory ran out, from leaving the frameworks' functions,
+// and keeps a thread from being cancelled in the middle of one.
 #ifndef PLATFORM_GUARDED_H_
 #define PLATFORM_GUARDED_H_
 
@@ -10,10 +10,10 @@
 
 namespace qrv {
 
-// What `call` yields, or `failure` when it throws. Pixels that it was to deliver are missing then.
+// Returns what `call` returns. When it throws, the capture fails and this returns `failure`.
 template <typename Result, typename Call>
 Result Guarded(Result failure, Call call) noexcept {
-  const desktop::NoCancellation noCancellation;
+  const desktop::CancellationGuard noCancellation;
   try {
     return call();
   } catch (const std::exception&) {

@@ -34,8 +34,7 @@ bool IsOwnKind(const Header& header) {
          header.e_type == ET_DYN && header.e_phentsize == sizeof(Segment);
 }
 
-// The loader itself would wait for the writer of a pipe, and fault in a file that is still being
-// copied.
+// The loader would block on a pipe, and fault on a file that is still being copied.
 bool IsComplete(const std::filesystem::path& path) {
   std::error_code error;
   if (!std::filesystem::is_regular_file(path, error)) return false;
@@ -51,7 +50,7 @@ bool IsComplete(const std::filesystem::path& path) {
   });
 }
 
-// The process may change its working directory later.
+// Resolves the path at load time: the process may change its working directory later.
 struct FolderAtLoad {
   FolderAtLoad() noexcept {
     Dl_info info;

@@ -12,7 +12,7 @@ constexpr uint32_t kHostBit3 = 0x8;
 
 }  // namespace
 
-// A method, which must be of the type that hosts are told.
+// A method. The cast checks that its type is the one that host.h declares.
 #define QRV_METHOD(name)                                                                    \
   {                                                                                         \
     reinterpret_cast<void*>(static_cast<name##Function>(name)), nullptr, name##Declaration, \

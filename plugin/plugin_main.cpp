@@ -1,11 +1,12 @@
-// The entry point that the host calls once, after it has loaded the plug-in and before any method.
+// The entry point, which the host calls once, after it has loaded the plug-in and before any
+// method.
 
 #include "plugin/host/bridge.h"
 #include "plugin/method_table.h"
 
 namespace {
 
-// The version of the plug-in interface to speak with a host of that version.
+// The version of the plug-in interface for a host of that version.
 int32_t InterfaceVersion(double hostVersion) {
   struct Threshold {
     double hostVersion;

@@ -9,7 +9,7 @@
 namespace qrv::runtime {
 namespace {
 
-constexpr size_t kLargeBlock = size_t{4} << 20;  // smaller ones are malloc's
+constexpr size_t kLargeBlock = size_t{4} << 20;  // smaller ones come from malloc
 constexpr size_t kHugePageBytes = size_t{2} << 20;
 
 struct Mapping {
@@ -35,7 +35,7 @@ void Keep(const Mapping& mapping) {
 
 Block NewLargeBlock(size_t bytes, bool isZero) {
   Mapping mapping = std::exchange(kept, {});
-  // Of one that is much larger, most would lie idle.
+  // A much larger block would waste memory.
   const bool isReused = mapping.size >= bytes && mapping.size - bytes <= bytes / 4;
   if (isReused && isZero) memset(mapping.memory, 0, bytes);
   if (!isReused) {

@@ -1,8 +1,8 @@
 // Memory for pixels of pictures and bytes of strings.
 //
-// Blocks of some megabytes come and go with every capture, and fresh ones cost more than to fill
-// them: the system zeroes them page by page. So the one that was given back last is kept for the
-// next that asks for about as much.
+// Every capture needs blocks of some megabytes. Fresh ones cost more than filling them, because the
+// system zeroes them page by page. So the block that was freed last is kept, and reused for a
+// request of about its size.
 #ifndef RUNTIME_BLOCKS_H_
 #define RUNTIME_BLOCKS_H_
 
@@ -13,7 +13,7 @@
 namespace qrv::runtime {
 
 struct BlockDeleter {
-  size_t mappedSize = 0;  // bytes; 0: it is malloc's
+  size_t mappedSize = 0;  // bytes; 0 for a block from malloc
 
   void operator()(uint8_t* memory) const;
 };

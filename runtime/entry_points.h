@@ -1,5 +1,5 @@
 // The host's entry points: plain functions that the plug-in finds by name, each in the source file
-// of what it is about. They act on CurrentHost(), and nothing that is thrown leaves them.
+// of its subject. They act on CurrentHost(), and no exception leaves them.
 #ifndef RUNTIME_ENTRY_POINTS_H_
 #define RUNTIME_ENTRY_POINTS_H_
 
@@ -7,18 +7,19 @@
 
 namespace qrv::runtime {
 
-// The resolver that the host gives to its plug-in: the address of the entry point of exactly that
-// name, or null when the current host lacks it.
+// The resolver that the plug-in gets: returns the address of the entry point of exactly that name,
+// or null when the current host lacks it.
 void* ResolveEntryPoint(const char* name) noexcept;
 
-// Whether what the host hands out can come back to it by the entry point of that name. What can't
-// is not counted as handed out.
-inline bool TakesBackBy(const char* name) { return ResolveEntryPoint(name) != nullptr; }
+// Whether the host has the entry point of that name. What a host hands out is counted only if it
+// has the entry point that takes it back.
+inline bool HasEntryPoint(const char* name) { return ResolveEntryPoint(name) != nullptr; }
 
-// With which a plug-in introduces itself: the host's version, such as 2013.03; the code of the
-// interface version that the plug-in speaks; a method of it, whose record is copied.
+// The host's version, such as 2013.03.
 double GetRBVersion() noexcept;
+// `code` is the version of the interface that the plug-in uses.
 void RegisterPluginVersion(int code) noexcept;
+// Copies the record.
 void RegisterMethod(REALmethodDefinition* definition) noexcept;
 
 REALstringStruct* BuildString(const char* bytes, int length) noexcept;
@@ -27,12 +28,12 @@ unsigned long GetStringEncoding(REALstringStruct* string) noexcept;
 // A new string with the same bytes under another encoding. This host converts only from and to raw
 // bytes, which leaves the bytes as they are; nil for any other pair of different encodings.
 REALstringStruct* ConvertString(REALstringStruct* string, unsigned long encoding) noexcept;
-// A lock is one more reference. Unlocking also gives back a reference that came with the string.
+// A lock adds a reference. Unlocking also releases the reference that a new string carries.
 void LockString(REALstringStruct* string) noexcept;
 void UnlockString(REALstringStruct* string) noexcept;
 const char* StringGetCString(REALstringStruct* string) noexcept;
-// Hands out a copy of the bytes, which the host frees when the record is disposed of. It is
-// allocated with malloc: of a host that does not dispose of records, the plug-in frees it.
+// Hands out a copy of the bytes, which DisposeStringData frees. When the host lacks that, the
+// plug-in frees the copy, which then comes from malloc.
 bool GetStringData(REALstringStruct* string, unsigned long encoding, REALstringData* out) noexcept;
 void DisposeStringData(REALstringData* data) noexcept;
 
@@ -41,25 +42,25 @@ void UnlockObject(REALobjectStruct* object) noexcept;
 
 // A new black picture with one reference; nil unless the depth is 32 and each side 1 ... 32767.
 REALpictureStruct* NewPicture(long width, long height, long depth) noexcept;
-// Grants the pixel type of the application's kind, once at a time, and describes the pixels.
+// Locks the pixels once at a time, in the pixel type of the application's kind, and describes them.
 bool LockPictureDescription(REALpictureStruct* picture, REALpictureDescription* description,
                             long pixelType) noexcept;
-// Hosts before version 2012.0 expect it after a refused lock too; a lock that they lack is refused.
+// Hosts before version 2012.0 expect it even after a refused lock, or when they have no lock call.
 void UnlockPictureDescription(REALpictureStruct* picture) noexcept;
 void PictureClearCache(REALpictureStruct* picture) noexcept;
 // The picture's mask with a new reference, made on demand when `create` is not 0: black, opaque.
 REALpictureStruct* GetPictureMask(REALpictureStruct* picture, unsigned char create) noexcept;
-// What the picture can be drawn into with, with one reference; nil in console and web applications.
+// The object that draws into the picture, with one reference; nil in console and web applications.
 REALobjectStruct* GetPictureGraphics(REALpictureStruct* picture) noexcept;
-// The property "HasAlphaChannel" of a picture; false for any other.
+// Reads the property "HasAlphaChannel" of a picture; false for any other.
 bool GetPropValueBool(REALobjectStruct* object, const char* name, unsigned char* out) noexcept;
 
 // A reference to the class of that name, or nil when this kind of application has none.
 void* GetClassRef(const char* name) noexcept;
-// A new instance with one reference, whose constructor has not run; only class "Picture" has them.
+// A new instance with one reference, whose constructor has not run; nil unless of class "Picture".
 REALobjectStruct* NewInstance(const char* className) noexcept;
-// The address of the method that the object has under exactly that declaration, or nil; of the host
-// language's global function. Below are those that there are, but for the picture's constructor.
+// The address of the object's method, or of the global function, of exactly that declaration; nil
+// when there is none. These are a picture's constructor and the functions below.
 void* LoadObjectMethod(REALobjectStruct* object, const char* declaration) noexcept;
 void* LoadGlobalMethod(void* reserved, const char* declaration) noexcept;
 

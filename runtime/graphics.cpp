@@ -14,19 +14,19 @@ namespace {
 constexpr int kWholeImage = -10000;
 
 struct Graphics : REALobjectStruct {
-  void LetGoOfOthers(HostState& host) override { LetGo(host, target); }
+  void DropKept(HostState& host) override { Drop(host, target); }
 
   REALpictureStruct* target = nullptr;  // kept
 };
 
-// One axis of a drawing: where it goes, where it comes from, in pixels.
+// One axis of a drawing, in pixels: the target's span and the source's.
 struct Span {
   int64_t start;
   int64_t length;
   int64_t sourceStart;
   int64_t sourceLength;
 
-  // The source position of a target position, maybe outside the image.
+  // The source position of a target position; it may be outside the image.
   int64_t Source(int64_t position) const {
     return sourceStart + (position - start) * sourceLength / length;
   }

@@ -31,9 +31,9 @@ Host::~Host() {
 
 void Host::StartPlugin(REALPluginMainFunction pluginMain) { pluginMain(ResolveEntryPoint); }
 
-int Host::InterfaceVersion() const { return state_->interfaceVersion; }
+int Host::interfaceVersion() const { return state_->interfaceVersion; }
 
-const std::vector<RegisteredMethod>& Host::Methods() const { return state_->methods; }
+const std::vector<RegisteredMethod>& Host::methods() const { return state_->methods; }
 
 REALstringStruct* Host::NewString(std::string_view bytes, uint32_t encoding) {
   return Guarded([&] { return MakeString(*state_, bytes, encoding); });
@@ -96,7 +96,7 @@ REALpictureStruct* Host::Mask(const REALpictureStruct* picture) {
   return picture == nullptr ? nullptr : picture->mask;
 }
 
-const Ledger& Host::Outstanding() const { return state_->ledger; }
+const Ledger& Host::ledger() const { return state_->ledger; }
 
 void* Host::FindMethod(std::string_view declaration) const {
   for (const RegisteredMethod& method : state_->methods) {

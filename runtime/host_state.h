@@ -1,5 +1,4 @@
-// What the running host knows: shared by the entry points, which are plain functions and so find
-// it through CurrentHost().
+// The host's state. Entry points are plain functions, and reach it through CurrentHost().
 #ifndef RUNTIME_HOST_STATE_H_
 #define RUNTIME_HOST_STATE_H_
 
@@ -18,7 +17,7 @@ struct HostState {
   Ledger ledger;
   int interfaceVersion = 0;
   std::vector<RegisteredMethod> methods;
-  // Everything alive, so that a pointer from the plug-in can be told from a stale one.
+  // All that is alive, to recognise stale pointers from the plug-in.
   std::unordered_set<REALobjectStruct*> objects;
   std::unordered_set<REALstringStruct*> strings;
   std::unordered_map<char*, Block> stringData;
@@ -27,8 +26,8 @@ struct HostState {
 // The host of this process, or null while there is none.
 HostState* CurrentHost();
 
-// The host when the string or object is a living one of its own; else null, and the call is held
-// against the plug-in.
+// The host when the string or object is one of its own and alive; else null, and the call counts as
+// a violation.
 template <typename Record>
 HostState* HostOf(Record* record) {
   HostState* host = CurrentHost();
@@ -42,8 +41,8 @@ inline bool IsOlderThan(const HostState& host, double version) {
   return !(host.options.version.value_or(0.0) >= version);
 }
 
-// What `call` yields, or nil, false or nothing when there is no memory: no exception may reach the
-// plug-in.
+// Returns what `call` returns, or an empty value when there is no memory: no exception may reach
+// the plug-in.
 template <typename Call>
 auto Guarded(Call call) noexcept {
   try {

@@ -1,4 +1,4 @@
-// Loading a plug-in's library into this process, for good.
+// Loading a plug-in's library into this process. It is never unloaded.
 
 #include <dlfcn.h>
 #include <errno.h>

@@ -8,8 +8,7 @@
 
 namespace qrv::runtime {
 
-// Of the type of the function that the host calls. An integer that the method is given by reference
-// is an int32_t&.
+// `Function` is the type of the C function. An integer that is passed `byref` is an int32_t&.
 template <typename Function>
 struct Method {
   const char* declaration;

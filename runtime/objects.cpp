@@ -8,7 +8,7 @@ namespace {
 
 void DestroyWhenUnused(HostState& host, REALobjectStruct* object) {
   if (object->references > 0 || object->keepers > 0) return;
-  object->LetGoOfOthers(host);
+  object->DropKept(host);
   host.objects.erase(object);
   --host.ledger.objects;
   delete object;
@@ -43,14 +43,14 @@ void DropReference(HostState& host, REALobjectStruct* object) {
 
 void Keep(REALobjectStruct* object) { ++object->keepers; }
 
-void LetGo(HostState& host, REALobjectStruct* object) {
+void Drop(HostState& host, REALobjectStruct* object) {
   --object->keepers;
   DestroyWhenUnused(host, object);
 }
 
 void LockObject(REALobjectStruct* object) noexcept {
   HostState* host = HostOf(object);
-  if (host != nullptr && TakesBackBy(REALUnlockObjectName)) AddReference(*host, object);
+  if (host != nullptr && HasEntryPoint(REALUnlockObjectName)) AddReference(*host, object);
 }
 
 void UnlockObject(REALobjectStruct* object) noexcept {

@@ -8,16 +8,16 @@
 
 #include "runtime/host_state.h"
 
-// An object lives while somebody outside the host holds a reference or another object of the host
-// keeps it. A picture derives from it with no offset, so that its address is the object's too.
+// An object lives while a reference is held outside the host or another object of the host keeps
+// it. A picture derives from it without an offset, so that both have the same address.
 struct REALobjectStruct {
   REALobjectStruct() = default;
   REALobjectStruct(const REALobjectStruct&) = delete;
   REALobjectStruct& operator=(const REALobjectStruct&) = delete;
   virtual ~REALobjectStruct() = default;
 
-  // Called once, before the object goes: lets go of the objects that it keeps.
-  virtual void LetGoOfOthers(qrv::runtime::HostState&) {}
+  // Called once, before the object is destroyed: drops the objects that it keeps.
+  virtual void DropKept(qrv::runtime::HostState&) {}
 
   long references = 0;  // held outside the host
   long keepers = 0;     // objects of the host that keep this one
@@ -32,11 +32,12 @@ REALobjectStruct* Admit(HostState& host, std::unique_ptr<REALobjectStruct> objec
 bool IsAlive(const HostState& host, REALobjectStruct* object);
 
 void AddReference(HostState& host, REALobjectStruct* object);
-// Gives a reference back; the object goes with the last one unless it is kept.
+// Drops a reference; destroys the object with the last one unless it is kept.
 void DropReference(HostState& host, REALobjectStruct* object);
 
+// One object keeps another, and drops it.
 void Keep(REALobjectStruct* object);
-void LetGo(HostState& host, REALobjectStruct* object);
+void Drop(HostState& host, REALobjectStruct* object);
 
 }  // namespace qrv::runtime
 

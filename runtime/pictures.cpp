@@ -11,9 +11,8 @@ namespace {
 
 constexpr int kOpaque = -1;
 
-// Byte offsets of a pixel's components in memory; kOpaque for no alpha. Pixels are taken as whole
-// words, which makes a loop of vectors; the processors that this runs on have the first byte
-// lowest.
+// The parameters are byte offsets of a pixel's components in memory; kOpaque stands for no alpha.
+// Pixels are read as little-endian words, so that the compiler can vectorise the loop.
 template <int red, int green, int blue, int alpha>
 void ReadRow(const uint8_t* pixels, int32_t width, uint8_t* rgba) {
   const auto component = [](uint32_t pixel, int offset) { return pixel >> (offset * 8) & 255; };
@@ -46,7 +45,7 @@ RowReader ReaderOf(uint32_t alphaInfo) {
   }
 }
 
-// The context allocates rows of whole 16 bytes, as the system's own bitmaps do.
+// Rows are multiples of 16 bytes, as in the system's own bitmaps.
 size_t BitmapRowBytes(size_t width) {
   constexpr size_t kRowAlignment = 16;
   return (width * 4 + kRowAlignment - 1) / kRowAlignment * kRowAlignment;
@@ -66,7 +65,7 @@ bool GiveBitmap(const HostState& host, REALpictureStruct& picture, size_t width,
   return picture.bitmap != nullptr;
 }
 
-// A black, opaque image. Its rows are one zeroed block.
+// A black, opaque image, whose rows are one zeroed block.
 bool GiveConsoleImage(REALpictureStruct& picture, int32_t width, int32_t height) {
   const auto rowLength = static_cast<size_t>(width);
   const auto rowCount = static_cast<size_t>(height);
@@ -130,7 +129,7 @@ void ReadPictureRow(const REALpictureStruct& picture, int32_t y, uint8_t* rgba) 
   picture.readRow(picture.Row(y), picture.width, rgba);
   if (picture.mask == nullptr) return;
   const uint8_t* grey = picture.mask->Row(y);
-  // The component next to the middle of a pixel is one of its colours in every layout.
+  // The second byte of a pixel is a colour in every layout.
   for (int32_t x = 0; x < picture.width; ++x) {
     rgba[x * 4 + 3] = static_cast<uint8_t>(255 - grey[x * 4 + 1]);
   }
@@ -149,7 +148,7 @@ bool LockPictureDescription(REALpictureStruct* picture, REALpictureDescription* 
   const long ownType = picture->image ? kPixelTypeConsoleImage : kPixelTypeBitmapContext;
   picture->lockRefused = !picture->HasPixels() || picture->locked || pixelType != ownType;
   if (picture->lockRefused) return false;
-  if (TakesBackBy(REALUnlockPictureDescriptionName)) {
+  if (HasEntryPoint(REALUnlockPictureDescriptionName)) {
     picture->locked = true;
     ++host->ledger.pictureLocks;
   }
@@ -175,7 +174,7 @@ void UnlockPictureDescription(REALpictureStruct* picture) noexcept {
   --host->ledger.pictureLocks;
 }
 
-// The host keeps nothing rendered from a picture, so there is nothing to forget.
+// This host has no cache; it only checks the picture.
 void PictureClearCache(REALpictureStruct* picture) noexcept { HostOf(picture); }
 
 REALpictureStruct* GetPictureMask(REALpictureStruct* picture, unsigned char create) noexcept {
@@ -206,12 +205,12 @@ bool GetPropValueBool(REALobjectStruct* object, const char* name, unsigned char*
 
 }  // namespace qrv::runtime
 
-void REALpictureStruct::LetGoOfOthers(qrv::runtime::HostState& host) {
+void REALpictureStruct::DropKept(qrv::runtime::HostState& host) {
   if (locked) {
     ++host.ledger.violations;
     --host.ledger.pictureLocks;
   }
-  if (mask != nullptr) qrv::runtime::LetGo(host, mask);
+  if (mask != nullptr) qrv::runtime::Drop(host, mask);
 }
 
 uint8_t* REALpictureStruct::Row(int32_t y) const {

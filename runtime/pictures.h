@@ -26,7 +26,7 @@ using RowReader = void (*)(const uint8_t* pixels, int32_t width, uint8_t* rgba);
 
 // Exactly one of `bitmap` and `image` is set; neither in an instance whose constructor has not run.
 struct REALpictureStruct : REALobjectStruct {
-  void LetGoOfOthers(qrv::runtime::HostState& host) override;
+  void DropKept(qrv::runtime::HostState& host) override;
 
   bool HasPixels() const { return bitmap || image; }
   uint8_t* Row(int32_t y) const;
@@ -46,17 +46,17 @@ struct REALpictureStruct : REALobjectStruct {
 
 namespace qrv::runtime {
 
-// A new picture with one reference, without pixels as yet. Throws std::bad_alloc.
+// A new picture with one reference and no pixels. Throws std::bad_alloc.
 REALpictureStruct* MakeEmptyPicture(HostState& host);
 
-// Gives the picture its zeroed pixels in the host's form. False when the size is not in 1 ...
-// 32767, when it has pixels already and when there is no memory.
+// Allocates the picture's zeroed pixels in the host's form. False when the size is not in 1 ...
+// 32767, the picture has pixels already, or there is no memory.
 bool GivePixels(const HostState& host, REALpictureStruct& picture, long width, long height);
 
 // A new picture of that size with one reference, or null. Throws std::bad_alloc.
 REALpictureStruct* MakePicture(HostState& host, long width, long height);
 
-// Row `y` as red, green, blue, alpha; the alpha is the mask's where there is one: 255 - grey.
+// Reads row `y` as red, green, blue, alpha. With a mask, alpha is 255 - the mask's grey.
 void ReadPictureRow(const REALpictureStruct& picture, int32_t y, uint8_t* rgba);
 
 }  // namespace qrv::runtime

@@ -17,10 +17,10 @@ bool CanConvert(uint32_t from, unsigned long to) {
   return from == to || from == kRawBytesEncoding || to == kRawBytesEncoding;
 }
 
-// String data to hand out, and counted until it is back; null when there is no memory. A plug-in
-// that can't give it back frees it.
+// String data to hand out; null when there is no memory. It is counted until it is disposed of; the
+// plug-in frees it when the host lacks that entry point.
 char* NewStringData(HostState& host, size_t length) {
-  if (!TakesBackBy(REALDisposeStringDataName)) return static_cast<char*>(malloc(length));
+  if (!HasEntryPoint(REALDisposeStringDataName)) return static_cast<char*>(malloc(length));
   return Guarded([&host, length]() -> char* {
     Block block = NewBlock(length);
     if (!block) return nullptr;
@@ -67,7 +67,7 @@ void DropReference(HostState& host, REALstringStruct* string) {
   }
   --host.ledger.references;
   if (--string->head.referenceCount > 0) return;
-  if (string->locks > 0) {  // somebody gave back a reference that wasn't theirs
+  if (string->locks > 0) {  // a lock's reference was released without an unlock
     ++host.ledger.violations;
     host.ledger.stringLocks -= string->locks;
   }
@@ -103,7 +103,7 @@ REALstringStruct* ConvertString(REALstringStruct* string, unsigned long encoding
 
 void LockString(REALstringStruct* string) noexcept {
   HostState* host = HostOf(string);
-  if (host != nullptr && TakesBackBy(REALUnlockStringName)) {
+  if (host != nullptr && HasEntryPoint(REALUnlockStringName)) {
     ++string->head.referenceCount;
     ++host->ledger.references;
     ++string->locks;
@@ -130,9 +130,7 @@ int LenB(REALstringStruct* string) noexcept {
 }
 
 bool GetStringData(REALstringStruct* string, unsigned long encoding, REALstringData* out) noexcept {
-  if (string == nullptr) {  // a nil string is a program's empty string, no fault of the plug-in
-    return false;
-  }
+  if (string == nullptr) return false;  // a program's empty string, which is no violation
   HostState* host = HostOf(string);
   if (host == nullptr || !CanConvert(string->encoding, encoding)) return false;
   const auto length = static_cast<size_t>(string->length);

@@ -10,8 +10,8 @@
 #include "runtime/host_state.h"
 
 struct REALstringStruct {
-  // What plug-ins read on hosts before version 2013.0. Newer hosts keep the reference count alone
-  // there, so that a plug-in that still reads the bytes in place gets none.
+  // Plug-ins read this on hosts before version 2013.0. Newer hosts fill in only the reference
+  // count, so that a plug-in that still reads the bytes in place finds none.
   LegacyHostString head;
   // The host's own byte, the string's bytes, a terminating zero.
   qrv::runtime::Block block;
@@ -24,14 +24,14 @@ struct REALstringStruct {
 
 namespace qrv::runtime {
 
-// The encoding of a string whose maker named none: the system's own.
+// The encoding of a string that was built without one: the system's own.
 constexpr uint32_t kSystemEncoding = 0;
 
 // A new string with a copy of the bytes and one reference. Throws std::bad_alloc.
 REALstringStruct* MakeString(HostState& host, std::string_view bytes, uint32_t encoding);
 
 bool IsAlive(const HostState& host, const REALstringStruct* string);
-// Gives a reference back; the string goes with the last one.
+// Drops a reference; destroys the string with the last one.
 void DropReference(HostState& host, REALstringStruct* string);
 
 }  // namespace qrv::runtime

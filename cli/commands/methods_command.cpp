@@ -8,8 +8,8 @@ namespace qrv::cli {
 
 void ShowMethods(const Arguments& arguments) {
   const auto host = StartHost(arguments);
-  printf("interface version %d\n", host->InterfaceVersion());
-  for (const runtime::RegisteredMethod& method : host->Methods()) {
+  printf("interface version %d\n", host->interfaceVersion());
+  for (const runtime::RegisteredMethod& method : host->methods()) {
     printf("flags 0x%x  ", method.flags);
     PrintLine(stdout, method.declaration);
   }

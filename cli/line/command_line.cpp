@@ -348,7 +348,7 @@ bool PrintPage(const CommandLine& line) {
 
 std::optional<Arguments> ParseArguments(int argc, const char* const* argv) {
   if (argc > 2 && argv[1] == kComplete) {
-    for (const std::string& each : Candidates(argc - 1, argv + 1)) PrintLine(stdout, each);
+    for (const std::string& each : Candidates(argc - 1, argv + 1)) puts(each.c_str());
     return std::nullopt;
   }
   CommandLine line = SplitLine(argc, argv);

@@ -168,7 +168,7 @@ std::vector<Option> MakeOptions() {
        Value<ReadText, &Arguments::window>, kNoRules, WindowChoices},
       {kWhat, kCapture, 0, "--no-frame", "", "Without the window's title bar and borders",
        Flag<&Arguments::withoutFrame>, Needs("--window")},
-      {kWhat, kCapture, 0, "--pointer", "", "With the mouse pointer",
+      {kWhat, kCapture, 'p', "--pointer", "", "With the mouse pointer",
        Flag<&Arguments::withPointer>},
       {kWhat, kCapture | kDisplays | kWindows | kRaw, 0, "--desktop", "WHICH",
        "wayland, portal, x11 or virtual; or such as x11::1", Value<ReadText, &Arguments::desktop>,

@@ -6,9 +6,9 @@
 // REALNewPictureName is the exact name by which the plug-in looks up newPicture in the host, and
 // REALNewPictureFunction the type of what it expects there; likewise for all others.
 //
-// References: every string and object has a count of them. What a creating call returns carries one
-// reference, which is the receiver's to give back with the unlock call or to pass on. Nil is null.
-// Sizes of pictures are in pixels; records are in the machine's byte order.
+// References: every string and object has a reference count. What a creating call returns carries
+// one reference, which the receiver releases with the unlock call or passes on. Nil is null. Sizes
+// of pictures are in pixels; records are in the machine's byte order.
 #ifndef SCREENSHOTQRV_HOST_H_
 #define SCREENSHOTQRV_HOST_H_
 
@@ -23,23 +23,24 @@ extern "C" {
 #endif
 
 // A host string, a host object, and a host picture, which is also an object. They are the host's
-// own; the plug-in only passes their addresses, but for LegacyHostString below.
+// own; except for LegacyHostString below, the plug-in only passes their addresses.
 typedef struct REALstringStruct REALstringStruct;
 typedef struct REALobjectStruct REALobjectStruct;
 typedef struct REALpictureStruct REALpictureStruct;
 
 // ---- Starting the plug-in ----
 
-// The host's resolver: the address of the entry point of that name, or null when the host has none.
-// The plug-in keeps it, asks when it first needs an entry point, and keeps what it found.
+// The host's resolver returns the address of the entry point of that name, or null when the host
+// has none. The plug-in keeps the resolver, looks an entry point up when it first needs it, and
+// keeps the address.
 typedef void* (*REALresolver)(const char* name);
 
-// What the plug-in exports. The host calls it once, before any method. Null does nothing.
+// The plug-in's export. The host calls it once, before any method. Null does nothing.
 #define REALPluginMainName "REALPluginMain"
 typedef void (*REALPluginMainFunction)(REALresolver resolver);
 void REALPluginMain(REALresolver resolver);
 
-// The host's version, such as 2013.03. Without it the host counts as older than all, as 0.0.
+// The host's version, such as 2013.03. A host without it counts as 0.0, older than all.
 #define REALGetRBVersionName "REALGetRBVersion"
 typedef double (*REALGetRBVersionFunction)(void);
 
@@ -53,8 +54,8 @@ enum {
 #define REALRegisterPluginVersionName "RegisterPluginVersion"
 typedef void (*REALRegisterPluginVersionFunction)(int32_t code);
 
-// One method that the plug-in offers to programs. The record and its declaration stay where they
-// are, and stay the plug-in's.
+// One method that the plug-in offers to programs. The record and its declaration belong to the
+// plug-in and stay at their addresses.
 typedef struct REALmethodDefinition {
   void* function;           // of one of the types under "The methods"
   void* setterFunction;     // null
@@ -69,14 +70,14 @@ typedef void (*REALRegisterMethodFunction)(REALmethodDefinition* method);
 
 // ---- Objects and classes ----
 
-// Take one reference to an object or picture, and give one back.
+// Add and release a reference to an object or picture.
 #define REALLockObjectName "REALLockObject"
 typedef void (*REALLockObjectFunction)(REALobjectStruct* object);
 #define REALUnlockObjectName "REALUnlockObject"
 typedef void (*REALUnlockObjectFunction)(REALobjectStruct* object);
 
-// A reference to the class of that name, opaque and not null, or nil when the program has none.
-// The first three tell the kind of program.
+// A reference to the class of that name, opaque and not null, or nil when the program has none. The
+// first three classes identify the kind of program.
 #define REALDesktopApplicationClass "Application"
 #define REALWebApplicationClass "WebApplication"
 #define REALConsoleApplicationClass "ConsoleApplication"
@@ -109,7 +110,8 @@ enum {
   kMaxPictureSide = 32767,  // pixels, of the largest one
 };
 
-// A new picture of that size, or nil. Pixels that the plug-in does not write stay the host's.
+// A new picture of that size, or nil. Pixels that the plug-in does not write keep the host's
+// values.
 #define REALNewPictureName "newPicture"
 typedef REALpictureStruct* (*REALNewPictureFunction)(long width, long height, long depth);
 
@@ -120,9 +122,9 @@ enum {
   kPixelTypeConsoleImage = 10,  // console and web programs: `container` is a ConsoleImage*
 };
 
-// A locked picture's pixels, which stay the host's.
+// A locked picture's pixels, which belong to the host.
 typedef struct REALpictureDescription {
-  int32_t pixelType;  // the one that was asked for
+  int32_t pixelType;  // the requested one
   void* container;
   int32_t width;      // pixels
   int32_t height;     // pixels
@@ -130,8 +132,8 @@ typedef struct REALpictureDescription {
   uint8_t hostFlag;   // the host's own
 } REALpictureDescription;
 
-// The pixels of a picture of a console or web program: the head of libgd 2's gdImageStruct, as far
-// as its true-colour rows. The plug-in reads `pixels`, `sx`, `sy`, `trueColor` and `tpixels` alone.
+// The pixels of a picture of a console or web program: the start of libgd 2's gdImageStruct, up to
+// its true-colour rows. The plug-in reads only `pixels`, `sx`, `sy`, `trueColor` and `tpixels`.
 typedef struct ConsoleImage ConsoleImage;
 struct ConsoleImage {
   unsigned char** pixels;  // palette rows; null in a true-colour image
@@ -160,22 +162,21 @@ struct ConsoleImage {
                       // with a 7-bit alpha, 0 being opaque
 };
 
-// Locks the picture's pixels in that form and fills the record; false when it can't, and then the
-// record is not read.
+// Locks the picture's pixels in that form and fills the record. When false, the record is not read.
 #define REALLockPictureDescriptionName "REALLockPictureDescription"
 typedef bool (*REALLockPictureDescriptionFunction)(REALpictureStruct* picture,
                                                    REALpictureDescription* out, long pixelType);
-// Unlocks them. Hosts before 2012.0 are told to after a refused lock, too.
+// Unlocks them. For hosts before 2012.0 the plug-in calls it after a refused lock, too.
 #define REALUnlockPictureDescriptionName "unlockPictureDescription"
 typedef void (*REALUnlockPictureDescriptionFunction)(REALpictureStruct* picture);
 
-// Says that the pixels have changed.
+// Reports that the pixels have changed.
 #define REALPictureClearCacheName "REALPictureClearCache"
 typedef void (*REALPictureClearCacheFunction)(REALpictureStruct* picture);
 
-// The four below serve images with an alpha channel, of which captures have none.
+// The four below are for images with an alpha channel, which captures don't have.
 
-// The picture's mask: black opaque, white transparent. Made on demand when `create` is not 0.
+// The picture's mask: black is opaque, white is transparent. Made on demand when `create` is not 0.
 #define REALGetPictureMaskName "REALGetPictureMask"
 typedef REALpictureStruct* (*REALGetPictureMaskFunction)(REALpictureStruct* picture,
                                                          unsigned char create);
@@ -184,8 +185,8 @@ typedef REALpictureStruct* (*REALGetPictureMaskFunction)(REALpictureStruct* pict
 #define REALGetPictureGraphicsName "pluginPictureGraphicsGetter"
 typedef REALobjectStruct* (*REALGetPictureGraphicsFunction)(REALpictureStruct* picture);
 
-// Draws a part of the image, in pixels from its top-left corner, scaled over a rectangle. Found by
-// REALLoadObjectMethod in what draws into a picture.
+// Draws a part of the image, in pixels from its top-left corner, scaled to a rectangle. The plug-in
+// finds it by REALLoadObjectMethod in the object that draws into a picture.
 #define REALDrawPictureDeclaration                                                         \
   "DrawPicture(Image as Picture, x as Integer, y as Integer, w as Integer, h as Integer, " \
   "sx as Integer = 0, sy as Integer = 0, sw as Integer = -10000, sh as Integer = -10000)"
@@ -193,21 +194,21 @@ typedef void (*REALDrawPictureFunction)(REALobjectStruct* graphics, REALpictureS
                                         int y, int width, int height, int sourceX, int sourceY,
                                         int sourceWidth, int sourceHeight);
 
-// The constructor of a picture with an alpha channel. Found by REALLoadObjectMethod in a new
-// instance of REALPictureClass.
+// The constructor of a picture with an alpha channel. The plug-in finds it by REALLoadObjectMethod
+// in a new instance of REALPictureClass.
 #define REALPictureConstructorDeclaration "Constructor(width as integer, height as integer)"
 typedef void (*REALPictureConstructorFunction)(REALobjectStruct* instance, int width, int height);
 
 // ---- Strings ----
 
-// The encoding code that stands for the bytes as the string stores them.
+// The encoding code for the bytes as the string stores them.
 enum { kRawBytesEncoding = 0xFFFF };
 
 // A new string with a copy of the bytes, or nil.
 #define REALBuildStringName "REALBuildString"
 typedef REALstringStruct* (*REALBuildStringFunction)(const char* bytes, int length);
 
-// The encoding under which the string is known.
+// The string's encoding.
 #define REALSetStringEncodingName "REALSetStringEncoding"
 typedef void (*REALSetStringEncodingFunction)(REALstringStruct* string, unsigned long encoding);
 #define REALGetStringEncodingName "REALGetStringEncoding"
@@ -218,7 +219,7 @@ typedef unsigned long (*REALGetStringEncodingFunction)(REALstringStruct* string)
 typedef REALstringStruct* (*REALConvertStringFunction)(REALstringStruct* string,
                                                        unsigned long encoding);
 
-// Take one reference to a string, and give one back.
+// Add and release a reference to a string.
 #define REALLockStringName "REALLockString"
 typedef void (*REALLockStringFunction)(REALstringStruct* string);
 #define REALUnlockStringName "REALUnlockString"
@@ -228,28 +229,29 @@ typedef void (*REALUnlockStringFunction)(REALstringStruct* string);
 // storage + 1; the byte before them is the host's own.
 typedef struct LegacyHostString {
   int32_t referenceCount;
-  unsigned char* storage;  // null: no bytes can be had
+  unsigned char* storage;  // null when the bytes are unavailable
   int32_t hostValue;       // the host's own
   int32_t length;          // bytes
 } LegacyHostString;
 
-// A string's bytes in an encoding, of a host from 2013.0 on.
+// A string's bytes in an encoding, for hosts from 2013.0 on.
 typedef struct REALstringData {
   char* data;
   uint32_t length;  // bytes, not counting any terminator
   uint32_t encoding;
 } REALstringData;
 
-// Fills the record and true; or false, and then nothing is given back.
+// Fills the record and returns true; or returns false, and then there is nothing to dispose of.
 #define REALGetStringDataName "PluginGetStringData"
 typedef bool (*REALGetStringDataFunction)(REALstringStruct* string, unsigned long encoding,
                                           REALstringData* out);
-// Takes back what the call above has filled. Without this the plug-in gives `data` to free().
+// Disposes of a record that the call above filled. Without this the plug-in passes `data` to
+// free().
 #define REALDisposeStringDataName "PluginDisposeStringData"
 typedef void (*REALDisposeStringDataFunction)(REALstringData* data);
 
-// What serves hosts from 2013.0 on without the two above: the string's bytes, which stay the
-// host's, and their number, by REALLoadGlobalMethod.
+// The alternative to the two above for hosts from 2013.0 on: the string's bytes, which belong to
+// the host, and, by REALLoadGlobalMethod, their number.
 #define REALStringGetCStringName "StringGetCString"
 typedef const char* (*REALStringGetCStringFunction)(REALstringStruct* string);
 #define REALLenBDeclaration "LenB( s as string ) as integer"
@@ -257,15 +259,15 @@ typedef int (*REALLenBFunction)(REALstringStruct* string);
 
 // ---- The methods ----
 //
-// The plug-in's own, which the host finds in what was registered, by their declarations, and calls
-// one at a time. Rectangles are in the global display space: units, origin at the main display's
-// top-left corner, y growing downward, right and bottom edges exclusive. What is returned is new
-// and carries one reference, which is the caller's; nil says that there is no such display, that no
-// picture can be of that size, or that the platform or the host refused. What lies on no display
-// is no failure: a rectangle that meets none is a picture, too.
+// The plug-in's methods, which the host finds by their declarations among those registered, and
+// calls one at a time. Rectangles are in the global display space: units, origin at the main
+// display's top-left corner, y growing downward, right and bottom edges exclusive. What a method
+// returns is new and carries one reference, which is the caller's. Nil means that there is no such
+// display, that no picture can have that size, or that the platform or the host refused. Parts of a
+// rectangle on no display are no failure: a rectangle that intersects none gives a picture, too.
 //
 // An integer of the host's language has 32 bits, in 64-bit processes too. One that is passed
-// `byref` is the address of the caller's, never null.
+// `byref` is the address of the caller's variable, never null.
 
 #ifdef __cplusplus
 typedef int32_t& REALintegerByRef;
@@ -296,7 +298,7 @@ typedef REALpictureStruct* (*ScreenshotRectDestQRVFunction)(int32_t left, int32_
                                                             int32_t width, int32_t height,
                                                             int32_t destwidth, int32_t destheight);
 
-// The main display's pixels: rows from the bottom upward without gaps, 4 bytes a pixel: blue,
+// The main display's pixels: rows from the bottom upward without gaps, 4 bytes per pixel: blue,
 // green, red, alpha. The three numbers are 0 when nothing was read.
 #define ScreenshotStringQRVDeclaration                                                      \
   "ScreenshotStringQRV(byref Width as integer, byref Height as integer, byref RowBytes as " \

@@ -1,15 +1,15 @@
-// What libScreenshotPlatform.so tells the host that has loaded ScreenshotQRV.so, for C99 and C++11:
-// why a capture was nil, which desktop is captured and by which backend, and the displays. It also
-// makes the bitmap contexts that a host needs whose pictures are in desktop form.
+// What libScreenshotPlatform.so reports to the host that has loaded ScreenshotQRV.so, for C99 and
+// C++11: why a capture was nil, which desktop is captured and by which backend, and the displays.
+// It also makes the bitmap contexts for hosts whose pictures are in desktop form.
 //
-// The library lies beside the plug-in and is loaded with it. Look its functions up with dlsym, by
-// the handle of the plug-in, or link to it: it is CMake's target ScreenshotQRV::platform.
+// The library is beside the plug-in and is loaded with it. Look its functions up with dlsym, by the
+// handle of the plug-in, or link to it: it is CMake's target ScreenshotQRV::platform.
 //
-// The promise: what a version has stays. Later versions add functions, constants, and members at
-// the end of QRVDisplay; they neither remove nor change any.
+// Versions are stable. Later ones add functions, constants, and members at the end of records; they
+// neither remove nor change any.
 //
-// Call these functions as you call the plug-in's methods, one thread at a time. Text is one line of
-// UTF-8 that stays valid until the next call of one of them or of the plug-in.
+// Call these functions as you call the plug-in's methods, from one thread at a time. Text is one
+// line of UTF-8 that stays valid until the next call of one of them or of the plug-in.
 #ifndef SCREENSHOTQRV_PLATFORM_H_
 #define SCREENSHOTQRV_PLATFORM_H_
 
@@ -20,22 +20,22 @@
 extern "C" {
 #endif
 
-// The version of this header, and that of the library: at least the header's, or functions of the
-// header may be missing from the library.
+// The version of this header, and that of the library. A library of a lower version may lack
+// functions of this header.
 #define QRV_PLATFORM_VERSION 2
 int32_t QRVPlatformVersion(void);
 
-// ---- Why there was nothing ----
+// ---- Why a capture failed ----
 
 enum {
   kQRVNoFailure = 0,
   kQRVNoDesktop = 1,       // the environment names no desktop
-  kQRVBadChoice = 2,       // QRV_DESKTOP or QRV_SYSTEM_VERSION makes no sense
-  kQRVUnreachable = 3,     // the desktop can't be connected to, hung up, or broke its protocol
+  kQRVBadChoice = 2,       // QRV_DESKTOP or QRV_SYSTEM_VERSION is invalid
+  kQRVUnreachable = 3,     // the connection to the desktop failed, or a protocol error ended it
   kQRVTimeout = 4,         // the desktop does not answer
-  kQRVRefused = 5,         // the desktop said no, or the person it asked said no or nothing
+  kQRVRefused = 5,         // the desktop refused, or the person it asked refused or did not answer
   kQRVDisplayChanged = 6,  // a display was unplugged or changed after it was listed
-  kQRVUnsupported = 7,     // the desktop has no capture protocol or pixel format that is known here
+  kQRVUnsupported = 7,     // the desktop has no supported capture protocol or pixel format
   kQRVOutOfMemory = 8,
 };
 
@@ -43,11 +43,10 @@ enum {
 int32_t QRVFailure(void);
 const char* QRVFailureMessage(void);  // "" for kQRVNoFailure
 
-// What a person can do about a desktop that is not there, as a sentence; "" when there is one.
+// What a person can do when there is no desktop, as a sentence; "" when there is one.
 const char* QRVFailureAdvice(void);
 
-// What is worth knowing of a capture that succeeded, such as that it was slower than it need be;
-// "" for nothing.
+// A note on a capture that succeeded, such as that it was slower than necessary; "" for none.
 const char* QRVCaptureNote(void);
 
 // ---- Which desktop ----
@@ -59,30 +58,30 @@ enum {
   kQRVVirtualDesktop = 3,
 };
 
-// The desktop of the last list of displays or capture: its kind, what a person calls it
-// ("X11 :0", "the virtual desktop"), and the backend that captures it ("MIT-SHM", "wlr-screencopy";
-// "" before the displays were listed).
+// The desktop of the last list of displays or capture.
 int32_t QRVDesktopKind(void);
+// For messages: "X11 :0", "the virtual desktop".
 const char* QRVDesktopName(void);
 // ":0", "wayland-1", or the layout of a virtual desktop.
 const char* QRVDesktopAddress(void);
+// The backend that captures it: "MIT-SHM", "wlr-screencopy"; "" before the displays were listed.
 const char* QRVBackendName(void);
 
 // The values of QRV_DESKTOP, for a help text: "x11, x11:DISPLAY, virtual or virtual:LAYOUT".
 const char* QRVDesktopChoices(void);
 
-// Calls `report` when a capture waits for a person, because the desktop asks whether it is allowed;
-// null for no call. `message` says what is waited for.
+// Sets the function that is called when a capture waits for a person whom the desktop asks to allow
+// it; null for none. `message` says what the capture waits for.
 typedef void (*QRVWaitingReport)(const char* message, void* context);
 void QRVOnWaiting(QRVWaitingReport report, void* context);
 
 // ---- The displays ----
 
-// A display. Its place is in units of the global display space: y grows downward, the main
+// A display. Its position is in units of the global display space: y grows downward, the main
 // display's top-left corner is (0, 0). Adding (offsetX, offsetY) gives the coordinates that the
 // desktop's own programs use.
 typedef struct QRVDisplay {
-  uint32_t id;  // not 0, and the same as long as the display exists
+  uint32_t id;  // not 0, and stable while the display exists
   int32_t x;
   int32_t y;
   int32_t width;  // in units
@@ -92,10 +91,10 @@ typedef struct QRVDisplay {
   int32_t pixelWidth;  // a dense display has more pixels than units
   int32_t pixelHeight;
   int32_t bitsPerPixel;  // of the screen: 32, 30, 16 or 8
-  char name[64];         // as the desktop calls it, "HDMI-1"; may be empty
+  char name[64];         // the desktop's name for it: "HDMI-1"; may be empty
 } QRVDisplay;
 
-// A method takes an index below this.
+// Methods accept indexes below this.
 enum { kQRVMaxDisplayIndex = 32 };
 
 // Lists the displays as they are now, main display first, in the order of the methods' indexes.
@@ -141,7 +140,7 @@ int32_t QRVListWindows(QRVWindow* windows, size_t size, int32_t capacity);
 // QRVCaptureNote says when the desktop has left it out.
 void QRVShowPointer(int32_t isShown);
 
-// ---- How ----
+// ---- Strategies ----
 
 // The strategies that have delivered pixels since the last call, as bits.
 enum { kQRVDisplayImage = 1, kQRVOpenGL = 2, kQRVQuickDraw = 4 };
@@ -149,10 +148,10 @@ uint32_t QRVTakeStrategies(void);
 
 // ---- Pictures in desktop form ----
 
-// The pixel container of such a picture, for REALpictureDescription: `height` rows, the top one
-// first, of `width` pixels of 4 bytes, `rowBytes` apart (width * 4 or more). `layout` says how a
-// pixel's bytes lie in memory: red, green, blue, and alpha, by which the colours are premultiplied,
-// or an unused byte. The pixels stay the caller's, who keeps them until the context is released.
+// The pixel container of such a picture, for REALpictureDescription: `height` rows, top row first,
+// of `width` pixels of 4 bytes, `rowBytes` apart (width * 4 or more). `layout` is the order of a
+// pixel's bytes in memory: red, green, blue, and alpha, by which the colours are premultiplied, or
+// an unused byte. The pixels belong to the caller, who keeps them until the context is released.
 // Null when an argument is out of range or there is no memory.
 enum { kQRVLayoutRGBA = 1, kQRVLayoutARGB = 2, kQRVLayoutRGBX = 5, kQRVLayoutXRGB = 6 };
 void* QRVCreateBitmapContext(void* pixels, size_t width, size_t height, size_t rowBytes,

@@ -28,9 +28,8 @@ bool IsThisLibrary(void* library) {
 
 }  // namespace
 
-// The library is loaded as long as its bundle lives; addresses taken from it are valid that long.
-// The platform's own frameworks are links to this library, which is loaded without them: it would
-// never be unloaded if it held itself.
+// The bundle keeps its library loaded, except when that is this library, which the platform's own
+// frameworks link to: it would never be unloaded if it held itself.
 struct __CFBundle final : qrv::corefoundation::Object {
   explicit __CFBundle(std::filesystem::path folder) : executable(ExecutableOf(std::move(folder))) {}
   ~__CFBundle() override {
@@ -62,8 +61,8 @@ Boolean CFBundleLoadExecutable(CFBundleRef bundle) {
   });
 }
 
-// Functions have names of their own in a symbol table; see QRV/Symbol.h. Takes no memory: a caller
-// goes on without a function that it doesn't find.
+// QRV/Symbol.h explains the prefix. Allocates no memory, for a caller that doesn't find a function
+// goes on without it.
 void* CFBundleGetFunctionPointerForName(CFBundleRef bundle, CFStringRef functionName) {
   if (bundle == nullptr || bundle->library == nullptr || functionName == nullptr) return nullptr;
   char symbol[128];

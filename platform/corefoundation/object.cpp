@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-// There is one allocator, the process's own, and functions that take one do not look at it.
+// There is only one allocator, and functions ignore the one that is passed.
 const CFAllocatorRef kCFAllocatorSystemDefault = nullptr;
 
 void CFRelease(CFTypeRef object) {

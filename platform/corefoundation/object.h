@@ -1,4 +1,4 @@
-// The objects behind CoreFoundation's references: counted, and given back with CFRelease.
+// The objects behind CoreFoundation's references, which are counted; CFRelease releases one.
 #ifndef PLATFORM_COREFOUNDATION_OBJECT_H_
 #define PLATFORM_COREFOUNDATION_OBJECT_H_
 
@@ -24,7 +24,7 @@ class Object {
 
 }  // namespace qrv::corefoundation
 
-// The modes of displays are not objects: they are valid until the next one, and are not released.
+// Display modes are not objects: a mode is valid until the next one, and is not released.
 struct __CFNumber {
   SInt32 value;
 };

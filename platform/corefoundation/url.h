@@ -1,5 +1,5 @@
-// Places of files and folders: the object behind CFURLRef, and the one folder that an FSRef can
-// stand for, `Frameworks` beside this library.
+// The object behind CFURLRef, and the one folder that an FSRef can refer to: `Frameworks`, beside
+// this library.
 #ifndef PLATFORM_COREFOUNDATION_URL_H_
 #define PLATFORM_COREFOUNDATION_URL_H_
 
@@ -9,15 +9,14 @@
 #include "platform/corefoundation/object.h"
 
 struct __CFURL final : qrv::corefoundation::Object {
-  explicit __CFURL(std::string place) : path(std::move(place)) {}
+  explicit __CFURL(std::string url) : path(std::move(url)) {}
   const std::string path;  // absolute
 };
 
 namespace qrv::corefoundation {
 
-// Fills `reference` with one to the frameworks folder. False when there is no such folder. The
-// bytes hold a tag and no address, so a reference can be copied freely, and one that was made up is
-// not followed.
+// Makes `reference` refer to the frameworks folder. False when there is no such folder. The bytes
+// are a tag and not an address, so that copies work and made-up references are harmless.
 bool ReferToFrameworksFolder(FSRef& reference) noexcept;
 
 }  // namespace qrv::corefoundation

@@ -1,4 +1,4 @@
-// Pixels in memory: bitmap contexts, and images.
+// Bitmap contexts and images.
 #ifndef PLATFORM_COREGRAPHICS_BITMAP_H_
 #define PLATFORM_COREGRAPHICS_BITMAP_H_
 
@@ -20,7 +20,7 @@ struct PixelLayout {
   bool hasAlpha;  // colours are premultiplied by it
 };
 
-// Of what a desktop captures.
+// The layout of captured pixels.
 inline constexpr PixelLayout kDesktopLayout = {kCGImageAlphaNoneSkipFirst, pixels::ByteOrder::kBGRA,
                                                false};
 
@@ -50,36 +50,36 @@ inline CGImage ImageOf(const desktop::Frame& frame) {
           CGColorSpaceCreateDeviceRGB()};
 }
 
-// What a context begins with. A host that hands out something else for one is refused.
+// Every context begins with this; anything else that a host passes for a context is refused.
 inline constexpr uint64_t kContextTag = 0x7478657443475251;
 
 }  // namespace qrv::coregraphics
 
-// The pixels are in memory, the caller's or the context's own. A context of its own memory takes
-// none as long as it shows nothing but zeros or an image that fills it: it shares the image's.
+// The pixels are in the caller's memory or the context's own. The context allocates its own only
+// when it must: while it shows only zeros it has none, and an image that fills it is shared.
 struct CGContext {
   uint8_t* Row(size_t y) const { return pixels + y * bytesPerRow; }
 
   uint64_t tag;
-  bool isOwn;
-  std::shared_ptr<void> owner;     // of own memory
-  std::unique_ptr<CGImage> image;  // what it shows, while it shares that
+  bool isOwn;                      // not the caller's
+  std::shared_ptr<void> owner;     // of the context's own memory
+  std::unique_ptr<CGImage> image;  // the image that is shared, if any
   uint8_t* pixels;                 // row 0 is the top row
   size_t width;
   size_t height;
   size_t bytesPerRow;
   qrv::coregraphics::PixelLayout layout;
   CGColorSpaceRef colorSpace;
-  bool hasFailed = false;  // something was not drawn: its pixels are not given out
+  bool hasFailed = false;  // something was not drawn, so the pixels are not handed out
 };
 
 namespace qrv::coregraphics {
 
-// Gives the context memory to draw in, with what it shows. False when there is none.
-bool TakeMemory(CGContext& context) noexcept;
+// Makes sure that the context has memory, which holds what it shows. False when memory runs out.
+bool EnsureMemory(CGContext& context) noexcept;
 
-// Writes the image with its top-left corner at a pixel of a context that has memory. What lies
-// beyond the context is left out.
+// Writes the image with its top-left corner at a pixel of a context that has memory, clipped to the
+// context.
 void CopyImage(const CGImage& image, ptrdiff_t left, ptrdiff_t top, const CGContext& context);
 
 inline bool IsContext(CGContextRef context) {

@@ -1,4 +1,4 @@
-// Bitmap contexts: what they are made of, and the image that is made of one.
+// Bitmap contexts: their creation, and the image of one.
 #include <algorithm>
 #include <cstdlib>
 #include <iterator>
@@ -11,9 +11,9 @@
 
 namespace {
 
+using qrv::coregraphics::EnsureMemory;
 using qrv::coregraphics::IsContext;
 using qrv::coregraphics::PixelLayout;
-using qrv::coregraphics::TakeMemory;
 using qrv::pixels::ByteOrder;
 
 constexpr PixelLayout kLayouts[] = {
@@ -23,7 +23,7 @@ constexpr PixelLayout kLayouts[] = {
     {kCGImageAlphaNoneSkipFirst, ByteOrder::kARGB, false},
 };
 
-// Null for all but an alpha info of these in the default byte order.
+// Null for any other alpha info, and for any byte order but the default.
 const PixelLayout* FindLayout(uint32_t bitmapInfo) {
   const auto* found =
       std::find_if(std::begin(kLayouts), std::end(kLayouts),
@@ -31,15 +31,15 @@ const PixelLayout* FindLayout(uint32_t bitmapInfo) {
   return found == std::end(kLayouts) ? nullptr : found;
 }
 
-// No size that passes overflows in a sum or product of this library.
-bool SizesAreUsable(size_t width, size_t height, size_t bytesPerRow) {
+// With these sizes no sum or product in this library overflows.
+bool AreUsableSizes(size_t width, size_t height, size_t bytesPerRow) {
   return width >= 1 && height >= 1 && width <= PTRDIFF_MAX / 4 && bytesPerRow >= width * 4 &&
          bytesPerRow <= PTRDIFF_MAX / height;
 }
 
 }  // namespace
 
-bool qrv::coregraphics::TakeMemory(CGContext& context) noexcept {
+bool qrv::coregraphics::EnsureMemory(CGContext& context) noexcept {
   if (context.pixels != nullptr) return true;
   return Guarded(false, [&] {
     context.owner = std::shared_ptr<void>(calloc(context.height, context.bytesPerRow), free);
@@ -55,7 +55,7 @@ CGContextRef CGBitmapContextCreate(void* data, size_t width, size_t height, size
   const PixelLayout* layout = FindLayout(bitmapInfo);
   if (layout == nullptr || bitsPerComponent != 8) return nullptr;
   if (CGColorSpaceGetModel(space) != kCGColorSpaceModelRGB) return nullptr;
-  if (!SizesAreUsable(width, height, bytesPerRow)) return nullptr;
+  if (!AreUsableSizes(width, height, bytesPerRow)) return nullptr;
 
   return qrv::Guarded<CGContextRef>(nullptr, [=] {
     return new CGContext{.tag = qrv::coregraphics::kContextTag,
@@ -74,7 +74,7 @@ CGContextRef CGBitmapContextCreate(void* data, size_t width, size_t height, size
 void CGContextRelease(CGContextRef context) { delete context; }
 
 void* CGBitmapContextGetData(CGContextRef context) {
-  if (!IsContext(context) || context->hasFailed || !TakeMemory(*context)) return nullptr;
+  if (!IsContext(context) || context->hasFailed || !EnsureMemory(*context)) return nullptr;
   return context->pixels;
 }
 
@@ -96,12 +96,12 @@ CGImageAlphaInfo CGBitmapContextGetAlphaInfo(CGContextRef context) {
   return IsContext(context) ? context->layout.alphaInfo : CGImageAlphaInfo{kCGImageAlphaNone};
 }
 
-// The image takes over the memory, and the context shows the image. There is none while a part that
-// was to be drawn is missing.
+// The image takes over the memory, and the context shares the image. There is no image while pixels
+// are missing.
 CGImageRef CGBitmapContextCreateImage(CGContextRef context) {
   if (!IsContext(context) || !context->isOwn || context->hasFailed) return nullptr;
   if (qrv::desktop::HasCaptureFailed()) return nullptr;
-  if (!context->image && !TakeMemory(*context)) return nullptr;
+  if (!context->image && !EnsureMemory(*context)) return nullptr;
   return qrv::Guarded<CGImageRef>(nullptr, [=] {
     if (!context->image) {
       context->image = std::make_unique<CGImage>(

@@ -1,5 +1,5 @@
-// Images of displays: what the screen showed when they were created, in the memory that the desktop
-// delivered.
+// Images of displays as they are when the image is created, in the memory that the desktop
+// delivers.
 #include <ApplicationServices/CoreGraphics.h>
 
 #include <algorithm>
@@ -18,7 +18,7 @@ using qrv::desktop::PixelRect;
 
 namespace {
 
-// The units of the display that the rectangle, in units from its top-left corner, touches.
+// The display's units that the rectangle touches, both counted from the display's top-left corner.
 std::optional<PixelRect> TouchedUnits(const Display& display, CGRect rect) {
   const std::optional<Edges> edges = qrv::coregraphics::EdgesOf(rect);
   if (!edges) return std::nullopt;
@@ -33,7 +33,7 @@ std::optional<PixelRect> TouchedUnits(const Display& display, CGRect rect) {
   return PixelRect{left, top, right - left, bottom - top};
 }
 
-// Those units as one pixel each, averaged from the pixels that the display has for them.
+// Captures those units as one pixel each, averaged over the display's pixels.
 Frame CaptureUnits(const Display& display, const PixelRect& units) {
   using namespace qrv::pixels;
   const AxisMap columns =

@@ -1,5 +1,5 @@
-// The displays of the desktop. CGMainDisplayID and CGGetActiveDisplayList ask the desktop anew;
-// everything else answers from the list that they got last.
+// The displays of the desktop. CGMainDisplayID and CGGetActiveDisplayList ask the desktop; all
+// others answer from the latest list.
 #include "platform/coregraphics/display_list.h"
 
 #include <ApplicationServices/CoreGraphics.h>
@@ -19,7 +19,7 @@ namespace {
 
 constexpr size_t kMaskBits = 32;
 
-// The first system whose display modes state their samples, and that reads displays back.
+// The first system whose display modes state their samples.
 constexpr qrv::Version kModesStateSamples = {10, 5};
 
 // Whether programs that see this mode read the display back.
@@ -27,8 +27,7 @@ bool IsReadBack(const Display& display) {
   return display.bitsPerSample >= 8 && display.samplesPerPixel >= 3;
 }
 
-// Of the latest call.
-__CFDictionary currentMode;
+__CFDictionary currentMode;  // of the latest call
 
 }  // namespace
 
@@ -63,8 +62,8 @@ CFDictionaryRef CGDisplayCurrentMode(CGDirectDisplayID id) {
   if (!display) return nullptr;
   currentMode.count = 0;
   if (!qrv::SystemIsAtLeast(kModesStateSamples)) return &currentMode;
-  // A caller that asks for the modes of several displays reads them into a picture next, and looks
-  // at no failure any more. So a display that can't be captured has no mode.
+  // A caller that asks for the modes of all displays then reads each back into a picture without
+  // checking for failures. So a display that can't be captured has no mode.
   if (IsReadBack(*display) && !qrv::desktop::FrameBuffer(*display)) return nullptr;
   currentMode = {{{"BitsPerSample", {display->bitsPerSample}},
                   {"SamplesPerPixel", {display->samplesPerPixel}}},
@@ -75,9 +74,9 @@ CFDictionaryRef CGDisplayCurrentMode(CGDirectDisplayID id) {
 CGOpenGLDisplayMask CGDisplayIDToOpenGLDisplayMask(CGDirectDisplayID display) {
   const std::vector<Display>* displays = qrv::desktop::LatestDisplays();
   if (displays == nullptr) return 0;
-  const auto place = std::find_if(displays->begin(), displays->end(),
+  const auto found = std::find_if(displays->begin(), displays->end(),
                                   [=](const Display& each) { return each.id == display; });
-  const auto bit = static_cast<size_t>(place - displays->begin());
+  const auto bit = static_cast<size_t>(found - displays->begin());
   return bit < std::min(kMaskBits, displays->size()) ? CGOpenGLDisplayMask{1} << bit : 0;
 }
 

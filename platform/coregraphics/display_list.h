@@ -1,4 +1,4 @@
-// The displays behind the masks by which OpenGL names them.
+// The displays behind OpenGL's display masks.
 #ifndef PLATFORM_COREGRAPHICS_DISPLAY_LIST_H_
 #define PLATFORM_COREGRAPHICS_DISPLAY_LIST_H_
 
@@ -10,8 +10,8 @@
 
 namespace qrv::coregraphics {
 
-// The display that the mask's lowest bit stands for: the one at that place of the latest
-// list. Nothing when the list is shorter, or the mask empty.
+// The display of the mask's lowest bit, which is its index in the latest list. Nothing when the
+// list is shorter, or the mask is empty.
 std::optional<desktop::Display> DisplayOfMask(CGOpenGLDisplayMask mask) noexcept;
 
 }  // namespace qrv::coregraphics

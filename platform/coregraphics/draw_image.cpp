@@ -1,6 +1,6 @@
-// Drawing into bitmap contexts. User space grows upward from the bottom-left corner; everything
-// here is turned into pixels from the top-left corner first. A pixel belongs to a rectangle when
-// its centre does.
+// Drawing into bitmap contexts. User space grows upward from the bottom-left corner; these
+// functions convert it to pixels from the top-left corner first. A pixel belongs to a rectangle
+// when its centre does.
 #include <algorithm>
 #include <cmath>
 #include <cstring>
@@ -17,9 +17,9 @@ namespace {
 using qrv::coregraphics::CopyImage;
 using qrv::coregraphics::Edges;
 using qrv::coregraphics::EdgesOf;
-using qrv::coregraphics::TakeMemory;
+using qrv::coregraphics::EnsureMemory;
 
-// The rectangle of user space in pixels from the context's top-left corner.
+// Converts a rectangle of user space to pixels from the context's top-left corner.
 std::optional<Edges> AreaInPixels(const CGContext& context, CGRect rect) {
   const std::optional<Edges> edges = EdgesOf(rect);
   if (!edges) return std::nullopt;
@@ -32,7 +32,7 @@ size_t FirstPixelFrom(double edge, size_t length) {
   return static_cast<size_t>(std::clamp(std::ceil(edge - 0.5), 0.0, static_cast<double>(length)));
 }
 
-bool Meets(const Edges& area, const CGContext& context) {
+bool Intersects(const Edges& area, const CGContext& context) {
   return area.right > 0 && area.bottom > 0 && area.left < static_cast<double>(context.width) &&
          area.top < static_cast<double>(context.height);
 }
@@ -72,11 +72,11 @@ void qrv::coregraphics::CopyImage(const CGImage& image, ptrdiff_t left, ptrdiff_
 void CGContextDrawImage(CGContextRef context, CGRect rect, CGImageRef image) {
   if (!qrv::coregraphics::IsContext(context) || image == nullptr) return;
   const std::optional<Edges> area = AreaInPixels(*context, rect);
-  if (!area || !Meets(*area, *context)) return;
+  if (!area || !Intersects(*area, *context)) return;
   const bool isFailed = !qrv::Guarded(false, [&] {
     if (!IsPixelForPixel(*image, *area)) {
       qrv::desktop::FailCapture(qrv::desktop::Reason::kUnsupported,
-                                "an image was to be drawn other than pixel for pixel");
+                                "images can only be drawn pixel for pixel");
       return false;
     }
     const bool isShared = context->isOwn && Fills(*image, *area, *context);
@@ -86,7 +86,7 @@ void CGContextDrawImage(CGContextRef context, CGRect rect, CGImageRef image) {
       context->owner = nullptr;
       return true;
     }
-    if (!TakeMemory(*context)) return false;
+    if (!EnsureMemory(*context)) return false;
     CopyImage(*image, static_cast<ptrdiff_t>(area->left), static_cast<ptrdiff_t>(area->top),
               *context);
     return true;
@@ -99,7 +99,7 @@ void CGContextClearRect(CGContextRef context, CGRect rect) {
   if (context->pixels == nullptr && !context->image) return;  // all zero
   const std::optional<Edges> area = AreaInPixels(*context, rect);
   if (!area) return;
-  if (!TakeMemory(*context)) {
+  if (!EnsureMemory(*context)) {
     context->hasFailed = true;
     return;
   }

@@ -1,9 +1,9 @@
-// Images, and the colour spaces that they are in.
+// Images and colour spaces.
 #include <cstring>
 
 #include "platform/coregraphics/bitmap.h"
 
-// A constant of the process: whoever gets one may keep it, and releasing it costs nothing.
+// Colour spaces are constants: callers may keep one, and releasing it does nothing.
 struct CGColorSpace {
   const char* name;
   CGColorSpaceModel model;

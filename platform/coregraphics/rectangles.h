@@ -1,4 +1,4 @@
-// Rectangles by their edges, in doubles, which hold every sum of two floats' edges closely enough.
+// Rectangles by their edges, in doubles, which are precise enough for sums of floats.
 #ifndef PLATFORM_COREGRAPHICS_RECTANGLES_H_
 #define PLATFORM_COREGRAPHICS_RECTANGLES_H_
 
@@ -17,8 +17,8 @@ struct Edges {
   double bottom;
 };
 
-// The rectangle's edges, with negative sizes turned round; nothing when a number in it is not
-// finite (so nothing for the null rectangle).
+// The rectangle's edges, sorted when a size is negative. Nothing when a number is not finite, as in
+// the null rectangle.
 std::optional<Edges> EdgesOf(CGRect rect);
 
 }  // namespace qrv::coregraphics

@@ -16,17 +16,18 @@
 
 namespace qrv::desktop {
 
-// One line a kind of desktop, in the order of trying. All that depends on the kind is here.
+// One entry per kind of desktop, in the order in which they are tried. All that depends on the kind
+// is here.
 struct DesktopKind {
   const char* name;                  // as QRV_DESKTOP names it
   const char* argument;              // what may follow "name:", in help
   int32_t kind;                      // as hosts know it
-  bool isDefault;                    // taken without a choice when its name alone means something
-  std::string (*defaultArgument)();  // what the name alone means here; empty for nothing
-  const char* lack;                  // why the name alone means nothing
+  bool isDefault;                    // chosen when QRV_DESKTOP is unset and there is a default
+  std::string (*defaultArgument)();  // of the name without one; empty when there is no default
+  const char* noDefault;             // the message when there is no default
   std::unique_ptr<Desktop> (*open)(const std::string& argument);
   const char* example;  // of a choice with an argument
-  const char* advice;   // when it can't be opened or reached
+  const char* advice;   // when it can't be opened
 };
 
 namespace {
@@ -40,16 +41,8 @@ constexpr char kNoSocket[] = "WAYLAND_DISPLAY is not set";
 constexpr char kWaylandAdvice[] =
     "Check that the compositor runs and that you may connect to it (WAYLAND_DISPLAY and "
     "XDG_RUNTIME_DIR). One without a capture protocol needs xdg-desktop-portal with a backend for "
-    "this desktop, and an answer to its question. KWin allows programs whose desktop file it "
+    "this desktop, and your consent when it asks. KWin allows programs whose desktop file it "
     "finds: install the package, or the build with `cmake --install`.";
-
-std::unique_ptr<Desktop> OpenX11(const std::string& display) {
-  if (IsX11DisplayName(display)) return OpenX11Desktop(display);
-  throw Error(Reason::kBadChoice,
-              "'" + display +
-                  "' is not the name of an X display, which begins with a colon or a "
-                  "host: x11::0");
-}
 
 constexpr DesktopKind kKinds[] = {
     {"wayland", "SOCKET", kQRVWayland, true, [] { return Variable("WAYLAND_DISPLAY"); }, kNoSocket,
@@ -59,7 +52,7 @@ constexpr DesktopKind kKinds[] = {
      [](const std::string& socket) { return OpenWaylandDesktop(socket, true); }, "portal:wayland-1",
      kWaylandAdvice},
     {"x11", "DISPLAY", kQRVX11, true, [] { return Variable("DISPLAY"); }, "DISPLAY is not set",
-     OpenX11, "x11::0",
+     OpenX11Desktop, "x11::0",
      "Check that the X server runs and that you may connect to it, or name another one like x11::1 "
      "(--desktop or QRV_DESKTOP)."},
     {"virtual", "LAYOUT", kQRVVirtualDesktop, false, [] { return std::string(kDefaultLayout); }, "",
@@ -68,75 +61,75 @@ constexpr DesktopKind kKinds[] = {
 };
 const DesktopKind& kSubstitute = *(std::end(kKinds) - 1);
 
-constexpr char kSetIt[] =
+constexpr char kNoDesktopAdvice[] =
     "Start it within the desktop's session. From cron or ssh, set DISPLAY=:0 and XAUTHORITY, or "
     "WAYLAND_DISPLAY=wayland-0 and XDG_RUNTIME_DIR=/run/user/UID, as they are there. Or take the "
     "desktop virtual (--desktop or QRV_DESKTOP).";
 
-// Takes the default, or what `any` names when there is none.
+// The default, or the substitute when there is none.
 constexpr std::string_view kAny = "any";
 
-std::string Quoted(std::string_view words) {
-  constexpr size_t kMostWords = 60;
-  return '"' + std::string(words.substr(0, kMostWords)) + '"';
+std::string Quoted(std::string_view text) {
+  constexpr size_t kMaxQuoted = 60;
+  return '"' + std::string(text.substr(0, kMaxQuoted)) + '"';
 }
 
-Choice Lacking(std::string problem) {
-  return {nullptr, {}, Reason::kNoDesktop, std::move(problem), {}, kSetIt};
+Choice NoDesktop(std::string message) {
+  return {nullptr, {}, Reason::kNoDesktop, std::move(message), {}, kNoDesktopAdvice};
 }
 
-Choice Wrong(std::string problem, std::string advice) {
-  return {nullptr, {}, Reason::kBadChoice, std::move(problem), {}, std::move(advice)};
+Choice BadChoice(std::string message, std::string advice) {
+  return {nullptr, {}, Reason::kBadChoice, std::move(message), {}, std::move(advice)};
 }
 
-Choice Taken(const DesktopKind& kind, std::string argument, std::string note = {}) {
+Choice Chosen(const DesktopKind& kind, std::string argument, std::string note = {}) {
   return {&kind, std::move(argument), Reason::kNone, {}, std::move(note), kind.advice};
 }
 
-Choice TakeDefault(std::string_view wanted) {
-  std::string lacks;
+Choice ChooseDefault(std::string_view wanted) {
+  std::string reasons;
   for (const DesktopKind& kind : kKinds) {
     if (!kind.isDefault) continue;
     std::string argument = kind.defaultArgument();
-    if (!argument.empty()) return Taken(kind, std::move(argument));
-    lacks += (lacks.empty() ? "" : ", ") + std::string(kind.lack);
+    if (!argument.empty()) return Chosen(kind, std::move(argument));
+    reasons += (reasons.empty() ? "" : ", ") + std::string(kind.noDefault);
   }
-  if (wanted != kAny) return Lacking(lacks);
-  return Taken(kSubstitute, kSubstitute.defaultArgument(),
-               lacks + ": this is the built-in virtual desktop");
+  if (wanted != kAny) return NoDesktop(reasons);
+  return Chosen(kSubstitute, kSubstitute.defaultArgument(),
+                reasons + ": this is the built-in virtual desktop");
 }
 
-Choice TakeKind(const DesktopKind& kind, std::string_view wanted) {
+Choice ChooseKind(const DesktopKind& kind, std::string_view wanted) {
   const size_t nameLength = std::strlen(kind.name);
   if (wanted.size() > nameLength) {
     const std::string_view argument = wanted.substr(nameLength + 1);
-    if (!argument.empty()) return Taken(kind, std::string(argument));
-    return Wrong("the desktop " + Quoted(wanted) + " names no " + std::string(kind.argument),
-                 "Write it like " + std::string(kind.example) + ".");
+    if (!argument.empty()) return Chosen(kind, std::string(argument));
+    return BadChoice("the desktop " + Quoted(wanted) + " names no " + std::string(kind.argument),
+                     "Write it like " + std::string(kind.example) + ".");
   }
   std::string argument = kind.defaultArgument();
-  if (argument.empty()) return Lacking(kind.lack);
-  return Taken(kind, std::move(argument));
+  if (argument.empty()) return NoDesktop(kind.noDefault);
+  return Chosen(kind, std::move(argument));
 }
 
 }  // namespace
 
 Choice ReadChoice() {
   if (!SystemVersion()) {
-    return Wrong("QRV_SYSTEM_VERSION is not a version like 10.7", "Unset it, or correct it.");
+    return BadChoice("QRV_SYSTEM_VERSION is not a version like 10.7", "Unset it, or correct it.");
   }
   const std::string wanted = Variable("QRV_DESKTOP");
-  if (wanted.empty() || wanted == kAny) return TakeDefault(wanted);
+  if (wanted.empty() || wanted == kAny) return ChooseDefault(wanted);
   const auto found = std::find_if(std::begin(kKinds), std::end(kKinds), [&](const auto& kind) {
     return wanted == kind.name || wanted.starts_with(std::string(kind.name) + ":");
   });
-  if (found != std::end(kKinds)) return TakeKind(*found, wanted);
-  return Wrong("there is no desktop " + Quoted(wanted),
-               "Use " + std::string(DesktopChoices()) + ".");
+  if (found != std::end(kKinds)) return ChooseKind(*found, wanted);
+  return BadChoice("there is no desktop " + Quoted(wanted),
+                   "Use " + std::string(DesktopChoices()) + ".");
 }
 
 std::unique_ptr<Desktop> Open(const Choice& choice) {
-  if (choice.kind == nullptr) throw Error(choice.reason, choice.problem);
+  if (choice.kind == nullptr) throw Error(choice.reason, choice.message);
   return choice.kind->open(choice.argument);
 }
 

@@ -1,4 +1,4 @@
-// Which desktop the process shows.
+// Which desktop the process captures.
 #ifndef PLATFORM_DESKTOP_CHOICE_H_
 #define PLATFORM_DESKTOP_CHOICE_H_
 
@@ -17,23 +17,23 @@ struct Choice {
   const DesktopKind* kind = nullptr;
   std::string argument;  // what follows "kind:"
   Reason reason = Reason::kNone;
-  std::string problem;
-  std::string note;  // what is worth knowing of the choice
+  std::string message;
+  std::string note;  // what is worth knowing about the choice
   std::string advice;
 
   bool operator==(const Choice&) const = default;
 };
 
-// What the environment asks for now. Throws std::bad_alloc.
+// Reads the choice from the environment. Throws std::bad_alloc.
 Choice ReadChoice();
 
 // Opens what was chosen. Throws Error and std::bad_alloc.
 std::unique_ptr<Desktop> Open(const Choice& choice);
 
-// What hosts know the chosen kind of desktop as.
+// The kind of the chosen desktop as hosts know it: kQRVX11 and so on.
 int32_t KindOf(const Choice& choice);
 
-// The choices, for a person: "x11, x11:DISPLAY, virtual or virtual:LAYOUT".
+// The choices, for messages: "x11, x11:DISPLAY, virtual or virtual:LAYOUT".
 const char* DesktopChoices() noexcept;
 
 }  // namespace qrv::desktop

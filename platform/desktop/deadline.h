@@ -1,4 +1,4 @@
-// Until when another process may take to answer.
+// The time by which another process must have answered.
 #ifndef PLATFORM_DESKTOP_DEADLINE_H_
 #define PLATFORM_DESKTOP_DEADLINE_H_
 

@@ -1,4 +1,4 @@
-// What a kind of desktop is to the session: a list of displays, and their pixels.
+// The interface of a desktop: a list of displays, and their pixels.
 #ifndef PLATFORM_DESKTOP_DESKTOP_H_
 #define PLATFORM_DESKTOP_DESKTOP_H_
 
@@ -13,8 +13,8 @@
 
 namespace qrv::desktop {
 
-// Calls end by their deadline, other than for a person's answer. They throw Error or
-// std::bad_alloc.
+// Calls end by their deadline, except that a person who is asked may take longer. They throw Error
+// and std::bad_alloc.
 class Desktop {
  public:
   Desktop() = default;
@@ -37,16 +37,16 @@ class Desktop {
     throw Error(Reason::kUnsupported, "the desktop has no windows that are known here");
   }
 
-  // What a person calls it: "X11 :0", "the virtual desktop". Lives as long as the desktop.
-  virtual const char* Name() const = 0;
+  // For messages: "X11 :0", "the virtual desktop". Valid as long as the desktop.
+  virtual const char* name() const = 0;
 
-  // The backend, as the other side's documentation calls it: "MIT-SHM". Empty before the first
-  // list.
-  virtual const char* Backend() const { return ""; }
+  // The backend's name in the documentation of the server or compositor: "MIT-SHM". Empty before
+  // the first list.
+  virtual const char* backend() const { return ""; }
 
-  // One line on why the last capture was slower than it need be; empty when it wasn't. Valid until
+  // One line on why the last capture was slower than necessary; empty when it wasn't. Valid until
   // the next call.
-  virtual const char* Note() const { return ""; }
+  virtual const char* note() const { return ""; }
 };
 
 }  // namespace qrv::desktop

@@ -23,7 +23,7 @@ struct Display {
   int32_t bitsPerSample = 0;       // 8, 10, 5 or 8 (one sample)
   int32_t samplesPerPixel = 0;     // 3, or 1 for a screen of 8 bits per pixel
   int16_t quickDrawPixelSize = 0;  // 32, 16 or 8
-  // As the desktop calls it: "HDMI-1". Cut at the end where it is longer; empty without one.
+  // The desktop's name for it: "HDMI-1". Truncated to fit; empty when there is none.
   char name[64] = "";
 
   bool operator==(const Display&) const = default;
@@ -33,8 +33,7 @@ inline PixelRect AllPixels(const Display& display) {
   return {0, 0, display.pixelWidth, display.pixelHeight};
 }
 
-// Fills in what a display of that many bits per pixel (8, 16, 30 or 32) has in samples; false for
-// any other number.
+// Sets the members that depend on the bits per pixel: 8, 16, 30 or 32; false for any other number.
 bool SetDepth(int32_t bitsPerPixel, Display& display);
 
 }  // namespace qrv::desktop

@@ -1,5 +1,5 @@
-// Why a desktop could not do what it was asked: the platform's one exception beside std::bad_alloc.
-// Neither leaves the frameworks' functions.
+// Why a desktop failed: the platform's only exception besides std::bad_alloc. Neither leaves the
+// frameworks' functions.
 #ifndef PLATFORM_DESKTOP_ERROR_H_
 #define PLATFORM_DESKTOP_ERROR_H_
 
@@ -12,7 +12,7 @@
 
 namespace qrv::desktop {
 
-// The numbers are those that hosts get.
+// The values are those that hosts get.
 enum class Reason : int32_t {
   kNone = kQRVNoFailure,
   kNoDesktop = kQRVNoDesktop,
@@ -35,6 +35,11 @@ class Error : public std::exception {
   Reason reason() const { return reason_; }
   const char* what() const noexcept override { return message_.c_str(); }
 
+  // Whether the connection to the desktop can't be used again.
+  bool LosesConnection() const {
+    return reason_ == Reason::kUnreachable || reason_ == Reason::kTimeout;
+  }
+
  private:
   Reason reason_;
   std::string message_;
@@ -44,8 +49,8 @@ inline Error DisplayChanged() {
   return {Reason::kDisplayChanged, "the display has changed since it was listed"};
 }
 
-// The display does not exist any more, as when it is unplugged. A rectangle of several shows the
-// others.
+// The display no longer exists; it was unplugged, for example. A rectangle over several displays
+// still shows the others.
 class DisplayGone : public Error {
  public:
   DisplayGone() : Error(Reason::kDisplayChanged, "the display is gone") {}

@@ -51,10 +51,10 @@ class Session {
   std::vector<DisplayFrame> frameBuffers_;
   Pointer pointer_ = Pointer::kHidden;
   uint32_t strategies_ = 0;
-  CallTime time_;
+  CallBudget budget_;
   bool hasFailed_ = false;
   Reason failure_ = Reason::kNone;
-  char message_[320] = "";  // in place: to record that memory ran out takes none
+  char message_[320] = "";  // in place, so that recording a lack of memory allocates none
 };
 
 void Session::Choose() {
@@ -66,19 +66,19 @@ void Session::Choose() {
 }
 
 const std::vector<Display>* Session::Refresh() {
-  time_.Begin();
+  budget_.Begin();
   isListed_ = false;
   hasFailed_ = false;
   Report(Reason::kNone, "");
   frameBuffers_.clear();
   displays_.clear();
   Choose();
-  displays_ = time_.Spend([this](Deadline deadline) { return desktop_->ListDisplays(deadline); });
+  displays_ = budget_.Spend([this](Deadline deadline) { return desktop_->ListDisplays(deadline); });
   isListed_ = true;
   return &displays_;
 }
 
-// A list that has failed is not tried again by callers that only look something up in it.
+// A lookup does not retry a list that has failed.
 const std::vector<Display>* Session::Latest() {
   if (!isListed_ && !hasFailed_) return Refresh();
   return isListed_ ? &displays_ : nullptr;
@@ -94,17 +94,17 @@ std::optional<Display> Session::Find(uint32_t id) {
 
 std::vector<Window> Session::ListWindows() {
   Refresh();
-  return time_.Spend([this](Deadline deadline) { return desktop_->ListWindows(deadline); });
+  return budget_.Spend([this](Deadline deadline) { return desktop_->ListWindows(deadline); });
 }
 
-// Once a capture has failed, nothing more is asked for it.
+// Once a capture has failed, the desktop is not asked again.
 Frame Session::Capture(const Display& display, const PixelRect& region) {
   if (hasFailed_ || !desktop_) return {};
   if (!Contains(display.pixelWidth, display.pixelHeight, region)) {
-    throw Error(Reason::kDisplayChanged, "pixels outside of the display were asked for");
+    throw Error(Reason::kDisplayChanged, "the region lies outside the display");
   }
   try {
-    return time_.Spend(
+    return budget_.Spend(
         [&](Deadline deadline) { return desktop_->Capture(display, region, pointer_, deadline); });
   } catch (const DisplayGone& error) {
     Report(error.reason(), error.what());
@@ -131,21 +131,21 @@ void Session::Report(Reason reason, const char* message) {
   CopyText(message_, message);
 }
 
-// The first reason is the one to report.
+// Keeps the first reason.
 void Session::Fail(Reason reason, const char* message) {
   if (!hasFailed_) Report(reason, message);
   hasFailed_ = true;
-  if (reason == Reason::kTimeout) time_.RecordTimeout();
+  if (reason == Reason::kTimeout) budget_.RecordTimeout();
 }
 
 Status Session::GetStatus() const {
   Status status;
   if (desktop_) {
     status.kind = KindOf(choice_);
-    status.name = desktop_->Name();
+    status.name = desktop_->name();
     status.address = choice_.argument.c_str();
-    status.backend = desktop_->Backend();
-    status.note = choice_.note.empty() ? desktop_->Note() : choice_.note.c_str();
+    status.backend = desktop_->backend();
+    status.note = choice_.note.empty() ? desktop_->note() : choice_.note.c_str();
   }
   status.failure = failure_;
   status.message = message_;
@@ -159,16 +159,16 @@ Session* TheSession() {
   return session;
 }
 
-// Calls under way, in whatever thread; negative while the session is closed.
+// The calls in progress on all threads; negative while the session is closed.
 std::atomic<int> calls{0};
 constexpr int kClosing = INT_MIN / 2;
 
-class CallUnderWay {
+class CallInProgress {
  public:
-  CallUnderWay() : isOpen_(calls.fetch_add(1) >= 0) {}
-  CallUnderWay(const CallUnderWay&) = delete;
-  CallUnderWay& operator=(const CallUnderWay&) = delete;
-  ~CallUnderWay() { calls.fetch_sub(1); }
+  CallInProgress() : isOpen_(calls.fetch_add(1) >= 0) {}
+  CallInProgress(const CallInProgress&) = delete;
+  CallInProgress& operator=(const CallInProgress&) = delete;
+  ~CallInProgress() { calls.fetch_sub(1); }
 
   bool isOpen() const { return isOpen_; }
 
@@ -176,9 +176,9 @@ class CallUnderWay {
   bool isOpen_;
 };
 
-// When the library is unloaded, everything is given back. The same happens at the end of a process,
-// where other threads may still capture: a call under way keeps what it has, and one that comes
-// later begins with a new session, in which a capture that began before has failed.
+// Releases everything when the library is unloaded. It also runs at the end of the process, where
+// other threads may still capture: a call in progress keeps the session, and a later one finds a
+// new session, in which every capture that began before has failed.
 [[gnu::destructor]] void CloseSession() {
   int none = 0;
   if (!calls.compare_exchange_strong(none, kClosing)) return;
@@ -196,12 +196,13 @@ class CallUnderWay {
   [[maybe_unused]] const void* volatile record = abi::__cxa_get_globals();
 }
 
+// Returns what `call` returns. When it throws, the capture fails and this returns an empty value.
 template <typename Call>
-auto Guarded(Call call) noexcept -> decltype(call(*TheSession())) {
+auto InSession(Call call) noexcept -> decltype(call(*TheSession())) {
   PrepareToThrow();
-  const NoCancellation noCancellation;
-  const CallUnderWay underWay;
-  if (!underWay.isOpen()) return {};
+  const CancellationGuard noCancellation;
+  const CallInProgress inProgress;
+  if (!inProgress.isOpen()) return {};
   try {
     return call(*TheSession());
   } catch (const Error& error) {
@@ -215,23 +216,23 @@ auto Guarded(Call call) noexcept -> decltype(call(*TheSession())) {
 }  // namespace
 
 const std::vector<Display>* RefreshDisplays() noexcept {
-  return Guarded([](Session& session) { return session.Refresh(); });
+  return InSession([](Session& session) { return session.Refresh(); });
 }
 
 const std::vector<Display>* LatestDisplays() noexcept {
-  return Guarded([](Session& session) { return session.Latest(); });
+  return InSession([](Session& session) { return session.Latest(); });
 }
 
 std::optional<Display> FindDisplay(uint32_t id) noexcept {
-  return Guarded([=](Session& session) { return session.Find(id); });
+  return InSession([=](Session& session) { return session.Find(id); });
 }
 
 std::optional<std::vector<Window>> ListWindows() noexcept {
-  return Guarded([](Session& session) { return std::optional(session.ListWindows()); });
+  return InSession([](Session& session) { return std::optional(session.ListWindows()); });
 }
 
 Frame Capture(const Display& display, const PixelRect& region, Strategy strategy) noexcept {
-  return Guarded([&](Session& session) {
+  return InSession([&](Session& session) {
     Frame frame = session.Capture(display, region);
     if (frame) session.Record(strategy);
     return frame;
@@ -239,11 +240,11 @@ Frame Capture(const Display& display, const PixelRect& region, Strategy strategy
 }
 
 Frame FrameBuffer(const Display& display) noexcept {
-  return Guarded([&](Session& session) { return session.FrameBuffer(display); });
+  return InSession([&](Session& session) { return session.FrameBuffer(display); });
 }
 
 void DropFrameBuffer(uint32_t displayId) noexcept {
-  Guarded([=](Session& session) {
+  InSession([=](Session& session) {
     session.DropFrameBuffer(displayId);
     return true;
   });
@@ -258,7 +259,7 @@ void FailCapture(Reason reason, const char* message) noexcept {
 void ShowPointer(Pointer pointer) noexcept { TheSession()->ShowPointer(pointer); }
 
 bool HasCaptureFailed() noexcept {
-  return !Guarded([](Session& session) { return !session.hasFailed(); });
+  return !InSession([](Session& session) { return !session.hasFailed(); });
 }
 
 Status CurrentStatus() noexcept { return TheSession()->GetStatus(); }

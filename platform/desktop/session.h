@@ -1,13 +1,13 @@
-// The one door from the frameworks to the desktop of the process.
+// The only way from the frameworks to the process's desktop.
 //
 // QRV_DESKTOP chooses the desktop by the table in choice.cpp. It is read at every refresh; a
 // changed choice closes the old desktop and opens the new one. Frames of the old one stay valid.
 //
-// A capture is right or nil. It begins with a refresh. When pixels are missing from then on, other
-// than those of a display that is gone, the capture has failed, and stays so until the next
-// refresh: meanwhile every framework fails at the first step that its callers look at.
+// A capture is right or nil. It begins with a refresh. Once pixels are missing, other than those of
+// a display that is gone, the capture has failed until the next refresh: every framework fails at
+// the first step whose result its callers check.
 //
-// Everything here is for one thread at a time. Nothing throws.
+// One thread at a time may call these functions. Nothing throws.
 #ifndef PLATFORM_DESKTOP_SESSION_H_
 #define PLATFORM_DESKTOP_SESSION_H_
 
@@ -51,18 +51,19 @@ Frame Capture(const Display& display, const PixelRect& region, Strategy strategy
 // Whether captures show the pointer from now on. They don't until then.
 void ShowPointer(Pointer pointer) noexcept;
 
-// The pixels that the display is read back from: as they were when they were asked for first. They
-// stay until they are dropped, and until the next refresh. Empty when the capture has failed.
+// The frame buffer from which OpenGL reads the display back: its pixels when the frame buffer was
+// first asked for, kept until it is dropped or the displays are refreshed. Empty when the capture
+// has failed.
 Frame FrameBuffer(const Display& display) noexcept;
 void DropFrameBuffer(uint32_t displayId) noexcept;
 // Records that OpenGL has delivered pixels.
 void RecordReadBack() noexcept;
 
-// A framework can't deliver pixels that it was asked for.
+// Records that a framework can't deliver pixels that it was asked for.
 void FailCapture(Reason reason, const char* message) noexcept;
 bool HasCaptureFailed() noexcept;
 
-// What a host asks for; screenshotqrv/platform.h explains it. Text is valid until the next call.
+// What hosts can ask for; screenshotqrv/platform.h describes it. Text is valid until the next call.
 struct Status {
   int32_t kind = kQRVNoDesktopKind;
   const char* name = "no desktop";

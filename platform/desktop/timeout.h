@@ -1,4 +1,4 @@
-// How long a method's call may wait for its desktop.
+// How long a method call may wait for the desktop.
 #ifndef PLATFORM_DESKTOP_TIMEOUT_H_
 #define PLATFORM_DESKTOP_TIMEOUT_H_
 
@@ -10,23 +10,22 @@
 
 namespace qrv::desktop {
 
-// A call of a method begins with a list of displays, and has this time for all that it waits for.
+// A method call begins with a list of displays, and has this budget for all of its waiting.
 inline constexpr std::chrono::milliseconds kTimeout{3800};
-// It goes on to its next strategy as soon as the desktop has timed out, and lists the displays
-// again. That list is of the same call, whose time is over; a desktop that runs again answers in
-// this time.
+// After a timeout the call falls back to its next strategy, which lists the displays again. Its
+// budget is spent by then; this much more is enough for a desktop that has recovered.
 inline constexpr std::chrono::milliseconds kTimeoutAfterTimeout{400};
 
-class CallTime {
+class CallBudget {
  public:
-  // The displays are about to be listed.
+  // Called before the displays are listed.
   void Begin() {
     const bool isSameCall = lastTimeout_ && Clock::now() - *lastTimeout_ < kSameCall;
     left_ = isSameCall ? kTimeoutAfterTimeout : kTimeout;
   }
 
-  // What `wait` yields, which gets a deadline. Waiting uses up the call's time; a host's own work
-  // between two calls, or a person's answer, doesn't.
+  // Calls `wait` with a deadline and returns what it returns. Only this waiting uses up the budget:
+  // neither the host's own work between two calls nor the time that a person takes to answer does.
   template <typename Wait>
   auto Spend(Wait wait) -> decltype(wait(Deadline())) {
     struct Stopwatch {
@@ -42,6 +41,7 @@ class CallTime {
   void RecordTimeout() { lastTimeout_ = Clock::now(); }
 
  private:
+  // A list that follows a timeout this soon belongs to the same call.
   static constexpr std::chrono::milliseconds kSameCall{100};
 
   Clock::duration left_ = kTimeout;

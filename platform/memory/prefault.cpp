@@ -11,11 +11,11 @@ bool Advise(uintptr_t start, size_t size, int advice) {
   return madvise(reinterpret_cast<void*>(start), size, advice) == 0;
 }
 
-// Memory that was written before has its pages from the start on.
+// Looks only at the last page: memory that was written before was written from its start.
 bool HasPages(uintptr_t start, size_t size) {
-  unsigned char isThere = 0;
+  unsigned char residency = 0;
   void* const last = reinterpret_cast<void*>(start + size - kPageBytes);
-  return mincore(last, kPageBytes, &isThere) == 0 && (isThere & 1) != 0;
+  return mincore(last, kPageBytes, &residency) == 0 && (residency & 1) != 0;
 }
 
 }  // namespace

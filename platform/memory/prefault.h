@@ -1,5 +1,5 @@
-// Pages of memory that is about to be written: that they come is most of the cost of a picture that
-// is written once.
+// Prefaulting memory that is about to be written. Page faults are most of the cost of a picture
+// that is written once.
 #ifndef PLATFORM_MEMORY_PREFAULT_H_
 #define PLATFORM_MEMORY_PREFAULT_H_
 
@@ -15,19 +15,18 @@ inline constexpr size_t kHugePageBytes = size_t{2} << 20;
 
 inline size_t RoundUp(size_t value, size_t step) { return (value + step - 1) / step * step; }
 
-// Has the system hand out the pages of memory that is about to be written, as huge pages where the
-// memory has room for whole ones. Changes neither the content nor errno; where it fails, the pages
-// come as the memory is written.
+// Has the system map the pages of the memory, as huge pages where whole ones fit. Changes neither
+// the content nor errno. Where it fails, the memory faults when it is written.
 void Prefault(void* memory, size_t size) noexcept;
 
-// Prefaults memory that is written from its start to its end, each huge page just before it is
-// written, while what the system has zeroed is in the cache.
+// Prefaults memory that is written from start to end, each huge page just before it is written, so
+// that the page is still in the cache after the system has zeroed it.
 class Prefaulter {
  public:
   Prefaulter(uint8_t* memory, size_t size) : next_(memory), end_(memory + size) {}
 
-  // All up to there is written next.
-  void Reach(const uint8_t* end) {
+  // Call before the memory up to `end` is written.
+  void PrefaultUpTo(const uint8_t* end) {
     while (next_ < end) {
       uint8_t* const begin = next_;
       const size_t toBoundary =

@@ -1,4 +1,4 @@
-// Contexts on whole displays.
+// CGL contexts, each of which has a whole display.
 #include <array>
 #include <bit>
 #include <optional>
@@ -10,9 +10,8 @@
 
 namespace {
 
-// None of these takes memory: callers that have begun a picture can't fail any more. A pixel format
-// is its display's, by the lowest bit of the mask that asked for it.
-std::array<_CGLPixelFormatObject, 32> pixelFormats;
+// Static, because callers that have begun a picture don't check for failures.
+std::array<_CGLPixelFormatObject, 32> pixelFormats;  // by the lowest bit of the display mask
 std::optional<_CGLContextObject> theContext;
 CGLContextObj currentContext = nullptr;
 
@@ -24,7 +23,7 @@ struct Request {
   uint32_t displayMask = 0;
 };
 
-// Nothing when the list has an attribute that this platform does not know.
+// Nothing when the list has an unknown attribute.
 std::optional<Request> ReadAttributes(const CGLPixelFormatAttribute* attributes) {
   Request request;
   for (; *attributes != 0; ++attributes) {

@@ -9,7 +9,7 @@ struct _CGLPixelFormatObject {
 
 struct _CGLContextObject {
   uint32_t display;         // identifier
-  bool isAttached = false;  // to the display, whose pixels are the frame buffer from then on
+  bool isAttached = false;  // to the display, whose pixels are the frame buffer then
 };
 
 namespace qrv::opengl {

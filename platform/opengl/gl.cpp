@@ -1,8 +1,8 @@
-// Reading the frame buffer back. A display is captured into it when it is asked for first, so there
-// is nothing to finish, and the front buffer is all there is.
+// Reading the frame buffer back. The display is captured into it when it is first needed, so there
+// is nothing to finish, and the front buffer is the only one.
 //
-// A read can't fail as far as its callers look. So the display is captured before: a viewport is
-// that of a frame buffer that is there, or empty.
+// Callers don't check whether a read fails. So the viewport already needs the frame buffer, and is
+// empty when the capture fails.
 #include <OpenGL/gl.h>
 
 #include <algorithm>
@@ -20,8 +20,8 @@ namespace {
 
 constexpr size_t kPixelBytes = 4;
 
-// What is asked for and lies within the frame buffer, in its coordinates: from the bottom-left
-// corner, y growing upward; right and top exclusive.
+// A part of the frame buffer, in its coordinates: from the bottom-left corner, y growing upward;
+// right and top are exclusive.
 struct Area {
   int64_t left;
   int64_t bottom;
@@ -35,21 +35,21 @@ Area Clip(GLint x, GLint y, GLsizei width, GLsizei height, const Frame& frameBuf
           std::min<int64_t>(int64_t{y} + height, frameBuffer.height)};
 }
 
-Frame AreaOf(const Frame& frameBuffer, const Area& area) {
+Frame Crop(const Frame& frameBuffer, const Area& area) {
   return PartOf(
       frameBuffer,
       {static_cast<int32_t>(area.left), static_cast<int32_t>(frameBuffer.height - area.top),
        static_cast<int32_t>(area.right - area.left), static_cast<int32_t>(area.top - area.bottom)});
 }
 
-// Stores the frame bottom row first. `first` is where its bottom-left pixel goes.
+// Stores the frame bottom row first. `first` is the address for its bottom-left pixel.
 void StoreRowsReversed(const Frame& frame, uint8_t* first, size_t bytesBetweenRows) {
   const auto height = static_cast<size_t>(frame.height);
   const size_t rowBytes = static_cast<size_t>(frame.width) * kPixelBytes;
   qrv::Prefaulter pages(first, (height - 1) * bytesBetweenRows + rowBytes);
   for (size_t row = 0; row < height; ++row) {
     uint8_t* const target = first + row * bytesBetweenRows;
-    pages.Reach(target + rowBytes);
+    pages.PrefaultUpTo(target + rowBytes);
     const uint8_t* const source = frame.pixels + (height - 1 - row) * frame.rowBytes;
     qrv::pixels::PrefetchRowAhead(source, -static_cast<ptrdiff_t>(frame.rowBytes), rowBytes);
     memcpy(target, source, rowBytes);
@@ -60,8 +60,8 @@ void StoreRowsReversed(const Frame& frame, uint8_t* first, size_t bytesBetweenRo
 
 void glFinish() {}
 
-// A context without a back buffer reads its front buffer from the start; any other choice is an
-// error, which changes nothing.
+// A context without a back buffer reads its front buffer by default; choosing any other is an error
+// that changes nothing.
 void glReadBuffer(GLenum) {}
 
 void glGetIntegerv(GLenum name, GLint* values) {
@@ -75,12 +75,11 @@ void glGetIntegerv(GLenum name, GLint* values) {
   values[3] = frameBuffer.height;
 }
 
-// Rows of 4-byte pixels without a gap are all that callers ask for, and the only way to pack them
-// here.
+// Supports only the packing that callers use: rows of 4-byte pixels without gaps.
 void glPixelStorei(GLenum name, GLint value) {
   if (value == (name == GL_PACK_ALIGNMENT ? 4 : 0)) return;
   qrv::desktop::FailCapture(qrv::desktop::Reason::kUnsupported,
-                            "pixels were to be packed other than without gaps");
+                            "pixels can only be packed without gaps");
 }
 
 void glReadPixels(GLint x, GLint y, GLsizei width, GLsizei height, GLenum format, GLenum type,
@@ -97,7 +96,7 @@ void glReadPixels(GLint x, GLint y, GLsizei width, GLsizei height, GLenum format
   const size_t bytesBetweenRows = static_cast<size_t>(width) * kPixelBytes;
   const auto column = static_cast<size_t>(area.left - x);
   const auto row = static_cast<size_t>(area.bottom - y);
-  StoreRowsReversed(AreaOf(frameBuffer, area),
+  StoreRowsReversed(Crop(frameBuffer, area),
                     static_cast<uint8_t*>(pixels) + row * bytesBetweenRows + column * kPixelBytes,
                     bytesBetweenRows);
   qrv::desktop::RecordReadBack();

@@ -1,4 +1,4 @@
-// Converting rows of pixels into memory that may never have been written before.
+// Converting rows of pixels into memory that may be fresh.
 #ifndef PLATFORM_PIXELS_CONVERT_ROWS_H_
 #define PLATFORM_PIXELS_CONVERT_ROWS_H_
 
@@ -11,17 +11,16 @@
 
 namespace qrv::pixels {
 
-// Where rows of pixels are, and the bytes from one to the next.
 template <typename Byte>
 struct PixelRows {
   Byte* first;
-  size_t rowBytes;
+  size_t rowBytes;  // from one row to the next
 };
 
-// Converts rows of `width` pixels, of four bytes each, to ones of `pixelBytes` each.
+// Converts rows of `width` pixels of four bytes each to rows of pixels of `pixelBytes` each.
 inline void ConvertRows(RowKernel convert, PixelRows<const uint8_t> source,
                         PixelRows<uint8_t> target, size_t pixelBytes, size_t width, size_t height) {
-  // Rows that touch in both are one long row.
+  // Rows without gaps in both are joined.
   constexpr size_t kAtOnce = size_t{64} << 10;  // bytes
   const size_t rowBytes = width * pixelBytes;
   const bool rowsTouch = source.rowBytes == width * 4 && target.rowBytes == rowBytes;
@@ -30,7 +29,7 @@ inline void ConvertRows(RowKernel convert, PixelRows<const uint8_t> source,
   for (size_t row = 0; row < height; row += step) {
     const size_t count = std::min(step, height - row);
     uint8_t* const first = target.first + row * target.rowBytes;
-    pages.Reach(first + (count - 1) * target.rowBytes + rowBytes);
+    pages.PrefaultUpTo(first + (count - 1) * target.rowBytes + rowBytes);
     convert(source.first + row * source.rowBytes, first, count * width);
   }
 }

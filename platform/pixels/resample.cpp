@@ -22,7 +22,7 @@ class Positions {
 
   // Of a target coordinate, in halves.
   int64_t Of(int64_t halves) const { return start_ + (halves - 2 * to_.low) * step_; }
-  int64_t Denominator() const { return denominator_; }
+  int64_t denominator() const { return denominator_; }
   bool Shrinks() const { return 2 * step_ > denominator_; }
 
  private:
@@ -32,19 +32,19 @@ class Positions {
   int64_t denominator_;
 };
 
-// The pixels between two positions, each with its share of the weight. The shares are differences
-// of rounded sums, so that they are 256 in all.
+// Adds the pixels between two positions, each with its weight. The weights are differences of
+// rounded sums, so that they sum up to 256.
 void AddAverage(int64_t begin, int64_t end, int64_t denominator, AxisMap& map) {
   const auto first = static_cast<int32_t>(begin / denominator);
   const auto last = static_cast<int32_t>((end - 1) / denominator);
   map.taps.push_back({first, last - first + 1, map.weights.size()});
   const int64_t length = end - begin;
-  int64_t given = 0;
+  int64_t previousSum = 0;
   for (int64_t pixel = first; pixel <= last; ++pixel) {
     const int64_t covered = std::min((pixel + 1) * denominator, end) - begin;
     const int64_t sum = (2 * covered * kWholeWeight + length) / (2 * length);
-    map.weights.push_back(static_cast<uint16_t>(sum - given));
-    given = sum;
+    map.weights.push_back(static_cast<uint16_t>(sum - previousSum));
+    previousSum = sum;
   }
 }
 
@@ -58,7 +58,7 @@ QRV_TARGET_CLONES void AddToSums(uint16_t* __restrict sums, const uint8_t* __res
   for (size_t i = 0; i < count; ++i) sums[i] = static_cast<uint16_t>(sums[i] + row[i] * weight);
 }
 
-// Two rows at once.
+// Averages two rows in one pass.
 QRV_TARGET_CLONES void AverageTwo(uint8_t* __restrict line, const uint8_t* __restrict one,
                                   const uint8_t* __restrict other, size_t count, uint16_t weight,
                                   uint16_t otherWeight) {
@@ -86,7 +86,7 @@ T Load(const uint8_t* at) {
   return word;
 }
 
-// Makes one pixel of every two.
+// Averages every two pixels.
 QRV_TARGET_CLONES void HalveColumns(uint8_t* __restrict target, const uint8_t* __restrict line,
                                     size_t count) {
   constexpr uint32_t kUpperSeven = 0xFEFEFEFE;  // bits of each channel
@@ -98,7 +98,7 @@ QRV_TARGET_CLONES void HalveColumns(uint8_t* __restrict target, const uint8_t* _
   }
 }
 
-// Every second channel of a pixel, and of two neighbours. A weighted sum of such fits its 16 bits.
+// Masks for every second channel of a pixel, and of two. A channel's weighted sum fits 16 bits.
 constexpr uint32_t kEverySecond = 0x00FF00FF;
 constexpr uint64_t kEverySecondOfTwo = 0x00FF00FF00FF00FF;
 
@@ -109,7 +109,7 @@ uint32_t SumOfTwo(uint64_t channels, uint64_t weights) {
 
 }  // namespace
 
-bool AxisMap::IsPlain() const {
+bool AxisMap::IsUnscaled() const {
   for (size_t i = 0; i < taps.size(); ++i) {
     if (taps[i].count != 1 || taps[i].first != taps[0].first + static_cast<int32_t>(i))
       return false;
@@ -133,15 +133,15 @@ AxisMap MapAxis(const SourceAxis& source, Span from, Span to, Span target) {
   const int64_t high = std::min(to.high, target.high);
   if (low < high) map.taps.reserve(static_cast<size_t>(high - low));
   const Positions positions(source, from, to);
-  const int64_t end = source.pixelCount * positions.Denominator();
+  const int64_t end = source.pixelCount * positions.denominator();
   for (int64_t at = low; at < high; ++at) {
     const bool wasEmpty = map.empty();
     if (positions.Shrinks()) {
       const int64_t begin = std::max<int64_t>(positions.Of(2 * at), 0);
       const int64_t stop = std::min(positions.Of(2 * at + 2), end);
-      if (begin < stop) AddAverage(begin, stop, positions.Denominator(), map);
+      if (begin < stop) AddAverage(begin, stop, positions.denominator(), map);
     } else if (const int64_t centre = positions.Of(2 * at + 1); centre >= 0 && centre < end) {
-      map.taps.push_back({static_cast<int32_t>(centre / positions.Denominator()), 1, 0});
+      map.taps.push_back({static_cast<int32_t>(centre / positions.denominator()), 1, 0});
     }
     if (wasEmpty && !map.empty()) map.firstTarget = static_cast<size_t>(at - target.low);
   }

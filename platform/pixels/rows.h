@@ -1,6 +1,5 @@
-// Rows of pixels, converted from one way in memory to another: all that the frameworks do to
-// pixels. A kernel is chosen once, before the loop over the rows; rows that touch are one long row
-// to it.
+// Row kernels, which convert rows of pixels from one layout to another. A kernel is chosen once,
+// before the loop over the rows; rows without gaps are joined into one.
 #ifndef PLATFORM_PIXELS_ROWS_H_
 #define PLATFORM_PIXELS_ROWS_H_
 
@@ -9,17 +8,16 @@
 
 namespace qrv::pixels {
 
-// Converts `count` pixels that follow one another. Source and target don't overlap, and neither
-// need be aligned.
+// Converts `count` consecutive pixels. Source and target don't overlap, and need no alignment.
 using RowKernel = void (*)(const uint8_t* source, uint8_t* target, size_t count);
 
 // --- Between pixels of four bytes ---
 
-// First in memory first. A is alpha or an unused byte.
+// In the order of memory. A is alpha or an unused byte.
 enum class ByteOrder { kRGBA, kARGB, kBGRA };
 
-// Colours stay as they are. So does A when it is the source's alpha; else the target's is 255.
-// `target` is not kBGRA, and no source in that order has alpha.
+// Keeps the colours, and the alpha if the source has one; else the target's is 255. `target` is not
+// kBGRA, and a source in that order has no alpha.
 RowKernel ReorderingKernel(ByteOrder source, ByteOrder target, bool hasAlpha);
 
 // --- From the screen (blue, green, red, unused) to the pixels of QuickDraw's worlds ---

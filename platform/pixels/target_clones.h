@@ -1,8 +1,8 @@
-// QRV_TARGET_CLONES before a function has it compiled for several generations of vector
-// instructions; the best one for the processor is chosen when the program is loaded. Empty where
-// the object format or the compiler has no such thing; the function is then compiled for the
-// baseline only. So it is with AddressSanitizer, too: that instruments the function that chooses,
-// which runs before its memory is there.
+// QRV_TARGET_CLONES before a function compiles it for several generations of vector instructions;
+// the loader chooses the best one for the processor. Empty where the object format or the compiler
+// does not support it, and with AddressSanitizer, which instruments the choosing function although
+// that runs before the sanitizer's memory is set up. The function is then compiled for the baseline
+// only.
 #ifndef PLATFORM_PIXELS_TARGET_CLONES_H_
 #define PLATFORM_PIXELS_TARGET_CLONES_H_
 

@@ -63,7 +63,7 @@ template <typename Target>
   }
 }
 
-// The row of a plain capture.
+// The common case, so the only one with clones.
 QRV_TARGET_CLONES void ConvertToXrgb32(const uint8_t* source, uint8_t* target, size_t count) {
   ConvertRow<Xrgb32>(source, target, count);
 }

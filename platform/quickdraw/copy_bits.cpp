@@ -14,7 +14,7 @@ namespace {
 pixels::Span Horizontal(const Rect& rect) { return {rect.left, rect.right}; }
 pixels::Span Vertical(const Rect& rect) { return {rect.top, rect.bottom}; }
 
-// Which of the display's pixels each pixel of the world shows.
+// The display's pixels that each pixel of the world shows.
 struct PixelMapping {
   pixels::AxisMap columns;
   pixels::AxisMap rows;
@@ -38,7 +38,7 @@ void CopyScaled(const desktop::Frame& from, const OpaqueGrafPtr& world, uint8_t*
   Prefaulter pages(target, (mapping.rows.size() - 1) * world.rowBytes + rowBytes);
   for (size_t row = 0; row < mapping.rows.size(); ++row) {
     uint8_t* const first = target + row * world.rowBytes;
-    pages.Reach(first + rowBytes);
+    pages.PrefaultUpTo(first + rowBytes);
     world.layout->convert(resampler.Row(row), first, mapping.columns.size());
   }
 }
@@ -51,7 +51,7 @@ void CopyDisplay(const desktop::Display& display, const OpaqueGrafPtr& world,
       desktop::Capture(display, desktop::SourceOf(columns, rows), desktop::Strategy::kQuickDraw);
   if (!frame) return;
   uint8_t* const target = world.At(columns.firstTarget, rows.firstTarget);
-  if (columns.IsPlain() && rows.IsPlain()) {
+  if (columns.IsUnscaled() && rows.IsUnscaled()) {
     pixels::ConvertRows(world.layout->convert, {frame.pixels, frame.rowBytes},
                         {target, world.rowBytes}, world.layout->bytesPerPixel, columns.size(),
                         rows.size());
@@ -70,7 +70,7 @@ void CopyBits(const BitMap* source, const BitMap* target, const Rect* sourceRect
   if (world == nullptr || sourceRect == nullptr || targetRect == nullptr) return;
   if (mode != srcCopy || mask != nullptr || FindWorld(IdentityOf(source)) != nullptr) {
     qrv::desktop::FailCapture(qrv::desktop::Reason::kUnsupported,
-                              "pixels were to be copied other than plainly from a screen");
+                              "pixels can only be copied from a screen, without a mask");
     return;
   }
   const qrv::desktop::Display* const display = FindScreen(IdentityOf(source));

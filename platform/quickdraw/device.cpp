@@ -21,8 +21,8 @@ struct Device {
   desktop::Display display;
 };
 
-// The first `liveCount` devices stand for the displays of the latest list, in its order. The others
-// are there for the handles to them that programs may still have. Displays beyond are left out.
+// The first `liveCount` devices are the displays of the latest list, in its order. The others stay
+// because programs may still have handles to them. Displays beyond the array are left out.
 std::array<Device, 256> devices;
 size_t liveCount = 0;
 

@@ -1,4 +1,4 @@
-// Devices: a record for each display of the desktop.
+// QuickDraw's devices, one for each display of the desktop.
 #ifndef PLATFORM_QUICKDRAW_DEVICE_H_
 #define PLATFORM_QUICKDRAW_DEVICE_H_
 
@@ -8,12 +8,12 @@
 
 namespace qrv::quickdraw {
 
-// The display that the device of that map stands for, or null when it is none of the latest list.
-// Valid until the next list.
+// The display of the device with that map, or null when it is not in the latest list. Valid until
+// the next list.
 const desktop::Display* FindScreen(PixMapHandle map);
 const desktop::Display* FindScreen(const void* mapIdentity);
 
-// Whether there is no device: the latest list had none, or there was none yet.
+// Whether there is no device: the latest list was empty, or there was no list yet.
 bool HasNoDevice();
 
 }  // namespace qrv::quickdraw

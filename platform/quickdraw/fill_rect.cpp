@@ -1,4 +1,4 @@
-// Rectangles: what they have in common, and filling them.
+// Intersecting and filling rectangles.
 #include <algorithm>
 #include <cstring>
 #include <iterator>
@@ -23,9 +23,9 @@ Boolean SectRect(const Rect* first, const Rect* second, Rect* common) {
   const Rect part = {std::max(first->top, second->top), std::max(first->left, second->left),
                      std::min(first->bottom, second->bottom),
                      std::min(first->right, second->right)};
-  const bool meet = part.top < part.bottom && part.left < part.right;
-  *common = meet ? part : Rect{};
-  return meet;
+  const bool intersect = part.top < part.bottom && part.left < part.right;
+  *common = intersect ? part : Rect{};
+  return intersect;
 }
 
 Pattern* GetQDGlobalsBlack(Pattern* black) {
@@ -42,10 +42,10 @@ void FillRect(const Rect* rect, const Pattern* pattern) {
   OpaqueGrafPtr& world = *qrv::quickdraw::CurrentPort();
   const Rect& bounds = world.map.record().bounds;
   Rect visible;
-  if (pattern == nullptr || !world.hasPixels() || !SectRect(rect, &bounds, &visible)) return;
+  if (pattern == nullptr || !world.HasPixels() || !SectRect(rect, &bounds, &visible)) return;
   if (!IsBlack(*pattern)) {
     qrv::desktop::FailCapture(qrv::desktop::Reason::kUnsupported,
-                              "a pattern other than black was to be drawn");
+                              "only the black pattern can be drawn");
     return;
   }
   const auto width = static_cast<size_t>(visible.right - visible.left);

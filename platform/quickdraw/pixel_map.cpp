@@ -13,7 +13,7 @@ constexpr short kDirectPixels = 16;
 
 }  // namespace
 
-// A distance between rows that the field has no room for is given as 0.
+// The record's rowBytes is 0 when the field is too small for it.
 void OwnedMap::Fill(const Rect& bounds, short depth, Ptr base, size_t rowBytes) {
   const bool direct = depth != 8;
   record_ = PixMap{};

@@ -1,4 +1,4 @@
-// Pixel maps, the records through which programs see the pixels of worlds and of devices.
+// Pixel maps: records that describe the pixels of worlds and devices to programs.
 #ifndef PLATFORM_QUICKDRAW_PIXEL_MAP_H_
 #define PLATFORM_QUICKDRAW_PIXEL_MAP_H_
 
@@ -23,8 +23,8 @@ static_assert(offsetof(PixMap, bounds) == offsetof(BitMap, bounds));
 
 namespace qrv::quickdraw {
 
-// A map that its owner fills and hands out by handle, by address, or by the copies that programs
-// make of it. `pmExt` is the map's own address, by which such a copy is traced back.
+// A map that programs get by handle or by address, and may copy. `pmExt` is the map's own address,
+// which identifies it in a copy.
 class OwnedMap {
  public:
   OwnedMap() = default;

@@ -16,7 +16,7 @@ namespace qrv::quickdraw {
 namespace {
 
 constexpr size_t kRowAlignment = 16;
-// Of pixels, without what aligns the rows.
+// Of the pixels, without the padding of rows.
 constexpr uint64_t kMaxWorldBytes = std::numeric_limits<int32_t>::max();
 
 OpaqueGrafPtr defaultPort;
@@ -34,7 +34,7 @@ GWorldPtr FindWorld(PixMapHandle map) {
   return FindWorldThat([=](OpaqueGrafPtr& each) { return each.map.handle() == map; });
 }
 
-// The port as a world, or null when it is none that exists.
+// The port as a world, or null when no such world exists.
 GWorldPtr FindWorld(GrafPtr port) {
   return FindWorldThat([=](OpaqueGrafPtr& each) { return &each == port; });
 }
@@ -44,7 +44,7 @@ QDErr CreateWorld(GWorldPtr& result, short depth, const Rect& bounds) {
   const int width = bounds.right - bounds.left;
   const int height = bounds.bottom - bounds.top;
   if (layout == nullptr || width <= 0 || height <= 0) return paramErr;
-  // A program that has found no screen would take an untouched world for a black one.
+  // A program that finds no device copies nothing, and would take the empty world for a capture.
   if (HasNoDevice()) return cDevErr;
 
   const size_t usedBytes = static_cast<size_t>(width) * layout->bytesPerPixel;

@@ -9,11 +9,11 @@
 #include "platform/pixels/rows.h"
 #include "platform/quickdraw/pixel_map.h"
 
-// A world, or the default port, which has none of this.
+// A world, or the default port, whose members are all null or 0.
 struct OpaqueGrafPtr {
-  bool hasPixels() const { return pixels != nullptr; }
+  bool HasPixels() const { return pixels != nullptr; }
 
-  // The address of a pixel, counted from the top-left one.
+  // The address of the pixel at a column and row, counted from the top-left pixel.
   uint8_t* At(size_t column, size_t row) const {
     return pixels + row * rowBytes + column * layout->bytesPerPixel;
   }
@@ -22,7 +22,7 @@ struct OpaqueGrafPtr {
   size_t rowBytes = 0;
   const qrv::pixels::WorldLayout* layout = nullptr;
   qrv::quickdraw::OwnedMap map;
-  OpaqueGrafPtr* next = nullptr;  // of the worlds that exist
+  OpaqueGrafPtr* next = nullptr;  // in the list of worlds
 };
 
 namespace qrv::quickdraw {

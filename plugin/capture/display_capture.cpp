@@ -1,5 +1,5 @@
-// Whole displays: display images where the system has them, else an OpenGL read-back, else a copy
-// of the QuickDraw device.
+// Captures of whole displays: by display image where the system has those, else by OpenGL
+// read-back, else by a copy from the QuickDraw device.
 
 #include "plugin/capture/display_choice.h"
 #include "plugin/capture/methods.h"
@@ -11,13 +11,13 @@ namespace {
 
 using capture::DevicePixels;
 
-// An image of the whole display, owned by the caller; null where there are no display images.
+// An image of the whole display, owned by the caller; null where display images are unavailable.
 CGImageRef CreateDisplayImage(CGDirectDisplayID display) {
   if (!capture::SystemHasDisplayImages() || CGDisplayCreateImage == nullptr) return nullptr;
   return CGDisplayCreateImage(display);
 }
 
-// True when a display image was had: its picture, nil included, is the method's result.
+// True when there was a display image: then its picture, even when nil, is the method's result.
 bool CaptureByDisplayImage(CGDirectDisplayID display, REALpictureStruct*& picture) {
   CGImageRef image = CreateDisplayImage(display);
   if (image == nullptr) return false;

@@ -1,4 +1,4 @@
-// What the capture methods ask about the displays and the system.
+// The displays, and what the system supports.
 #ifndef PLUGIN_CAPTURE_DISPLAY_CHOICE_H_
 #define PLUGIN_CAPTURE_DISPLAY_CHOICE_H_
 
@@ -20,8 +20,7 @@ bool ListActiveDisplays(DisplayList& list);
 // The active display with that index, or 0 when there is none.
 CGDirectDisplayID ActiveDisplay(int32_t index);
 
-// True when the system's version is one that has display images. Major and minor version are
-// tested separately.
+// True when the system's version has display images. Major and minor version are tested separately.
 bool SystemHasDisplayImages();
 
 }  // namespace capture

@@ -110,7 +110,7 @@ REALstringStruct* GLScreenshotStringQRV(unsigned int display, int32_t& width, in
   capture::PixelBuffer buffer;
   capture::FrameBufferArea area = {};
   if (!capture::ReadDisplay(display, buffer, area)) return nullptr;
-  REALstringStruct* string = originalREALBuildString(buffer.Bytes(), buffer.Size());
+  REALstringStruct* string = originalREALBuildString(buffer.bytes(), buffer.size());
   if (string != nullptr) REALSetStringEncoding(string, kRawBytesEncoding);
   width = area.width;
   height = area.height;

@@ -17,8 +17,8 @@ bool Is32bitDisplay(unsigned int display);
 // A picture of the display, or nil.
 REALpictureStruct* GLScreenshotQRV(unsigned int display);
 
-// The display's pixels as a raw pixel string, or nil. The three numbers are written once pixels
-// have been read, and are untouched otherwise.
+// The display's pixels as a raw pixel string, or nil. The three numbers are written only when
+// pixels have been read.
 REALstringStruct* GLScreenshotStringQRV(unsigned int display, int32_t& width, int32_t& height,
                                         int32_t& rowBytes);
 
@@ -28,11 +28,11 @@ inline void DestroyContext(CGLContextObj context) { CGLDestroyContext(context); 
 
 using OwnedGLContext = picture::Owned<CGLContextObj, DestroyContext>;
 
-// True when the OpenGL framework is there. None of the functions below may be called otherwise.
+// True when the OpenGL framework is available. The functions below may be called only then.
 bool HasOpenGL();
 
-// A context of the display's whole screen, current on this thread, with its front buffer selected
-// for reading; null when there is none. The caller destroys it.
+// A full-screen context of the display, current on this thread, with its front buffer selected for
+// reading; null when there is none. The caller destroys it.
 CGLContextObj OpenFullScreenContext(CGDirectDisplayID display);
 
 // A rectangle of a frame buffer, in pixels from its bottom-left corner.
@@ -43,16 +43,16 @@ struct FrameBufferArea {
   int32_t height;
 };
 
-// Pixels read back: rows from the bottom upward without gaps, 4 bytes a pixel: blue, green, red,
+// Pixels read back: rows from the bottom upward without gaps, 4 bytes per pixel: blue, green, red,
 // alpha.
 class PixelBuffer {
  public:
-  // Reads the area of the current context into memory that is zeroed before. False when the size in
-  // bytes is not in 1 .. 2^31 - 1, or there is no memory.
+  // Reads the area of the current context into new, zeroed memory. False when the size in bytes is
+  // not in 1 .. 2^31 - 1, or there is no memory.
   bool Read(const FrameBufferArea& area);
 
-  const char* Bytes() const { return static_cast<const char*>(memory_.get()); }
-  int32_t Size() const { return size_; }
+  const char* bytes() const { return static_cast<const char*>(memory_.get()); }
+  int32_t size() const { return size_; }
   // The pixels as rows of a picture, top row first.
   picture::SourceRows Rows() const;
 

@@ -1,8 +1,8 @@
 // Raw pixel strings: a display's pixels as a host string, and back into a picture.
 //
-// The format: rows from the bottom upward, RowBytes bytes from one to the next; 4 bytes a pixel:
-// blue, green, red, alpha. The captures leave no gaps: RowBytes is Width x 4 and the length is
-// Height x RowBytes. Back into a picture, rows may be wider and the string longer.
+// The format: rows from the bottom upward, RowBytes bytes from one to the next; 4 bytes per pixel:
+// blue, green, red, alpha. Captures leave no gaps: RowBytes is Width x 4 and the length is Height x
+// RowBytes. Strings that become pictures may have gaps between rows, and be longer.
 
 #include "plugin/capture/display_choice.h"
 #include "plugin/capture/methods.h"
@@ -12,7 +12,7 @@
 
 namespace {
 
-// A host string's bytes for the time of a call, given back at its end.
+// A host string's bytes, released at the end of the scope.
 class StringBytes {
  public:
   explicit StringBytes(REALstringStruct* string) {
@@ -30,9 +30,9 @@ class StringBytes {
     if (described_) REALDisposeStringData(&data_);
   }
 
-  // Null when the bytes can't be had.
-  const uint8_t* Bytes() const { return bytes_; }
-  int64_t Length() const { return length_; }
+  // Null when the bytes are unavailable.
+  const uint8_t* bytes() const { return bytes_; }
+  int64_t length() const { return length_; }
 
  private:
   void Describe(REALstringStruct* string) {
@@ -43,7 +43,7 @@ class StringBytes {
   }
 
   void Lock(REALstringStruct* string) {
-    // Where it can't be locked, the caller's reference keeps it, which is not given away.
+    // When the lock fails, the caller's reference keeps the string alive during the call.
     if (REALLockString(string)) locked_ = string;
     const auto* record = reinterpret_cast<const LegacyHostString*>(string);
     if (record->storage == nullptr) return;
@@ -75,12 +75,12 @@ REALpictureStruct* ScreenshotFromStringQRV(int32_t width, int32_t height, int32_
                                            REALstringStruct* data) {
   if (width < 1 || height < 1 || rowBytes < static_cast<int64_t>(width) * 4) return nullptr;
   const StringBytes string(data);
-  if (string.Bytes() == nullptr) return nullptr;
-  if (static_cast<int64_t>(rowBytes) * height > string.Length()) return nullptr;
+  if (string.bytes() == nullptr) return nullptr;
+  if (static_cast<int64_t>(rowBytes) * height > string.length()) return nullptr;
   PictureWriter writer;
   if (!BindNewPicture(writer, width, height)) return nullptr;
   const ptrdiff_t step = rowBytes;
-  const uint8_t* top = string.Bytes() + (height - 1) * step;
+  const uint8_t* top = string.bytes() + (height - 1) * step;
   picture::WriteRows(writer, {picture::SourceLayout::kBgrSkip, top, -step, width, height});
   return writer.RenderPictureWriter();
 }

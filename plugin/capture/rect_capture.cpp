@@ -1,5 +1,5 @@
-// A rectangle of the desktop at its own size. Three strategies over one request; each visits the
-// displays one by one and puts each display's share at its own place in one result.
+// Captures of a rectangle of the desktop at its own size, by three strategies. Each visits the
+// displays one by one and puts each display's part of the rectangle at its position in one result.
 
 #include "plugin/capture/display_choice.h"
 #include "plugin/capture/methods.h"
@@ -38,15 +38,15 @@ CGRect FloatRect(const RectRequest& request) {
           {static_cast<CGFloat>(request.width), static_cast<CGFloat>(request.height)}};
 }
 
-// Draws the display's share of the request at its place, unscaled at its own pixel size. A display
-// whose image can't be had contributes nothing.
-void DrawShare(CGContextRef bitmap, const RectRequest& request, CGDirectDisplayID display) {
+// Draws the display's part of the request at its position, unscaled. A display without an image
+// contributes nothing.
+void DrawPart(CGContextRef bitmap, const RectRequest& request, CGDirectDisplayID display) {
   const CGRect bounds = CGDisplayBounds(display);
   const CGRect part = CGRectIntersection(bounds, FloatRect(request));
   if (CGRectIsNull(part)) return;
-  const CGRect local = {{part.origin.x - bounds.origin.x, part.origin.y - bounds.origin.y},
-                        part.size};
-  const OwnedImage image(CGDisplayCreateImageForRect(display, local));
+  const CGRect onDisplay = {{part.origin.x - bounds.origin.x, part.origin.y - bounds.origin.y},
+                            part.size};
+  const OwnedImage image(CGDisplayCreateImageForRect(display, onDisplay));
   if (image.get() == nullptr) return;
   const auto imageWidth = static_cast<CGFloat>(CGImageGetWidth(image.get()));
   const auto imageHeight = static_cast<CGFloat>(CGImageGetHeight(image.get()));
@@ -54,10 +54,10 @@ void DrawShare(CGContextRef bitmap, const RectRequest& request, CGDirectDisplayI
   const double y = static_cast<double>(request.height) -
                    (static_cast<double>(part.origin.y) - request.top) -
                    static_cast<double>(imageHeight);
-  const CGRect place = {
+  const CGRect inBitmap = {
       {part.origin.x - static_cast<CGFloat>(request.left), static_cast<CGFloat>(y)},
       {imageWidth, imageHeight}};
-  CGContextDrawImage(bitmap, place, image.get());
+  CGContextDrawImage(bitmap, inBitmap, image.get());
 }
 
 REALpictureStruct* CaptureByDisplayImages(const RectRequest& request) {
@@ -71,31 +71,30 @@ REALpictureStruct* CaptureByDisplayImages(const RectRequest& request) {
                                                  kCGImageAlphaNoneSkipFirst));
   if (bitmap.get() == nullptr) return nullptr;
   CGContextClearRect(bitmap.get(), {{0, 0}, FloatRect(request).size});
-  for (uint32_t i = 0; i < list.count; ++i) DrawShare(bitmap.get(), request, list.displays[i]);
+  for (uint32_t i = 0; i < list.count; ++i) DrawPart(bitmap.get(), request, list.displays[i]);
   const OwnedImage composed(CGBitmapContextCreateImage(bitmap.get()));
   return composed.get() == nullptr ? nullptr : GetCGImagePicture(composed.get());
 }
 
-// --- OpenGL, each display's share read back into one picture ---
+// --- OpenGL, each display's part read back into one picture ---
 
-// A float as a 32-bit integer, truncated toward zero; the nearest limit beyond the range.
+// Truncates toward zero; a value out of range becomes the nearest limit.
 int32_t Truncate(CGFloat value) {
   if (!(value > -2147483648.0)) return INT32_MIN;
   if (value >= 2147483648.0) return INT32_MAX;
   return static_cast<int32_t>(value);
 }
 
-// A display's share of the request: where it lies in the frame buffer, and where it goes in the
-// picture.
-struct Share {
+// A display's part of the request.
+struct Part {
   capture::FrameBufferArea area;
-  int32_t column;
+  int32_t column;  // in the picture
   int32_t row;
 };
 
-// False when the display does not meet the request. Every sum wraps, so that it may seem to where
-// it doesn't; then the area lies outside the frame buffer, and is black.
-bool FindShare(const RectRequest& request, const CGRect& bounds, Share& share) {
+// False when the display and the request don't intersect. As sums wrap, it may be true even so;
+// then the area lies outside the frame buffer, and is black.
+bool FindPart(const RectRequest& request, const CGRect& bounds, Part& part) {
   const int32_t displayLeft = Truncate(bounds.origin.x);
   const int32_t displayTop = Truncate(bounds.origin.y);
   const int32_t displayHeight = Truncate(bounds.size.height);
@@ -111,29 +110,29 @@ bool FindShare(const RectRequest& request, const CGRect& bounds, Share& share) {
   if (width <= 0 || height <= 0) return false;
 
   const int32_t offsetFromTop = WrappingSubtract(top, displayTop);
-  share.area = {WrappingSubtract(left, displayLeft),
-                WrappingSubtract(WrappingSubtract(displayHeight, offsetFromTop), height), width,
-                height};
-  share.column = WrappingSubtract(left, request.left);
-  share.row = WrappingSubtract(top, request.top);
-  return share.column >= 0 && share.row >= 0;
+  part.area = {WrappingSubtract(left, displayLeft),
+               WrappingSubtract(WrappingSubtract(displayHeight, offsetFromTop), height), width,
+               height};
+  part.column = WrappingSubtract(left, request.left);
+  part.row = WrappingSubtract(top, request.top);
+  return part.column >= 0 && part.row >= 0;
 }
 
-// Reads the display's share and writes it at its place. A display that fails is skipped.
-void CopyShare(PictureWriter& writer, const RectRequest& request, CGDirectDisplayID display) {
+// Reads the display's part and writes it at its position. Skips a display that fails.
+void CopyPart(PictureWriter& writer, const RectRequest& request, CGDirectDisplayID display) {
   const CGRect bounds = CGDisplayBounds(display);
   capture::PixelBuffer buffer;
-  Share share = {};
+  Part part = {};
   {
     const capture::OwnedGLContext context(capture::OpenFullScreenContext(display));
     if (context.get() == nullptr) return;
-    if (!FindShare(request, bounds, share)) return;
-    if (!buffer.Read(share.area)) return;
+    if (!FindPart(request, bounds, part)) return;
+    if (!buffer.Read(part.area)) return;
   }
-  picture::WriteRows(writer, buffer.Rows(), share.column, share.row);
+  picture::WriteRows(writer, buffer.Rows(), part.column, part.row);
 }
 
-// Nil hands over to QuickDraw.
+// When this is nil, QuickDraw is next.
 REALpictureStruct* CaptureByOpenGL(const RectRequest& request) {
   if (!capture::HasOpenGL()) return nullptr;
   DisplayList list;
@@ -143,22 +142,22 @@ REALpictureStruct* CaptureByOpenGL(const RectRequest& request) {
   }
   PictureWriter writer;
   if (!BindNewPicture(writer, request.width, request.height)) return nullptr;
-  for (uint32_t i = 0; i < list.count; ++i) CopyShare(writer, request, list.displays[i]);
+  for (uint32_t i = 0; i < list.count; ++i) CopyPart(writer, request, list.displays[i]);
   return writer.RenderPictureWriter();
 }
 
 // --- QuickDraw, copied from every device into one world ---
 
-Rect MoveShare(const capture::DeviceRequest& request, const Rect& share) {
+Rect MovePart(const capture::DeviceRequest& request, const Rect& part) {
   return capture::MakeRect(
-      WrappingSubtract(share.top, request.top), WrappingSubtract(share.left, request.left),
-      WrappingSubtract(share.bottom, request.top), WrappingSubtract(share.right, request.left));
+      WrappingSubtract(part.top, request.top), WrappingSubtract(part.left, request.left),
+      WrappingSubtract(part.bottom, request.top), WrappingSubtract(part.right, request.left));
 }
 
 REALpictureStruct* CaptureByQuickDraw(const RectRequest& request) {
   return capture::PictureOfDevices(
       {request.left, request.top, request.width, request.height, request.width, request.height},
-      MoveShare);
+      MovePart);
 }
 
 }  // namespace

@@ -6,9 +6,9 @@
 namespace capture {
 namespace {
 
-// Copies a rectangle of the device onto a rectangle of the world, with the colours of the current
-// port set so that the pixels are taken as they are.
-void CopyShare(const PixMap& device, GWorldPtr world, const Rect& source, const Rect& destination) {
+// Copies a rectangle of the device onto a rectangle of the world. Sets the colours of the current
+// port so that the copy does not change the pixels.
+void CopyPart(const PixMap& device, GWorldPtr world, const Rect& source, const Rect& destination) {
   ForeColor(blackColor);
   BackColor(whiteColor);
   const BitMap* target = GetPortBitMapForCopyBits(world);
@@ -28,15 +28,14 @@ void FillBlack(const Rect& rect) {
   if (black != nullptr) FillRect(&rect, black);
 }
 
-void CopyDevices(const DeviceRequest& request, PlaceShare place, GDHandle firstDevice,
-                 GWorldPtr world) {
+void CopyDevices(const DeviceRequest& request, MapPart map, GDHandle firstDevice, GWorldPtr world) {
   const Rect source = MakeRect(request.top, request.left, WrappingAdd(request.top, request.height),
                                WrappingAdd(request.left, request.width));
   for (GDHandle device = firstDevice; device != nullptr; device = GetNextDevice(device)) {
     const PixMap* pixels = DevicePixels(device);
-    Rect share = {};
-    if (pixels == nullptr || !SectRect(&pixels->bounds, &source, &share)) continue;
-    CopyShare(*pixels, world, share, place(request, share));
+    Rect part = {};
+    if (pixels == nullptr || !SectRect(&pixels->bounds, &source, &part)) continue;
+    CopyPart(*pixels, world, part, map(request, part));
   }
 }
 
@@ -55,11 +54,11 @@ const PixMap* DevicePixels(GDHandle device) {
 REALpictureStruct* PictureOfDevice(const PixMap& device, const Rect& bounds) {
   GWorldPtr world = MakeWorld(device.pixelSize, bounds);
   if (world == nullptr) return nullptr;
-  CopyShare(device, world, device.bounds, bounds);
+  CopyPart(device, world, device.bounds, bounds);
   return REALBuildPictureFromGWorld(world);
 }
 
-REALpictureStruct* PictureOfDevices(const DeviceRequest& request, PlaceShare place) {
+REALpictureStruct* PictureOfDevices(const DeviceRequest& request, MapPart map) {
   const Rect worldRect = MakeRect(0, 0, request.destinationHeight, request.destinationWidth);
   GDHandle firstDevice = GetDeviceList();
   GWorldPtr world = MakeWorld(32, worldRect);
@@ -68,7 +67,7 @@ REALpictureStruct* PictureOfDevices(const DeviceRequest& request, PlaceShare pla
   GetPort(&savedPort);
   SetGWorld(world, nullptr);
   FillBlack(worldRect);
-  CopyDevices(request, place, firstDevice, world);
+  CopyDevices(request, map, firstDevice, world);
   if (savedPort != nullptr) SetPort(savedPort);
   return REALBuildPictureFromGWorld(world);
 }

@@ -8,7 +8,7 @@
 
 namespace capture {
 
-// A rectangle of the desktop and the size of the picture that it is to become.
+// A rectangle of the desktop, and the size of its picture.
 struct DeviceRequest {
   int32_t left;
   int32_t top;
@@ -18,20 +18,20 @@ struct DeviceRequest {
   int32_t destinationHeight;
 };
 
-// Where a device's share of the request (global coordinates) goes in the picture.
-using PlaceShare = Rect (*)(const DeviceRequest& request, const Rect& share);
+// Maps a device's part of the request, in global coordinates, into the picture.
+using MapPart = Rect (*)(const DeviceRequest& request, const Rect& part);
 
 // A picture of one whole device, or nil. `bounds` are the world's: the device's own, or the same
 // size at another origin.
 REALpictureStruct* PictureOfDevice(const PixMap& device, const Rect& bounds);
 
-// A picture of the request, composed of every device's share; black where there is no device.
-REALpictureStruct* PictureOfDevices(const DeviceRequest& request, PlaceShare place);
+// A picture of the request, composed of every device's part; black where there is no device.
+REALpictureStruct* PictureOfDevices(const DeviceRequest& request, MapPart map);
 
 // The device's pixels, or null.
 const PixMap* DevicePixels(GDHandle device);
 
-// QuickDraw's rectangle of those edges; each keeps its low 16 bits.
+// QuickDraw's rectangle with those edges, each truncated to its low 16 bits.
 Rect MakeRect(int32_t top, int32_t left, int32_t bottom, int32_t right);
 
 }  // namespace capture

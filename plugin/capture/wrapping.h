@@ -1,4 +1,4 @@
-// 32-bit sums and products that a caller can overflow: they wrap as two's complement does.
+// 32-bit arithmetic on a caller's numbers, which wraps as two's complement does when it overflows.
 #ifndef PLUGIN_CAPTURE_WRAPPING_H_
 #define PLUGIN_CAPTURE_WRAPPING_H_
 

@@ -10,11 +10,11 @@ namespace {
 REALUnlockStringFunction pUnlockString;
 REALUnlockObjectFunction pUnlockObject;
 
-// Takes one more reference. False when the host can't be told to, but would take the reference back
-// that was not taken; where it can do neither, both calls are left out.
+// Adds a reference. False when the host has no lock call but has the unlock call, which would then
+// release a reference that was never added. A host with neither needs neither.
 template <typename Record>
-bool TakeReference(void (*&lock)(Record*), const char* lockName, void (*&unlock)(Record*),
-                   const char* unlockName, Record* record) {
+bool AddReference(void (*&lock)(Record*), const char* lockName, void (*&unlock)(Record*),
+                  const char* unlockName, Record* record) {
   host::Call(lock, lockName, record);
   return lock != nullptr || host::Bind(unlock, unlockName) == nullptr;
 }
@@ -48,8 +48,7 @@ REALstringStruct* REALConvertString(REALstringStruct* string, unsigned long enco
 
 bool REALLockString(REALstringStruct* string) {
   static REALLockStringFunction pLockString;
-  return TakeReference(pLockString, REALLockStringName, pUnlockString, REALUnlockStringName,
-                       string);
+  return AddReference(pLockString, REALLockStringName, pUnlockString, REALUnlockStringName, string);
 }
 
 void REALUnlockString(REALstringStruct* string) {
@@ -63,8 +62,7 @@ void* REALLoadFrameworkMethod(const char* declaration) {
 
 bool REALLockObject(REALobjectStruct* object) {
   static REALLockObjectFunction pLockObject;
-  return TakeReference(pLockObject, REALLockObjectName, pUnlockObject, REALUnlockObjectName,
-                       object);
+  return AddReference(pLockObject, REALLockObjectName, pUnlockObject, REALUnlockObjectName, object);
 }
 
 void REALUnlockObject(REALobjectStruct* object) {

@@ -1,14 +1,14 @@
 // The bridge to the host: one wrapper per host entry point. The plug-in links against nothing of
 // the host; each wrapper looks its entry point up by name at first use.
 //
-// A host may lack any entry point. Its wrapper then does nothing and yields nil, 0 or false, and
-// the caller treats that like the host's own failure.
+// A host may lack any entry point. The wrapper then does nothing and returns nil, 0 or false, which
+// the caller treats like a failure of the host.
 //
 // References: what a creating call returns (REALNewPicture, REALnewInstance,
 // originalREALBuildString, REALConvertString, REALGetPictureMask, REALGetPictureGraphics) carries
-// one host reference, which the receiver gives back with the matching unlock call or passes on.
-// A lock call takes one more. It is false only when none was taken though the host would take one
-// back: then nothing may be unlocked for it. A host that has neither call goes without both.
+// one host reference, which the receiver releases with the matching unlock call or passes on.
+// A lock call adds one. It is false when it added none and the host has the unlock call, which must
+// not be called for it then. A host with neither call needs neither.
 #ifndef PLUGIN_HOST_BRIDGE_H_
 #define PLUGIN_HOST_BRIDGE_H_
 
@@ -17,8 +17,8 @@
 // The host's resolver; null until the host has started the plug-in.
 extern REALresolver gResolver;
 
-// The host's version number, for example 2012.0; 0.0 while the host has reported none. The only
-// switch between variants of the host's interface.
+// The host's version number, for example 2012.0; 0.0 when the host reports none. Variants of the
+// host's interface are chosen by it only.
 extern double rbversion;
 
 void REALRegisterMethod(REALmethodDefinition* method);
@@ -34,11 +34,11 @@ REALstringStruct* REALConvertString(REALstringStruct* string, unsigned long enco
 bool REALLockString(REALstringStruct* string);
 void REALUnlockString(REALstringStruct* string);
 
-// Describes the string's bytes in the requested encoding; kRawBytesEncoding asks for them as they
-// are stored. On true the record belongs to the caller, who gives it back once with
-// REALDisposeStringData. That leaves it to a host that has filled it and disposes of such records,
-// and frees the bytes otherwise. On false there is nothing to give back: the host refused, the
-// string is nil, its bytes can't be told or converted, or there is no memory.
+// Describes the string's bytes in the requested encoding; kRawBytesEncoding requests them as they
+// are stored. When true, the record belongs to the caller, who releases it once with
+// REALDisposeStringData: by the host's own function if the host filled the record and has that
+// function, else with free(). When false, there is nothing to release: the host refused, the string
+// is nil, its bytes are unavailable or can't be converted, or there is no memory.
 bool REALGetStringData(REALstringStruct* string, unsigned long encoding, REALstringData* out);
 void REALDisposeStringData(REALstringData* data);
 

@@ -1,4 +1,4 @@
-// A string's bytes, from whichever generation of string services the host offers.
+// The bytes of strings, by either generation of the host's string services.
 
 #include <stdlib.h>
 #include <string.h>
@@ -28,7 +28,7 @@ bool BindStringServices(StringServices& services) {
   return pCString != nullptr && pLenB != nullptr;
 }
 
-// Fills the record with a copy of the string's bytes and four zero bytes after them.
+// Fills the record with a copy of the string's bytes, followed by four zero bytes.
 bool CopyBytes(const StringServices& services, REALstringStruct* string, unsigned long encoding,
                REALstringData* out) {
   constexpr char kTerminator[4] = {};
@@ -65,8 +65,8 @@ bool REALGetStringData(REALstringStruct* string, unsigned long encoding, REALstr
 void REALDisposeStringData(REALstringData* data) {
   static REALDisposeStringDataFunction pDisposeStringData;
   host::Bind(pDisposeStringData, REALDisposeStringDataName);
-  // A host may dispose of string data without ever having made any: what the plug-in has allocated
-  // itself never goes there.
+  // A host may have this function without the one that fills records. Then the plug-in allocated
+  // the bytes itself, and frees them.
   if (pDisposeStringData != nullptr && pGetStringData != nullptr) {
     pDisposeStringData(data);
   } else {

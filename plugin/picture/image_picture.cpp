@@ -17,15 +17,15 @@ using OwnedMemory = Owned<void*, free>;
 using OwnedBitmap = Owned<CGContextRef, CGContextRelease>;
 using OwnedSpace = Owned<CGColorSpaceRef, CGColorSpaceRelease>;
 
-// Bytes of a buffer of 4 bytes a pixel; 0 when it is empty or has 2^31 bytes or more.
+// Bytes of a buffer of 4 bytes per pixel; 0 when it is empty or has 2^31 bytes or more.
 size_t BufferSize(uint64_t width, uint64_t height) {
   constexpr uint64_t kLimit = uint64_t{1} << 31;
   if (width >= kLimit / 4 || height >= kLimit || width * 4 * height >= kLimit) return 0;
   return static_cast<size_t>(width * 4 * height);
 }
 
-// An image drawn once, at its own size, into a zeroed buffer with its top row first. Members are
-// destroyed in reverse: the context is released before its memory is freed.
+// An image drawn at its own size into a zeroed buffer, top row first. Members are destroyed in
+// reverse order: the context is released before its memory is freed.
 class DrawnImage {
  public:
   DrawnImage(CGImage* image, CGColorSpace* space, CGImageAlphaInfo layout)
@@ -42,14 +42,14 @@ class DrawnImage {
     pixels_ = static_cast<const uint8_t*>(CGBitmapContextGetData(context_.get()));
   }
 
-  bool Succeeded() const { return pixels_ != nullptr; }
+  bool HasPixels() const { return pixels_ != nullptr; }
 
-  // A buffer of less than 2^31 bytes has sides that fit 32 bits.
-  int32_t Width() const { return static_cast<int32_t>(width_); }
-  int32_t Height() const { return static_cast<int32_t>(height_); }
+  // The sides of a buffer of less than 2^31 bytes fit 32 bits.
+  int32_t width() const { return static_cast<int32_t>(width_); }
+  int32_t height() const { return static_cast<int32_t>(height_); }
 
   SourceRows Rows(SourceLayout layout) const {
-    return {layout, pixels_, static_cast<ptrdiff_t>(width_ * 4), Width(), Height()};
+    return {layout, pixels_, static_cast<ptrdiff_t>(width_ * 4), width(), height()};
   }
 
  private:
@@ -62,16 +62,16 @@ class DrawnImage {
 
 REALpictureStruct* ManipulateImagePixelDataRGB(CGImage* image, CGColorSpace* colorSpace) {
   const DrawnImage drawn(image, colorSpace, kCGImageAlphaNoneSkipFirst);
-  if (!drawn.Succeeded()) return nullptr;
+  if (!drawn.HasPixels()) return nullptr;
   PictureWriter writer;
-  if (!BindNewPicture(writer, drawn.Width(), drawn.Height())) return nullptr;
+  if (!BindNewPicture(writer, drawn.width(), drawn.height())) return nullptr;
   picture::WriteRows(writer, drawn.Rows(SourceLayout::kSkipRgb));
   return writer.RenderPictureWriter();
 }
 
 REALpictureStruct* ManipulateImagePixelDataRGBA(CGImage* image, CGColorSpace* colorSpace) {
   const DrawnImage drawn(image, colorSpace, kCGImageAlphaPremultipliedLast);
-  if (!drawn.Succeeded()) return nullptr;
+  if (!drawn.HasPixels()) return nullptr;
   const SourceRows rows = drawn.Rows(SourceLayout::kPremultipliedRgba);
   PictureWriter colourWriter;
   if (!BindNewPicture(colourWriter, rows.width, rows.height)) return nullptr;
@@ -88,7 +88,7 @@ REALpictureStruct* ManipulateImagePixelDataRGBA(CGImage* image, CGColorSpace* co
   return colour;
 }
 
-bool CarriesAlpha(CGImageAlphaInfo alphaInfo) {
+bool HasAlpha(CGImageAlphaInfo alphaInfo) {
   switch (alphaInfo) {
     case kCGImageAlphaNone:
     case kCGImageAlphaNoneSkipLast:
@@ -101,8 +101,8 @@ bool CarriesAlpha(CGImageAlphaInfo alphaInfo) {
 }
 
 REALpictureStruct* Convert(CGImage* image, CGColorSpace* colorSpace) {
-  return CarriesAlpha(CGImageGetAlphaInfo(image)) ? ManipulateImagePixelDataRGBA(image, colorSpace)
-                                                  : ManipulateImagePixelDataRGB(image, colorSpace);
+  return HasAlpha(CGImageGetAlphaInfo(image)) ? ManipulateImagePixelDataRGBA(image, colorSpace)
+                                              : ManipulateImagePixelDataRGB(image, colorSpace);
 }
 
 }  // namespace

@@ -12,8 +12,8 @@ namespace {
 using OwnedPicture = Owned<REALpictureStruct*, REALUnlockObject>;
 using OwnedObject = Owned<REALobjectStruct*, REALUnlockObject>;
 
-// A picture with an alpha channel, through the constructor of the host's own class; nil on hosts
-// that have none.
+// A picture with an alpha channel, made by the constructor of the host's class; nil on hosts
+// without one.
 REALpictureStruct* ConstructPicture(int32_t width, int32_t height) {
   if (!(rbversion >= 2011.04)) return nullptr;
   OwnedObject instance(REALnewInstance(REALPictureClass));
@@ -25,8 +25,8 @@ REALpictureStruct* ConstructPicture(int32_t width, int32_t height) {
   return reinterpret_cast<REALpictureStruct*>(instance.Take());
 }
 
-// Draws the mask over the whole target through the target's graphics object; false when the object
-// has no method for it.
+// Draws the mask over the whole target through the target's graphics object; false when that has no
+// method for it.
 bool DrawMask(REALobjectStruct* graphics, REALpictureStruct* mask, int width, int height) {
   const auto draw = reinterpret_cast<REALDrawPictureFunction>(
       REALLoadObjectMethod(graphics, REALDrawPictureDeclaration));

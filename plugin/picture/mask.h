@@ -1,4 +1,4 @@
-// The mask picture that carries an image's transparency: made, and attached to its colour picture.
+// The mask picture that holds an image's transparency: creating it and attaching it.
 #ifndef PLUGIN_PICTURE_MASK_H_
 #define PLUGIN_PICTURE_MASK_H_
 
@@ -6,13 +6,13 @@
 
 namespace picture {
 
-// Binds `mask` to a new picture of the bound colour picture's size. False when the host can't make
-// it or it can't be bound; nothing is held then.
+// Binds `mask` to a new picture of the bound colour picture's size. False, and nothing is held,
+// when the host can't make it or it can't be bound.
 bool BindMaskPicture(PictureWriter& mask, const PictureWriter& colour);
 
-// Copies the mask picture into the colour picture's own mask, both `width` x `height` pixels. Gives
-// the caller's reference to the mask picture back in every case. A colour picture whose mask can't
-// be had or written stays as it is.
+// Copies the mask picture into the colour picture's own mask, both `width` x `height` pixels.
+// Always releases the caller's reference to the mask picture. Leaves the colour picture as it is
+// when its mask is unavailable.
 void AttachMask(REALpictureStruct* colour, REALpictureStruct* maskPicture, int32_t width,
                 int32_t height);
 

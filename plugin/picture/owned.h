@@ -1,5 +1,4 @@
-// A handle that is released when it goes out of scope, so that the order of release is the reverse
-// of the order of creation on every exit.
+// Handles that are released at the end of their scope, in the reverse order of creation.
 #ifndef PLUGIN_PICTURE_OWNED_H_
 #define PLUGIN_PICTURE_OWNED_H_
 

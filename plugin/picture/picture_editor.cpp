@@ -10,8 +10,7 @@ bool IsConsole;
 
 namespace {
 
-// Learns the kind of host application from the classes that it has. The host is always asked for
-// all three.
+// Finds out the kind of host application by its classes. Always asks for all three.
 void ProbeApplicationKind() {
   const bool desktop = REALGetClassRef(REALDesktopApplicationClass) != nullptr;
   const bool web = REALGetClassRef(REALWebApplicationClass) != nullptr;
@@ -74,7 +73,7 @@ bool PictureEditor::LockConsoleImage(REALpictureStruct* newPicture) {
   return true;
 }
 
-// Takes the layout of the locked bitmap context; false when it is none that can be written.
+// Uses the locked bitmap context; false when its layout is unsupported.
 bool PictureEditor::UseContext() {
   if (description.pixelType != kPixelTypeBitmapContext || description.container == nullptr) {
     return false;
@@ -98,8 +97,7 @@ bool PictureEditor::UseContext() {
   return true;
 }
 
-// Takes the rows of the locked console image; false when it is not a true-colour image with all its
-// rows.
+// Uses the locked console image; false when it is not a true-colour image with all of its rows.
 bool PictureEditor::UseConsoleImage() {
   if (description.pixelType != kPixelTypeConsoleImage || description.container == nullptr) {
     return false;
@@ -118,7 +116,7 @@ bool PictureEditor::UseConsoleImage() {
   return true;
 }
 
-// Takes the editor's own reference. False when the picture would not outlive the caller's.
+// Adds the editor's own reference. False when the picture might not outlive the caller's reference.
 bool PictureEditor::Hold(REALpictureStruct* newPicture) {
   if (!REALLockObject(newPicture)) return false;
   picture = newPicture;

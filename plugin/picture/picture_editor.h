@@ -1,8 +1,8 @@
 // Write access to a host picture's pixels, whichever of its two forms the host keeps them in: a
 // bitmap context in desktop applications, a console image in console and web applications.
 //
-// Every path that makes a picture ends here: BindNewPicture, then pixels row by row through the
-// cursor, then RenderPictureWriter, whose result is the caller's.
+// Every picture is made in three steps: BindNewPicture, then writing the pixels row by row, then
+// RenderPictureWriter, whose result is the caller's.
 #ifndef PLUGIN_PICTURE_PICTURE_EDITOR_H_
 #define PLUGIN_PICTURE_PICTURE_EDITOR_H_
 
@@ -12,11 +12,10 @@
 #include <stdint.h>
 #include <string.h>
 
-// The layout of the console image in `pixelFormat`; smaller ones are bitmap contexts by their alpha
-// info.
+// `pixelFormat` of console images; that of bitmap contexts is their alpha info.
 constexpr int32_t kConsolePixelFormat = 8;
 
-// Which kind of host application this process is, once it is known. Never cleared.
+// The kind of host application, once it is known. Never cleared.
 extern bool IsDesktop;
 extern bool IsConsole;
 
@@ -27,9 +26,9 @@ class PictureEditor {
   PictureEditor& operator=(const PictureEditor&) = delete;
   virtual ~PictureEditor();
 
-  // Binds the editor to the picture and locks its pixels; releases an earlier binding first. While
-  // bound, the editor holds one reference to the picture of its own. On false it is unbound and
-  // holds nothing. The two signed chars carry no meaning.
+  // Releases an earlier binding, then binds the editor to the picture and locks its pixels. While
+  // bound, the editor holds a reference of its own to the picture. When false, it is unbound and
+  // holds nothing. The two signed chars are ignored.
   bool GetPictureEditor(REALpictureStruct* newPicture, signed char, signed char);
 
   // Commits the pixels and returns the picture with a new reference that belongs to the caller, or
@@ -51,8 +50,8 @@ class PictureEditor {
   // Past the last row the cursor is back at row 0.
   void NextRow() { MoveToRow(row + 1); }
 
-  // Stores an opaque pixel at the cursor and advances it; colours 0 to 255. This is what a pixel of
-  // each layout is; whole rows are written in bulk by the row kernels.
+  // Stores an opaque pixel at the cursor and advances it. This defines the pixel of each layout;
+  // the row kernels write whole rows of them.
   void WritePixel(uint8_t red, uint8_t green, uint8_t blue) {
     switch (pixelFormat) {
       case kCGImageAlphaPremultipliedLast:
@@ -86,7 +85,7 @@ class PictureEditor {
   bool descriptionLocked = false;
 
  protected:
-  // Editors are local objects; the deleting destructor has no memory to give back.
+  // Editors are local objects, so the deleting destructor has no memory to free.
   static void operator delete(void*) {}
 
  private:
@@ -106,12 +105,12 @@ class PictureEditor {
 
 class PictureWriter : public PictureEditor {};
 
-// Binds the writer to the picture and gives the caller's reference to it back in any case, so that
-// only the writer keeps the picture alive. False for nil or when it can't be bound.
+// Binds the writer to the picture, and always releases the caller's reference, so that only the
+// writer keeps the picture alive. False for nil or when it can't be bound.
 bool BindOwnPicture(PictureWriter& writer, REALpictureStruct* picture);
 
-// Binds the writer to a new picture of that size and kPictureDepth. False when the size is out of
-// range, the host makes no picture, or it can't be bound; nothing is held then.
+// Binds the writer to a new picture of that size and kPictureDepth. False, and nothing is held,
+// when the size is out of range, the host makes no picture, or it can't be bound.
 bool BindNewPicture(PictureWriter& writer, int64_t width, int64_t height);
 
 #endif  // PLUGIN_PICTURE_PICTURE_EDITOR_H_

@@ -1,4 +1,4 @@
-// Locking a host picture's pixels, with what hosts before 2012.0 need.
+// Locking a host picture's pixels.
 #ifndef PLUGIN_PICTURE_PICTURE_LOCK_H_
 #define PLUGIN_PICTURE_PICTURE_LOCK_H_
 
@@ -6,8 +6,8 @@
 
 namespace picture {
 
-// Locks the picture's pixels in the form that `pixelType` names. A host before 2012.0 is told to
-// unlock the picture after a lock that it has refused or lacks, too; a newer host is not.
+// Locks the picture's pixels in the form that `pixelType` names. A host before 2012.0 expects an
+// unlock even after a lock that failed; a newer host does not.
 inline bool LockDescription(REALpictureStruct* picture, REALpictureDescription& description,
                             long pixelType) {
   if (REALLockPictureDescription(picture, &description, pixelType)) return true;

@@ -3,10 +3,10 @@
 namespace picture {
 namespace {
 
-int32_t Least(int32_t a, int32_t b) { return a < b ? a : b; }
+int32_t Min(int32_t a, int32_t b) { return a < b ? a : b; }
 
-// True when each of the picture's rows from `first` on, `width` pixels of it, begins where the one
-// above ends.
+// True when the picture's rows from `first` on, taken as `width` pixels each, have no gaps between
+// them.
 bool RowsTouch(const PictureWriter& writer, int32_t first, int32_t width, int32_t rows) {
   const ptrdiff_t bytes = static_cast<ptrdiff_t>(width) * 4;
   for (int32_t y = first + 1; y < first + rows; ++y) {
@@ -18,8 +18,8 @@ bool RowsTouch(const PictureWriter& writer, int32_t first, int32_t width, int32_
 }  // namespace
 
 void WriteRows(PictureWriter& writer, const SourceRows& source, int32_t x, int32_t y) {
-  const int32_t width = Least(source.width, writer.width - x);
-  const int32_t height = Least(source.height, writer.height - y);
+  const int32_t width = Min(source.width, writer.width - x);
+  const int32_t height = Min(source.height, writer.height - y);
   if (width < 1 || height < 1) return;
   const auto pixels = static_cast<size_t>(width);
   const size_t allPixels = pixels * static_cast<size_t>(height);
@@ -33,8 +33,8 @@ void WriteRows(PictureWriter& writer, const SourceRows& source, int32_t x, int32
     FinishRows();
     return;
   }
-  // In the order in which the source lies in memory: the processor fetches ahead of what is read,
-  // and what is written can wait.
+  // In the source's order in memory, because the processor prefetches what is read; writes need not
+  // be waited for.
   for (int32_t i = 0; i < height; ++i) {
     const int32_t r = source.step < 0 ? height - 1 - i : i;
     kernel(source.top + r * source.step, writer.RowStart(y + r) + left, pixels);
@@ -44,8 +44,8 @@ void WriteRows(PictureWriter& writer, const SourceRows& source, int32_t x, int32
 
 void WriteRowsWithMask(PictureWriter& colour, PictureWriter& mask, const SourceRows& source) {
   const MaskRowKernel kernel = ChooseMaskRowKernel(colour.pixelFormat);
-  const int32_t width = Least(source.width, Least(colour.width, mask.width));
-  const int32_t height = Least(source.height, Least(colour.height, mask.height));
+  const int32_t width = Min(source.width, Min(colour.width, mask.width));
+  const int32_t height = Min(source.height, Min(colour.height, mask.height));
   if (kernel == nullptr || width < 1 || height < 1) return;
 
   const auto pixels = static_cast<size_t>(width);

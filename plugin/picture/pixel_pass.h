@@ -1,4 +1,4 @@
-// The passes that fill a picture from rows of source pixels.
+// Passes that fill a picture from rows of source pixels.
 #ifndef PLUGIN_PICTURE_PIXEL_PASS_H_
 #define PLUGIN_PICTURE_PIXEL_PASS_H_
 
@@ -7,8 +7,8 @@
 
 namespace picture {
 
-// Rows of pixels in memory, from the picture's top row downward. Bottom-up buffers have a negative
-// step. Bytes between the end of a row and the next are not read.
+// Rows of pixels in memory, from the top row downward. Bottom-up buffers have a negative step. Gaps
+// between rows are not read.
 struct SourceRows {
   SourceLayout layout;
   const uint8_t* top;  // first pixel of the top row
@@ -18,11 +18,11 @@ struct SourceRows {
 };
 
 // Writes the rows into the bound picture with their top-left pixel at column x of row y, neither
-// negative. What would lie beyond the picture is not written.
+// negative, clipped to the picture.
 void WriteRows(PictureWriter& writer, const SourceRows& source, int32_t x = 0, int32_t y = 0);
 
-// Writes premultiplied red, green, blue, alpha rows: opaque colours into one picture, 255 - alpha
-// as grey into the other. Both take their pixel layout from the colour picture.
+// Writes rows of premultiplied red, green, blue, alpha: opaque colours into one picture, and
+// 255 - alpha as grey into the other. Both have the colour picture's pixel layout.
 void WriteRowsWithMask(PictureWriter& colour, PictureWriter& mask, const SourceRows& source);
 
 }  // namespace picture

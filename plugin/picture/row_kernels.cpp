@@ -14,7 +14,6 @@ namespace {
 
 typedef uint32_t FourWords __attribute__((vector_size(16)));
 
-// What a source layout yields of a pixel.
 struct Colour {
   uint32_t rgb;  // red in the low byte, then green, then blue; the high byte is 0
   uint32_t alpha;
@@ -28,7 +27,7 @@ QRV_INLINE uint32_t LoadWord(const uint8_t* address) {
 
 QRV_INLINE void StoreWord(uint8_t* address, uint32_t word) { memcpy(address, &word, sizeof(word)); }
 
-// --- Source layouts: the bytes of a pixel, and how its colours are read, or those of four ---
+// --- Source layouts: how the colours of a pixel are read, or those of four ---
 
 struct FromSkipRgb {
   static constexpr size_t kBytes = 4;
@@ -76,7 +75,7 @@ struct FromGrey {
   }
 };
 
-// The low 8 bits of colour x 255 / divisor, truncated, as `scale` is 255 / divisor in floats.
+// The low 8 bits of colour x 255 / divisor, truncated; `scale` is 255 / divisor in floats.
 QRV_INLINE uint32_t Unmultiply(uint32_t colour, float scale) {
   const float quotient = static_cast<float>(static_cast<int32_t>(colour)) * scale;
   return static_cast<uint32_t>(static_cast<int32_t>(quotient)) & 255;
@@ -84,16 +83,15 @@ QRV_INLINE uint32_t Unmultiply(uint32_t colour, float scale) {
 
 struct FromPremultipliedRgba {
   static constexpr size_t kBytes = 4;
-  // 255, and enough more that rounding makes no exact quotient fall below itself, but too little
-  // to lift any other to the next integer: those are at least 1 in 65025 away. The tests compare
-  // all 256 x 256 pairs.
+  // Slightly more than 255: enough that rounding pushes no exact quotient below its integer, and
+  // too little to push any other quotient up to the next one, which is at least 1 / 65025 away. The
+  // tests compare all 256 x 256 pairs.
   static constexpr float kFull = 255.0005F;
 
   static QRV_INLINE Colour Load(const uint8_t* pixel) {
     const uint32_t word = LoadWord(pixel);
     const uint32_t alpha = word >> 24;
-    // Where alpha is 0 the colours stay as they are: 255 / 255. A condition here would become a
-    // branch.
+    // Alpha 0 becomes 255, which keeps the colours. A condition would become a branch.
     const uint32_t divisor = alpha | (alpha - 1) >> 24;
     const float scale = kFull / static_cast<float>(static_cast<int32_t>(divisor));
     return {PackRgb(Unmultiply(word & 255, scale), Unmultiply((word >> 8) & 255, scale),
@@ -102,7 +100,7 @@ struct FromPremultipliedRgba {
   }
 };
 
-// --- Picture layouts: the word that is stored for a pixel, and those for four opaque ones ---
+// --- Picture layouts: the word of a pixel, and those of four opaque pixels ---
 
 struct ToRgba {  // red, green, blue, alpha
   static QRV_INLINE uint32_t Word(uint32_t rgb, uint32_t alpha) { return rgb | alpha << 24; }
@@ -120,8 +118,8 @@ struct ToArgb {  // alpha, red, green, blue
   }
 };
 
-// Blue, green, red, and the console image's alpha: 0 is opaque, and what is kept of an alpha is
-// its upper seven bits.
+// Blue, green, red, and the console image's alpha of seven bits: 0 is opaque, and a source's alpha
+// keeps its upper seven bits.
 struct ToConsole {
   static QRV_INLINE uint32_t Word(uint32_t rgb, uint32_t alpha) {
     // Not a byte swap, for which the baseline has no vector instruction.
@@ -145,29 +143,29 @@ struct Opaque<ToConsole> {
 
 // --- Loops ---
 
-// Pictures are larger than caches, and a loop that both reads and writes waits for memory most of
-// its time. The processor's own prefetching stops at every page of 4 KiB; this goes that far ahead.
+// Pictures are larger than caches, so a loop that reads and writes mostly waits for memory. The
+// processor's own prefetching stops at the end of each page of 4 KiB; this goes one page ahead.
 constexpr size_t kBlockPixels = 256;
 constexpr size_t kAheadBytes = 4096;
 constexpr size_t kLineBytes = 64;
 
-// Asks for the bytes that lie kAheadBytes further on. Whether they belong to a row doesn't matter:
-// a prefetch never faults.
-QRV_INLINE void FetchAhead(const uint8_t* address, size_t bytes) {
+// Prefetches the bytes that lie kAheadBytes further on. They need not exist, because a prefetch
+// never faults.
+QRV_INLINE void PrefetchAhead(const uint8_t* address, size_t bytes) {
   const uintptr_t first = reinterpret_cast<uintptr_t>(address) + kAheadBytes;
   for (size_t i = 0; i < bytes; i += kLineBytes) {
     __builtin_prefetch(reinterpret_cast<const void*>(first + i));
   }
 }
 
-// Calls `convert` for blocks of the row, whose other rows are `targets`.
+// Calls `convert` for each pixel, and prefetches the source and the target rows block by block.
 template <size_t kSourceBytes, typename Convert, typename... Targets>
 QRV_INLINE void InBlocks(const uint8_t* __restrict source, size_t pixels, Convert convert,
                          Targets* __restrict... targets) {
   size_t done = 0;
   for (; done + kBlockPixels <= pixels; done += kBlockPixels) {
-    FetchAhead(source + done * kSourceBytes, kBlockPixels * kSourceBytes);
-    (FetchAhead(targets + done * 4, kBlockPixels * 4), ...);
+    PrefetchAhead(source + done * kSourceBytes, kBlockPixels * kSourceBytes);
+    (PrefetchAhead(targets + done * 4, kBlockPixels * 4), ...);
     for (size_t i = done; i < done + kBlockPixels; ++i) convert(i);
   }
   for (size_t i = done; i < pixels; ++i) convert(i);
@@ -185,7 +183,7 @@ void ConvertOpaque(const uint8_t* __restrict source, uint8_t* __restrict destina
 
 #if defined(__SSE2__)
 
-// To an address that is a multiple of 16.
+// The address is a multiple of 16.
 QRV_INLINE void StorePastCache(uint8_t* address, FourWords words) {
 #if defined(__clang__)
   __builtin_nontemporal_store(words, reinterpret_cast<FourWords*>(address));
@@ -195,21 +193,21 @@ QRV_INLINE void StorePastCache(uint8_t* address, FourWords words) {
 #endif
 }
 
-// As ConvertOpaque, past the cache, which saves the processor from fetching first what it
-// overwrites.
+// Like ConvertOpaque, but stores past the cache, so that the processor does not fetch what is
+// overwritten.
 template <typename From, typename To>
 void StreamOpaque(const uint8_t* __restrict source, uint8_t* __restrict destination,
                   size_t pixels) {
   constexpr size_t kLinePixels = kLineBytes / 4;
-  const auto place = reinterpret_cast<uintptr_t>(destination);
-  size_t done = (16 - place % 16) % 16 / 4;
-  if (place % 4 != 0 || done > pixels) {
+  const auto address = reinterpret_cast<uintptr_t>(destination);
+  size_t done = (16 - address % 16) % 16 / 4;
+  if (address % 4 != 0 || done > pixels) {
     ConvertOpaque<From, To>(source, destination, pixels);
     return;
   }
   ConvertOpaque<From, To>(source, destination, done);
   for (; done + kLinePixels <= pixels; done += kLinePixels) {
-    FetchAhead(source + done * 4, kLineBytes);
+    PrefetchAhead(source + done * 4, kLineBytes);
     for (size_t i = done; i < done + kLinePixels; i += 4) {
       FourWords words;
       memcpy(&words, source + i * 4, sizeof(words));
@@ -287,7 +285,7 @@ constexpr LayoutRow StreamedRow() {
   return row;
 }
 
-// A picture of this many pixels is out of the cache before anybody looks at it.
+// The start of a picture of this many pixels has left the cache when its end is written.
 constexpr size_t kLargePicture = size_t{4} << 20;
 
 // By SourceLayout.

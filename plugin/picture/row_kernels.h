@@ -10,14 +10,15 @@
 
 namespace picture {
 
-// The bytes of one source pixel, first byte in memory first.
+// The bytes of a source pixel, in the order of memory.
 enum class SourceLayout {
   kSkipRgb,           // unused, red, green, blue
   kBgrSkip,           // blue, green, red, unused
   kAlphaRgb,          // alpha, red, green, blue: the alpha is kept
   kRgb,               // red, green, blue
   kGrey,              // one grey level
-  kPremultipliedRgba  // red, green, blue multiplied by alpha, alpha: un-multiplied, made opaque
+  kPremultipliedRgba  // red, green, blue multiplied by alpha, alpha: becomes unmultiplied and
+                      // opaque
 };
 
 // Converts `pixels` pixels.
@@ -30,9 +31,9 @@ using MaskRowKernel = void (*)(const uint8_t* source, uint8_t* colour, uint8_t* 
 
 size_t BytesPerPixel(SourceLayout layout);
 
-// The kernel for so many pixels in all into a picture of that `pixelFormat`; null when nothing is
-// to be written to it. Large pictures may be stored past the cache: FinishRows comes before
-// anything that tells other threads of them.
+// The kernel that writes so many pixels in all into a picture of that `pixelFormat`; null when the
+// format is unsupported. It may store a large picture past the cache: call FinishRows before other
+// threads may read the picture.
 RowKernel ChooseRowKernel(SourceLayout layout, int32_t pixelFormat, size_t pixels);
 void FinishRows();
 MaskRowKernel ChooseMaskRowKernel(int32_t pixelFormat);

@@ -13,7 +13,7 @@ using picture::SourceRows;
 using OwnedWorld = Owned<GWorldPtr, DisposeGWorld>;
 using LockedPixels = Owned<PixMapHandle, UnlockPixels>;
 
-// The layout of a world's pixels; false for a depth that is not converted.
+// The layout of a world's pixels; false for an unsupported depth.
 bool LayoutOfDepth(short depth, SourceLayout& layout) {
   switch (depth) {
     case 32:

@@ -4,10 +4,10 @@
 
 namespace {
 
-// The loaded framework. Null until the first successful load, never released after it.
+// Null until the framework is loaded. Never released.
 CFBundleRef ApplicationServicesFramework;
 
-// The bound function, or null for this call. Failures are not remembered.
+// The function, or null. A failed lookup is not cached.
 template <typename Function>
 Function* Bind(Function*& cache, CFStringRef name) {
   if (cache != nullptr) return cache;

@@ -1,6 +1,6 @@
-// QuickDraw's functions, bound by name at run time: the plug-in does not link them. Each call binds
-// its function at first use; while it can't be bound, the call is skipped and yields null, 0 or
-// false, and the next call tries again.
+// QuickDraw's functions, which the plug-in does not link but binds by name at first use. While a
+// function is unavailable, a call does nothing and returns null, 0 or false, and the next call
+// looks it up again.
 #ifndef PLUGIN_QUICKDRAW_QUICKDRAW_H_
 #define PLUGIN_QUICKDRAW_QUICKDRAW_H_
 
@@ -14,8 +14,8 @@ GDHandle GetMainDevice();
 
 // --- Offscreen worlds ---
 
-// Makes a world of that depth (bits per pixel) and bounds: 0 and the world, or an error. Where it
-// can't be bound `world` is untouched.
+// Makes a world of that depth (bits per pixel) and bounds: 0 and the world, or an error. Does not
+// write `world` while the function is unavailable.
 QDErr NewGWorld(GWorldPtr* world, short pixelDepth, const Rect* bounds, CTabHandle colorTable,
                 GDHandle device, GWorldFlags flags);
 void DisposeGWorld(GWorldPtr world);
@@ -42,7 +42,7 @@ void FillRect(const Rect* rect, const Pattern* pattern);
 
 // --- Rectangles and pixels ---
 
-// True when the two meet; `intersection` is their common part.
+// True when the two intersect.
 Boolean SectRect(const Rect* first, const Rect* second, Rect* intersection);
 // Copies the source rectangle onto the destination rectangle, scaled to its size.
 void CopyBits(const BitMap* source, const BitMap* destination, const Rect* sourceRect,

@@ -42,7 +42,7 @@ void Run(std::string text) {
     const auto arguments = Parse(lines);
     if (arguments) Check(*arguments);
   } catch (const cli::Failure& failure) {
-    Require(failure.Code() == cli::kWrongUsage && *failure.what() != '\0', "wrong usage, said why");
+    Require(failure.code() == cli::kWrongUsage && *failure.what() != '\0', "wrong usage, said why");
   }
 }
 

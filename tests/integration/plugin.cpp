@@ -68,12 +68,12 @@ Plugin::Picture Plugin::Take(REALpictureStruct* picture) {
   Picture taken;
   if (picture != nullptr) {
     EXPECT_EQ(Host::References(picture), 1);
-    EXPECT_EQ(host_.Outstanding().pictureLocks, 0);
-    EXPECT_EQ(host_.Outstanding().references, 1);
+    EXPECT_EQ(host_.ledger().pictureLocks, 0);
+    EXPECT_EQ(host_.ledger().references, 1);
     taken = Host::Read(picture);
     host_.Release(picture);
   }
-  EXPECT_EQ(host_.Outstanding(), Ledger{});
+  EXPECT_EQ(host_.ledger(), Ledger{});
   return taken;
 }
 
@@ -95,7 +95,7 @@ RawPixels Plugin::Raw(std::optional<int32_t> display) {
     raw.bytes = Host::Bytes(string);
     host_.Release(string);
   }
-  EXPECT_EQ(host_.Outstanding(), Ledger{});
+  EXPECT_EQ(host_.ledger(), Ledger{});
   return raw;
 }
 

@@ -172,7 +172,7 @@ std::string PluginTest::Problems() const {
   std::string problems;
   for (const std::string& problem : layer.problems) problems += problem + "; ";
   for (const auto& [object, kind] : layer.held) problems += std::to_string(kind) + " is held; ";
-  if (!(host->Outstanding() == runtime::Ledger{})) problems += "the host misses something";
+  if (!(host->ledger() == runtime::Ledger{})) problems += "the host misses something";
   return problems;
 }
 

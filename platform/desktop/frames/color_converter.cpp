@@ -8,7 +8,7 @@
 namespace qrv::desktop {
 namespace {
 
-constexpr uint32_t kPlaces[] = {16, 8, 0};  // of red, green and blue in a 00RRGGBB value
+constexpr uint32_t kShifts[] = {16, 8, 0};  // of red, green and blue in a 00RRGGBB value
 
 // 16 bits to 8, rounded down.
 uint32_t Level(uint32_t value) { return value / 257; }
@@ -22,12 +22,12 @@ uint32_t LoadPixel(const uint8_t* from) {
   return pixel;
 }
 
-// Formats of whole bytes, which need to be moved only. A format's name is its bytes in memory,
-// libyuv's the other way round.
+// Formats of 8 bits per channel, whose bytes only need reordering. The comments name bytes in the
+// order of memory; libyuv names them in reverse.
 struct ByteOrder {
   size_t bytesPerPixel;
   std::array<uint32_t, 3> shifts;  // red, green, blue, in little-endian pixels
-  ColorConverter::MoveBytes convert;
+  ColorConverter::ReorderBytes convert;
 };
 constexpr ByteOrder kByteOrders[] = {
     {4, {0, 8, 16}, libyuv::ABGRToARGB},   // R G B X
@@ -37,8 +37,8 @@ constexpr ByteOrder kByteOrders[] = {
     {3, {0, 8, 16}, libyuv::RAWToARGB},    // R G B
 };
 
-// Null when there is more to do than to move bytes.
-ColorConverter::MoveBytes FindByteOrder(const PixelFormat& format) {
+// Null when reordering bytes is not enough.
+ColorConverter::ReorderBytes FindByteOrder(const PixelFormat& format) {
   if (format.mapColors != 0) return nullptr;
   std::array<uint32_t, 3> shifts = {};
   for (size_t i = 0; i < shifts.size(); ++i) {
@@ -58,15 +58,15 @@ ColorConverter::MoveBytes FindByteOrder(const PixelFormat& format) {
 
 ColorConverter::ColorConverter(const PixelFormat& format)
     : channels_(format.channels),
-      moveBytes_(FindByteOrder(format)),
+      reorderBytes_(FindByteOrder(format)),
       convertRow_(ChooseRowFunction(format)) {
   for (size_t i = 0; i < channels_.size(); ++i) {
     const uint32_t max = channels_[i].max;
     levels_[i].resize(size_t{max} + 1);
-    // Through 16 bits, in which servers name colours, and rounded down both times, as other capture
-    // programs do.
+    // By way of 16 bits, in which X servers report colours, and rounded down both times, as other
+    // capture programs do.
     for (uint32_t sample = 0; sample <= max; ++sample) {
-      levels_[i][sample] = Level(sample * 65535 / max) << kPlaces[i];
+      levels_[i][sample] = Level(sample * 65535 / max) << kShifts[i];
     }
   }
   if (format.mapColors == 0) return;
@@ -83,7 +83,7 @@ ColorConverter::ColorConverter(const PixelFormat& format)
 void ColorConverter::SetColor(size_t mapPixel, uint16_t red, uint16_t green, uint16_t blue) {
   const auto set = [&](size_t channel, uint16_t value) {
     if (mapPixel < levels_[channel].size()) {
-      levels_[channel][mapPixel] = Level(value) << kPlaces[channel];
+      levels_[channel][mapPixel] = Level(value) << kShifts[channel];
     }
   };
   set(0, red);

@@ -1,4 +1,4 @@
-// Reduction of a screen's pixels to 8 bits a channel.
+// Conversion of a screen's pixels to 8 bits per channel.
 #ifndef PLATFORM_DESKTOP_FRAMES_COLOR_CONVERTER_H_
 #define PLATFORM_DESKTOP_FRAMES_COLOR_CONVERTER_H_
 
@@ -16,23 +16,23 @@ class ColorConverter {
 
   // The pixels whose colours SetColor needs, in order: as many as the longest channel has samples,
   // each with the same sample in all channels that have it. Empty unless the format is mapped.
-  const std::vector<uint32_t>& MapPixels() const { return mapPixels_; }
+  const std::vector<uint32_t>& mapPixels() const { return mapPixels_; }
 
-  // The colour map's colour for one of the MapPixels, 16 bits a channel.
+  // Sets the colour of mapPixels()[mapPixel], 16 bits per channel.
   void SetColor(size_t mapPixel, uint16_t red, uint16_t green, uint16_t blue);
 
-  // A row of the screen's pixels to those of a frame: in memory, blue, green, red, unused.
+  // Converts a row to a frame's pixels: blue, green, red, unused in memory.
   void ConvertRow(const uint8_t* from, uint32_t* to, int32_t width) const {
-    if (moveBytes_ != nullptr) {
-      moveBytes_(from, 0, reinterpret_cast<uint8_t*>(to), 0, width, 1);
+    if (reorderBytes_ != nullptr) {
+      reorderBytes_(from, 0, reinterpret_cast<uint8_t*>(to), 0, width, 1);
     } else {
       convertRow_(*this, from, to, width);
     }
   }
 
-  // A function of libyuv's for rows of so many bytes each.
-  using MoveBytes = int (*)(const uint8_t* from, int fromStride, uint8_t* to, int toStride,
-                            int width, int height);
+  // A function of libyuv. Strides are in bytes.
+  using ReorderBytes = int (*)(const uint8_t* from, int fromStride, uint8_t* to, int toStride,
+                               int width, int height);
 
  private:
   using RowFunction = void (*)(const ColorConverter&, const uint8_t*, uint32_t*, int32_t);
@@ -46,7 +46,7 @@ class ColorConverter {
   // For each channel, what each of its samples contributes to a 00RRGGBB value.
   std::array<std::vector<uint32_t>, 3> levels_;
   std::vector<uint32_t> mapPixels_;
-  MoveBytes moveBytes_;  // null when samples must be converted
+  ReorderBytes reorderBytes_;  // null when samples must be converted
   RowFunction convertRow_;
 };
 

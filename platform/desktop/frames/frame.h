@@ -36,7 +36,7 @@ inline Frame NewFrame(int32_t width, int32_t height) {
           static_cast<size_t>(width) * 4};
 }
 
-// A row of a frame of NewFrame.
+// A row of a frame that NewFrame made.
 inline uint32_t* FrameRow(const Frame& frame, int32_t y) {
   return reinterpret_cast<uint32_t*>(frame.pixels + static_cast<size_t>(y) * frame.rowBytes);
 }

@@ -15,8 +15,8 @@ uint32_t QuarterTurns(Orientation orientation) { return static_cast<uint32_t>(or
 
 }  // namespace
 
-// Mirroring left to right is the same as inverting the rows before a turn by a quarter, and before
-// the opposite of a turn by none or two.
+// Undoing a turn and then mirroring left to right equals inverting the rows first and then undoing
+// the turn, plus a half turn where the number of quarter turns is even.
 Frame Upright(const Frame& frame, Orientation orientation, bool isInverted) {
   uint32_t turns = QuarterTurns(orientation);
   if (IsMirrored(orientation)) {

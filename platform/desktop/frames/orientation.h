@@ -1,4 +1,4 @@
-// How an output's pixels lie in what it sends, and how they come upright.
+// The orientation of an output's pixels, and turning them upright.
 #ifndef PLATFORM_DESKTOP_FRAMES_ORIENTATION_H_
 #define PLATFORM_DESKTOP_FRAMES_ORIENTATION_H_
 
@@ -8,8 +8,8 @@
 
 namespace qrv::desktop {
 
-// Turned by that many degrees against the clock, after being mirrored left to right if it is
-// mirrored. The numbers are wl_output's transforms.
+// Rotated counter-clockwise by that many degrees, after mirroring left to right where the name says
+// so. The values are wl_output's transforms.
 enum class Orientation : uint32_t {
   kUpright,
   kTurned90,
@@ -25,7 +25,7 @@ inline bool SwapsSides(Orientation orientation) {
   return (static_cast<uint32_t>(orientation) & 1) != 0;
 }
 
-// The same pixels upright. `isInverted`: its rows come from bottom to top. Throws std::bad_alloc.
+// Turns a frame upright. `isInverted`: its rows run from bottom to top. Throws std::bad_alloc.
 Frame Upright(const Frame& frame, Orientation orientation, bool isInverted);
 
 }  // namespace qrv::desktop

@@ -1,4 +1,4 @@
-// How a screen's pixels are stored, in words that are nobody's protocol.
+// How a screen's pixels are stored, independent of any protocol.
 #ifndef PLATFORM_DESKTOP_FRAMES_PIXEL_FORMAT_H_
 #define PLATFORM_DESKTOP_FRAMES_PIXEL_FORMAT_H_
 
@@ -19,18 +19,18 @@ struct PixelFormat {
   size_t rowAlignment = 1;   // bytes
   bool bigEndian = false;
   std::array<Channel, 3> channels;  // red, green, blue
-  // How many colours the map has whose indexes the samples are; 0 when they are no indexes. Without
-  // channels of their own, as in a pseudo-colour screen, all three are the whole pixel.
+  // The size of the colour map that samples are indexes into; 0 when there is none. Where one index
+  // stands for all channels, as on a pseudo-colour screen, each of the three is the whole pixel.
   uint32_t mapColors = 0;
 };
 
-// Whether pixels lie in memory as a frame's do: blue, green, red, unused.
+// Whether the format is a frame's: blue, green, red, unused in memory.
 bool IsFrameFormat(const PixelFormat& format);
 
-// From one row of an image to the next.
+// Bytes from one row of an image to the next.
 size_t ImageRowBytes(const PixelFormat& format, int32_t width);
 
-// The bits per pixel by which a display of this format is known.
+// The bits per pixel that a display of this format reports.
 int32_t BitsPerPixel(const PixelFormat& format);
 
 }  // namespace qrv::desktop

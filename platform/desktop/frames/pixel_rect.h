@@ -7,6 +7,9 @@
 
 namespace qrv::desktop {
 
+// The longest side of a display or an image.
+inline constexpr int32_t kMaxSide = 32767;
+
 struct PixelRect {
   int32_t x = 0;
   int32_t y = 0;

@@ -1,4 +1,4 @@
-// Parts of frames, scaled.
+// Scaled parts of frames.
 #ifndef PLATFORM_DESKTOP_FRAMES_RESAMPLED_FRAME_H_
 #define PLATFORM_DESKTOP_FRAMES_RESAMPLED_FRAME_H_
 
@@ -9,17 +9,17 @@
 
 namespace qrv::desktop {
 
-// The source pixels that the maps take. Neither is empty.
+// The region of the source that the maps read. Neither map is empty.
 inline PixelRect SourceOf(const pixels::AxisMap& columns, const pixels::AxisMap& rows) {
   return {columns.FirstSource(), rows.FirstSource(), columns.EndOfSource() - columns.FirstSource(),
           rows.EndOfSource() - rows.FirstSource()};
 }
 
-// What the maps make of those, which are `source`: that itself where nothing is scaled. Throws
-// std::bad_alloc.
+// Scales `source`, which is that region, by the maps. Returns it unchanged where the maps scale
+// nothing. Throws std::bad_alloc.
 inline Frame Resampled(const Frame& source, const pixels::AxisMap& columns,
                        const pixels::AxisMap& rows) {
-  if (columns.IsPlain() && rows.IsPlain()) return source;
+  if (columns.IsUnscaled() && rows.IsUnscaled()) return source;
   Frame frame = NewFrame(static_cast<int32_t>(columns.size()), static_cast<int32_t>(rows.size()));
   pixels::Resampler resampler(columns, rows, source.pixels, source.rowBytes);
   for (int32_t y = 0; y < frame.height; ++y) {

@@ -1,4 +1,4 @@
-// File descriptors in a process that is not ours, and waiting on them.
+// File descriptors in a host's process, and waiting for them.
 #ifndef PLATFORM_DESKTOP_PEER_DESCRIPTORS_H_
 #define PLATFORM_DESKTOP_PEER_DESCRIPTORS_H_
 
@@ -33,14 +33,14 @@ class UniqueFd {
   int fd_ = -1;
 };
 
-// A descriptor that is kept from call to call, in a process that may close it and give its number
-// to a file of its own: a program that becomes a daemon closes all that it did not open. So it is
-// closed only while it still is the file that it was. Its number is above those of the standard
-// streams.
+// A descriptor that is kept between calls. Meanwhile the host may close it and reuse its number: a
+// program that becomes a daemon closes every descriptor that it did not open itself. So the
+// destructor closes the number only while it still refers to the same file. The number is above
+// those of the standard streams.
 class KeptFd {
  public:
   KeptFd() = default;
-  // Takes the descriptor; is empty when there is none, or no other number for it.
+  // Takes ownership. Empty when the descriptor is empty, or no number is left for it.
   explicit KeptFd(UniqueFd fd);
   KeptFd(KeptFd&& other) noexcept { *this = std::move(other); }
   KeptFd& operator=(KeptFd&& other) noexcept;
@@ -48,8 +48,9 @@ class KeptFd {
 
   int get() const { return fd_; }
 
-  // Whether it still is what was opened; whether another number is that too.
+  // Whether the number still refers to the file that was opened.
   bool IsOurs() const { return IsSameFile(fd_); }
+  // Whether `fd` refers to that file.
   bool IsSameFile(int fd) const;
 
  private:
@@ -58,11 +59,11 @@ class KeptFd {
   ino64_t inode_ = 0;
 };
 
-// Moves a descriptor above those of the standard streams, which belong to the process even while it
-// has them closed. Empty when there is no number left.
+// Moves a descriptor above those of the standard streams, which belong to the process even while
+// they are closed. Empty when no number is left.
 UniqueFd AboveStandardStreams(UniqueFd fd);
 
-// Waits for poll events of a descriptor, or for its end. False when the deadline passes first.
+// Waits for poll events of a descriptor, or for a hang-up. False when the deadline passes first.
 bool WaitFor(int fd, short events, Deadline deadline);
 
 }  // namespace qrv::desktop

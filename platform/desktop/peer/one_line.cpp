@@ -41,7 +41,7 @@ Character FirstOf(std::string_view text) {
   return {code, bytes};
 }
 
-std::string InOneLine(std::string_view text, size_t mostBytes) {
+std::string InOneLine(std::string_view text, size_t maxBytes) {
   std::string line;
   while (!text.empty()) {
     const Character next = FirstOf(text);
@@ -53,7 +53,7 @@ std::string InOneLine(std::string_view text, size_t mostBytes) {
     } else if (IsIn(kInvisible, next.code)) {
       shown = "";
     }
-    if (line.size() + shown.size() > mostBytes) break;
+    if (line.size() + shown.size() > maxBytes) break;
     line += shown;
     text.remove_prefix(std::max<size_t>(next.bytes, 1));
   }

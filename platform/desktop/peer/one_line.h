@@ -1,4 +1,4 @@
-// Text of another process, fit for a person to read in one line.
+// Text from other processes, as one printable line.
 #ifndef PLATFORM_DESKTOP_PEER_ONE_LINE_H_
 #define PLATFORM_DESKTOP_PEER_ONE_LINE_H_
 
@@ -13,17 +13,17 @@ struct Character {
   size_t bytes = 0;  // 0 when it is none
 };
 
-// The character of UTF-8 that the text, which is not empty, starts with.
+// The first character of UTF-8 text, which is not empty.
 Character FirstOf(std::string_view text);
 
-inline constexpr size_t kMostText = 120;  // bytes
+inline constexpr size_t kMaxLineBytes = 120;
 
-// Its start, in whole characters of UTF-8: with a blank for each control character, a question mark
-// for each byte that is part of no character, and without characters that are invisible or turn the
-// direction of the text around them.
-std::string InOneLine(std::string_view text, size_t mostBytes = kMostText);
+// The start of the text, in whole characters of UTF-8. A control character becomes a blank, and a
+// byte that is part of no character a question mark. Invisible characters, and those that change
+// the direction of the text around them, are left out.
+std::string InOneLine(std::string_view text, size_t maxBytes = kMaxLineBytes);
 
-// Copies text with a final zero, cut at the end of a character where it is too long.
+// Copies text with a terminating zero, truncated at the end of a character where it is too long.
 template <size_t kBytes>
 void CopyText(char (&to)[kBytes], std::string_view text) {
   size_t end = text.size();

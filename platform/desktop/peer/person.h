@@ -1,4 +1,4 @@
-// Waiting for a person, whom a desktop asks whether a capture is allowed.
+// Waiting for a person whom the desktop asks to allow a capture.
 #ifndef PLATFORM_DESKTOP_PEER_PERSON_H_
 #define PLATFORM_DESKTOP_PEER_PERSON_H_
 
@@ -11,10 +11,11 @@ namespace qrv::desktop {
 // Sets what ReportWaiting calls.
 void SetWaitingReport(QRVWaitingReport report, void* context);
 
-// Passes the host a message on what is waited for.
+// Reports to the host what a capture is waiting for.
 void ReportWaiting(const char* message);
 
-// The time that a person may take is not the call's: it is added here, and taken by the session.
+// The time that a person takes to answer does not count against the call: a backend adds it here,
+// and the session takes it.
 void AddPersonTime(Clock::duration time);
 Clock::duration TakePersonTime();
 

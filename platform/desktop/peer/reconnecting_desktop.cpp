@@ -9,15 +9,15 @@ namespace qrv::desktop {
 ReconnectingDesktop::ReconnectingDesktop(std::string name, Opener open)
     : name_(std::move(name)), open_(std::move(open)) {}
 
-// A connection that an exception leaves in the middle of an exchange is closed; the next list opens
-// another.
+// Closes a connection that is lost, or that an exception may have left in the middle of an
+// exchange. The next list of displays opens another.
 template <typename Operation>
 auto ReconnectingDesktop::Call(Operation operation) -> decltype(operation()) {
   const SigpipeGuard noSigpipe;
   try {
     return operation();
   } catch (const Error& error) {
-    if (error.reason() == Reason::kUnreachable || error.reason() == Reason::kTimeout) link_.reset();
+    if (error.LosesConnection()) link_.reset();
     throw;
   } catch (...) {
     link_.reset();
@@ -25,7 +25,7 @@ auto ReconnectingDesktop::Call(Operation operation) -> decltype(operation()) {
   }
 }
 
-// A connection that was lost while nothing was asked of it is replaced within the call.
+// Replaces a connection that was lost while it was idle.
 std::vector<Display> ReconnectingDesktop::ListDisplays(Deadline deadline) {
   return Call([&] {
     if (link_ && link_->IsInherited()) link_.reset();
@@ -41,8 +41,8 @@ std::vector<Display> ReconnectingDesktop::ListDisplays(Deadline deadline) {
   });
 }
 
-// The displays are those that the connection has listed. Another one would show another screen:
-// that of a server that has been started again, for example.
+// Does not reconnect: the display is one that this connection listed, and another connection may
+// lead to another screen, such as that of a restarted server.
 Link& ReconnectingDesktop::ListedLink(Deadline deadline) {
   if (link_ && link_->IsInherited()) link_.reset();
   if (!link_) throw Error(Reason::kUnreachable, "the connection that listed the displays is gone");

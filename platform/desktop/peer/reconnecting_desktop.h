@@ -1,5 +1,4 @@
-// A desktop of another process: what all of those share in being connected, lost, and connected
-// again.
+// A desktop in another process: connecting to it, losing the connection, and connecting again.
 #ifndef PLATFORM_DESKTOP_PEER_RECONNECTING_DESKTOP_H_
 #define PLATFORM_DESKTOP_PEER_RECONNECTING_DESKTOP_H_
 
@@ -14,9 +13,8 @@
 
 namespace qrv::desktop {
 
-// A connection to a desktop, with what is known of it. Its functions throw Error: with
-// Reason::kUnreachable or kTimeout when the connection is of no use any more, with another reason
-// when it is.
+// A connection to a desktop, with what is known about that desktop. Its functions throw Error;
+// Error::LosesConnection says whether the link is still usable then.
 class Link {
  public:
   Link() = default;
@@ -24,7 +22,7 @@ class Link {
   Link& operator=(const Link&) = delete;
   virtual ~Link() = default;
 
-  // Starts a call: all that is awaited from now on must come by the deadline. Throws when the
+  // Begins a call: whatever is awaited from now on must arrive by the deadline. Throws when the
   // connection was lost since the last call.
   virtual void BeginCall(Deadline deadline) = 0;
 
@@ -32,11 +30,11 @@ class Link {
   virtual std::vector<Display> ListDisplays() = 0;
   virtual Frame Capture(const Display& display, const PixelRect& region, Pointer pointer) = 0;
   virtual std::vector<Window> ListWindows() = 0;
-  virtual const char* Backend() const = 0;
-  virtual const char* Note() const { return ""; }
+  virtual const char* backend() const = 0;
+  virtual const char* note() const { return ""; }
 
-  // Whether it was opened in another process, of which this one is a fork. Its destruction leaves
-  // the connection to that process then.
+  // Whether the process that opened it is another one, of which this one is a fork. That process
+  // keeps the connection when this link is destroyed.
   bool IsInherited() const { return getpid() != process_; }
 
  private:
@@ -45,19 +43,19 @@ class Link {
 
 class ReconnectingDesktop : public Desktop {
  public:
-  // Opens a link, on which a call with that deadline has begun. Throws as a link's functions do.
+  // Opens a link and begins a call with that deadline. Throws as a link's functions do.
   using Opener = std::function<std::unique_ptr<Link>(Deadline deadline)>;
 
-  // `name` is what a person calls the desktop. Connects on first use.
+  // Connects on first use.
   ReconnectingDesktop(std::string name, Opener open);
 
   std::vector<Display> ListDisplays(Deadline deadline) override;
   Frame Capture(const Display& display, const PixelRect& region, Pointer pointer,
                 Deadline deadline) override;
   std::vector<Window> ListWindows(Deadline deadline) override;
-  const char* Name() const override { return name_.c_str(); }
-  const char* Note() const override { return link_ ? link_->Note() : ""; }
-  const char* Backend() const override { return link_ ? link_->Backend() : ""; }
+  const char* name() const override { return name_.c_str(); }
+  const char* backend() const override { return link_ ? link_->backend() : ""; }
+  const char* note() const override { return link_ ? link_->note() : ""; }
 
  private:
   // The connection that listed the displays, on which a call with that deadline has begun.

@@ -15,20 +15,21 @@
 namespace qrv::desktop {
 namespace {
 
-constexpr int kCollapse = 25;  // MADV_COLLAPSE since Linux 6.1, which libraries' headers may lack
-constexpr uint64_t kLeastSizeStep = uint64_t{64} << 10;
+constexpr int kCollapse = 25;  // MADV_COLLAPSE since Linux 6.1; older C libraries don't define it
+constexpr uint64_t kMinSizeStep = uint64_t{64} << 10;
 // Protocols state sizes as signed integers.
 constexpr uint64_t kMaxSize = std::numeric_limits<int32_t>::max();
 
-// Rounded up by an eighth, or to the least step, so that captures of similar sizes share a segment.
+// Rounds up by at most an eighth, or the smallest step, so that captures of similar sizes can use
+// the same segment.
 uint64_t SegmentSize(uint64_t bytes) {
-  const uint64_t step = std::max(kLeastSizeStep, std::bit_floor(bytes) / 8);
+  const uint64_t step = std::max(kMinSizeStep, std::bit_floor(bytes) / 8);
   return (bytes + step - 1) / step * step;
 }
 
 bool IsFree(const std::shared_ptr<Segment>& segment) {
   if (segment.use_count() != 1) return false;
-  // What the last frame's readers did comes before what the other process writes next.
+  // The reads of the last frame's owner happen before the other process's next writes.
   std::atomic_thread_fence(std::memory_order_acquire);
   return true;
 }
@@ -38,7 +39,7 @@ bool Reserve(int file, size_t offset, size_t size) {
                      static_cast<off64_t>(size)) == 0;
 }
 
-// At an address where huge pages can be, if the file has room for one and there is such an address.
+// Maps the file at an address that is aligned for huge pages, unless it is too small for one.
 void* MapShared(int file, size_t size) {
   const auto map = [=](void* address, int flags) {
     return mmap(address, size, PROT_READ | PROT_WRITE, MAP_SHARED | flags, file, 0);
@@ -61,11 +62,11 @@ void* MapShared(int file, size_t size) {
   return memory;
 }
 
-// A huge page is filled and mapped in one step, in the other process too; page by page, that takes
-// longer than to copy the pixels.
-void TakeHugePages(int file, uint8_t* memory, size_t size) {
+// A huge page is zeroed and mapped in one step, in the other process too. Page by page, that takes
+// longer than copying the pixels.
+void CollapseToHugePages(int file, uint8_t* memory, size_t size) {
   for (size_t at = 0; at + kHugePageBytes <= size; at += kHugePageBytes) {
-    // One that has nothing in it is not made huge.
+    // The kernel does not collapse a range without any page.
     if (!Reserve(file, at, kPageBytes)) return;
     if (madvise(memory + at, kHugePageBytes, kCollapse) != 0) return;
   }
@@ -73,13 +74,12 @@ void TakeHugePages(int file, uint8_t* memory, size_t size) {
 
 }  // namespace
 
-// A page for which its file system has no room left when it is touched first would raise a signal,
-// so the file gets all of its room at once. Signals are held back because one that arrives undoes
-// the work.
+// Allocates all pages at once: touching one that the file system has no memory for would raise a
+// signal. A signal that arrives meanwhile would undo the allocation, so signals are blocked.
 Segment::Segment(size_t size)
     : file_(memfd_create("screenshot", MFD_CLOEXEC | MFD_ALLOW_SEALING)), size_(size) {
-  const AllSignalsBlocked blocked;
-  if (!file_) throw Error(Reason::kNoMemory, "there is no descriptor left for shared memory");
+  const SignalGuard noSignals;
+  if (!file_) throw Error(Reason::kNoMemory, "no descriptor is left for shared memory");
   const int file = file_.get();
   if (ftruncate64(file, static_cast<off64_t>(size)) == 0 &&
       fcntl(file, F_ADD_SEALS, F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_SEAL) == 0) {
@@ -87,25 +87,25 @@ Segment::Segment(size_t size)
     if (memory != MAP_FAILED) memory_ = static_cast<uint8_t*>(memory);
   }
   if (memory_ != nullptr) {
-    TakeHugePages(file, memory_, size);
+    CollapseToHugePages(file, memory_, size);
     if (Reserve(file, 0, size)) return;
     munmap(memory_, size);
   }
-  throw Error(Reason::kNoMemory, "there is no room for shared memory");
+  throw Error(Reason::kNoMemory, "there is no memory to share");
 }
 
 Segment::~Segment() { munmap(memory_, size_); }
 
 std::shared_ptr<Segment> SegmentPool::Acquire(uint64_t bytes) {
   KeepFree(kMaxFree);
-  // The last that suffices is the smallest that does.
+  // The last one that is large enough is the smallest.
   const auto found = std::find_if(
       segments_.rbegin(), segments_.rend(),
       [bytes](const auto& segment) { return segment->size() >= bytes && IsFree(segment); });
   if (found != segments_.rend()) return *found;
   KeepFree(0);
   const uint64_t size = SegmentSize(bytes);
-  if (size > kMaxSize) throw Error(Reason::kNoMemory, "no shared memory is that large");
+  if (size > kMaxSize) throw Error(Reason::kNoMemory, "the capture is too large for shared memory");
   auto segment = std::make_shared<Segment>(static_cast<size_t>(size));
   const auto smaller = std::find_if(segments_.begin(), segments_.end(),
                                     [size](const auto& each) { return each->size() < size; });

@@ -11,7 +11,7 @@
 
 namespace qrv::desktop {
 
-// A file in memory, mapped into this process. It can't shrink, and has all of its room, so that
+// A memory file, mapped into this process. It can't shrink and all of its pages are allocated, so
 // reading it raises no signal whatever the other process does. The mapping stays readable when the
 // other process forgets the segment.
 class Segment {
@@ -25,7 +25,7 @@ class Segment {
   uint8_t* memory() const { return memory_; }
   size_t size() const { return size_; }
 
-  uint32_t id = 0;  // by which the other process knows it
+  uint32_t id = 0;  // the other process's name for it
 
  private:
   friend class SegmentPool;
@@ -36,10 +36,10 @@ class Segment {
 
 // The segments of one connection. Who owns what:
 //   - the pool shares each segment with the frames whose pixels lie in it;
-//   - a segment that only the pool holds is free, and the next capture overwrites it; frames are
-//     let go on any thread, but only the pool hands segments out, so a free one stays free;
-//   - the pool has the other process forget a segment when it lets one go, and it lets go only of
-//     free ones: all but the four largest, and those that are too small when none suffices;
+//   - a segment that only the pool holds is free, and the next capture may overwrite it; frames are
+//     released on any thread, but only the pool hands segments out, so a free one stays free;
+//   - the pool has the other process forget a segment when it drops one, and it drops only free
+//     ones: all but the four largest, and all of them when none is large enough;
 //   - the other process forgets all of them when the connection closes; the last owner unmaps.
 class SegmentPool {
  public:
@@ -50,16 +50,16 @@ class SegmentPool {
   SegmentPool& operator=(const SegmentPool&) = delete;
   virtual ~SegmentPool() = default;
 
-  // A free segment of at least that many bytes. Throws Error when there is no room for it here, or
-  // the other process refuses it.
+  // A free segment of at least that many bytes. Throws Error when there is no memory for it, or the
+  // other process refuses it.
   std::shared_ptr<Segment> Acquire(uint64_t bytes);
 
  private:
-  // Gives the other process the file of a segment, which it then knows by the id that is returned.
-  // Throws Error.
+  // Passes a segment's file to the other process and returns the segment's id there. Throws Error.
   virtual uint32_t Attach(int file, size_t size) = 0;
   virtual void Detach(uint32_t id) = 0;
 
+  // Drops all free segments but the `count` largest.
   void KeepFree(size_t count);
 
   std::vector<std::shared_ptr<Segment>> segments_;  // the largest first

@@ -34,12 +34,12 @@ SigpipeGuard::~SigpipeGuard() {
   pthread_sigmask(SIG_SETMASK, &previous_, nullptr);
 }
 
-AllSignalsBlocked::AllSignalsBlocked() {
+SignalGuard::SignalGuard() {
   sigset_t all;
   sigfillset(&all);
   pthread_sigmask(SIG_SETMASK, &all, &previous_);
 }
 
-AllSignalsBlocked::~AllSignalsBlocked() { pthread_sigmask(SIG_SETMASK, &previous_, nullptr); }
+SignalGuard::~SignalGuard() { pthread_sigmask(SIG_SETMASK, &previous_, nullptr); }
 
 }  // namespace qrv::desktop

@@ -1,5 +1,4 @@
-// The signals of a process that is not ours. Writing to a connection that the other side has closed
-// raises SIGPIPE, and libraries that speak to desktops do not prevent it.
+// Guards against signals and cancellation in a host's threads.
 #ifndef PLATFORM_DESKTOP_PEER_SIGNALS_H_
 #define PLATFORM_DESKTOP_PEER_SIGNALS_H_
 
@@ -9,8 +8,9 @@
 
 namespace qrv::desktop {
 
-// Keeps SIGPIPE from the calling thread and takes back one that was raised meanwhile; a SIGPIPE
-// that was pending before stays pending. The process's disposition of the signal is not touched.
+// Blocks SIGPIPE in the calling thread and discards one that was raised meanwhile; one that was
+// pending before stays pending. Writing to a connection that the peer has closed raises it, and not
+// every library prevents that. The process's disposition of the signal is not changed.
 class SigpipeGuard {
  public:
   SigpipeGuard();
@@ -23,25 +23,26 @@ class SigpipeGuard {
   bool wasPending_;
 };
 
-// Keeps the calling thread from being cancelled: it is afterwards. Nothing here unwinds halfway.
-class NoCancellation {
+// Delays a cancellation of the calling thread until the end of the scope, so that nothing unwinds
+// in the middle of it.
+class CancellationGuard {
  public:
-  NoCancellation() { pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &previous_); }
-  NoCancellation(const NoCancellation&) = delete;
-  NoCancellation& operator=(const NoCancellation&) = delete;
-  ~NoCancellation() { pthread_setcancelstate(previous_, nullptr); }
+  CancellationGuard() { pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &previous_); }
+  CancellationGuard(const CancellationGuard&) = delete;
+  CancellationGuard& operator=(const CancellationGuard&) = delete;
+  ~CancellationGuard() { pthread_setcancelstate(previous_, nullptr); }
 
  private:
   int previous_ = PTHREAD_CANCEL_ENABLE;
 };
 
-// Blocks every signal in the calling thread, so that a thread started meanwhile gets none.
-class AllSignalsBlocked {
+// Blocks all signals in the calling thread.
+class SignalGuard {
  public:
-  AllSignalsBlocked();
-  AllSignalsBlocked(const AllSignalsBlocked&) = delete;
-  AllSignalsBlocked& operator=(const AllSignalsBlocked&) = delete;
-  ~AllSignalsBlocked();
+  SignalGuard();
+  SignalGuard(const SignalGuard&) = delete;
+  SignalGuard& operator=(const SignalGuard&) = delete;
+  ~SignalGuard();
 
  private:
   sigset_t previous_;

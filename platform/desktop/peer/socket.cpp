@@ -16,7 +16,8 @@ constexpr std::chrono::milliseconds kRetryInterval{10};
 
 }  // namespace
 
-// A Unix socket whose queue is full says EAGAIN, and nothing tells when there is room again.
+// A Unix socket whose queue of connections is full reports EAGAIN, and poll does not say when there
+// is room again.
 bool ConnectWithin(int fd, const sockaddr* address, socklen_t length, Deadline deadline) {
   while (connect(fd, address, length) != 0) {
     if (errno == EINPROGRESS) {

@@ -10,16 +10,15 @@
 namespace qrv::desktop {
 namespace {
 
-// Cards above this size, more than a display of 7680 x 4320 needs, are rendered part by part
-// instead of being kept.
+// Larger cards are not kept, but rendered for each capture. One of 7680 x 4320 pixels is smaller.
 constexpr uint64_t kMaxKeptBytes = uint64_t{256} << 20;
 
-Frame RenderCard(size_t index, const Display& display, const PixelRect& part) {
-  Frame frame = NewFrame(part.width, part.height);
+Frame RenderCard(size_t index, const Display& display, const PixelRect& region) {
+  Frame frame = NewFrame(region.width, region.height);
   const TestCardRenderer renderer(static_cast<uint32_t>(index), display.pixelWidth,
-                                  display.pixelHeight, display.bitsPerPixel, part.x,
-                                  part.x + part.width);
-  for (int32_t y = 0; y < part.height; ++y) renderer.RenderRow(part.y + y, FrameRow(frame, y));
+                                  display.pixelHeight, display.bitsPerPixel, region.x,
+                                  region.x + region.width);
+  for (int32_t y = 0; y < region.height; ++y) renderer.RenderRow(region.y + y, FrameRow(frame, y));
   return frame;
 }
 
@@ -47,8 +46,8 @@ Frame VirtualDesktop::Capture(const Display& display, const PixelRect& region, P
 
 std::unique_ptr<Desktop> OpenVirtualDesktop(const std::string& layout) {
   std::vector<Display> displays;
-  std::string problem;
-  if (!ParseLayout(layout, displays, problem)) throw Error(Reason::kBadChoice, problem);
+  std::string message;
+  if (!ParseLayout(layout, displays, message)) throw Error(Reason::kBadChoice, message);
   return std::make_unique<VirtualDesktop>(std::move(displays));
 }
 

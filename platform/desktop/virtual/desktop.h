@@ -17,17 +17,17 @@ class VirtualDesktop : public Desktop {
   std::vector<Display> ListDisplays(Deadline) override { return displays_; }
   Frame Capture(const Display& display, const PixelRect& region, Pointer pointer,
                 Deadline) override;
-  const char* Backend() const override { return "test card"; }
-  const char* Name() const override { return "the virtual desktop"; }
+  const char* name() const override { return "the virtual desktop"; }
+  const char* backend() const override { return "test card"; }
 
  private:
   std::vector<Display> displays_;
-  // The cards as captured so far, one per display. Frames point into them and share them, so a
-  // card is not written to once it is here.
+  // The cards rendered so far, one per display. Frames share their memory, so a card is never
+  // written to again.
   std::vector<Frame> cards_;
 };
 
-// Throws Error when the layout doesn't parse.
+// The virtual desktop of that layout. Throws Error when it breaks the grammar.
 std::unique_ptr<Desktop> OpenVirtualDesktop(const std::string& layout);
 
 }  // namespace qrv::desktop

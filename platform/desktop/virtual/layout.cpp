@@ -9,9 +9,8 @@ namespace qrv::desktop {
 namespace {
 
 constexpr size_t kMaxDisplays = 32;
-constexpr int32_t kMaxSide = 32767;
 constexpr int32_t kMaxPosition = 32767;
-// Of a scale, in hundredths.
+// Scales are in hundredths.
 constexpr int32_t kNoScaling = 100;
 constexpr int32_t kMaxScale = 400;
 constexpr int kMaxDigits = 5;
@@ -45,7 +44,7 @@ class Scanner {
     return digits > 0;
   }
 
-  // In hundredths, of which one or two digits may follow a point.
+  // In hundredths: one or two digits may follow a point.
   bool TakeScale(int32_t& scale) {
     if (!TakeNumber(scale)) return false;
     scale *= 100;
@@ -69,7 +68,7 @@ class Scanner {
   std::string_view rest_;
 };
 
-// The options of an entry; null, or what was expected.
+// The options of an entry. Returns null, or what was expected.
 const char* ParseOptions(Scanner& scanner, Display& display, int32_t& scale) {
   int32_t bitsPerPixel = 0;
   scale = 0;
@@ -92,7 +91,7 @@ const char* ParseOptions(Scanner& scanner, Display& display, int32_t& scale) {
   return nullptr;
 }
 
-// One entry, with its bounds as written; null, or what was expected.
+// One entry, with its bounds as written. Returns null, or what was expected.
 const char* ParseEntry(std::string_view entry, Display& display) {
   Scanner scanner(entry);
   PixelRect& bounds = display.bounds;
@@ -138,7 +137,7 @@ void MoveMainToOrigin(std::vector<Display>& displays) {
 
 }  // namespace
 
-bool ParseLayout(std::string_view layout, std::vector<Display>& displays, std::string& problem) {
+bool ParseLayout(std::string_view layout, std::vector<Display>& displays, std::string& message) {
   displays.clear();
   for (size_t start = 0; start <= layout.size();) {
     const size_t end = std::min(layout.find(',', start), layout.size());
@@ -151,7 +150,7 @@ bool ParseLayout(std::string_view layout, std::vector<Display>& displays, std::s
     const char* expected = displays.size() == kMaxDisplays ? "expected at most 32 displays"
                                                            : ParseEntry(entry, display);
     if (expected != nullptr) {
-      problem = DescribeEntry(display.id, entry, expected);
+      message = DescribeEntry(display.id, entry, expected);
       displays.clear();
       return false;
     }

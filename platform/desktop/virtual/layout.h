@@ -9,9 +9,9 @@
 //
 // Numbers are decimal, with at most five digits and no blanks. Sizes and positions are bounds in
 // units; "-100" and "+-100" both mean 100 units left of or above the origin. Each option is given
-// at most once, in either order. A side is its units times the scale, rounded to the nearest: 1 to
-// 32767 pixels, a position -32767 to 32767. The whole
-// layout is moved so that the main display's top-left corner is at (0, 0).
+// at most once, in either order. A side in pixels is its units times the scale, rounded to the
+// nearest, and lies in 1 to 32767; a position lies in -32767 to 32767. The whole layout is moved so
+// that the main display's top-left corner is at (0, 0).
 #ifndef PLATFORM_DESKTOP_VIRTUAL_LAYOUT_H_
 #define PLATFORM_DESKTOP_VIRTUAL_LAYOUT_H_
 
@@ -26,8 +26,8 @@ namespace qrv::desktop {
 inline constexpr std::string_view kDefaultLayout = "1440x900+0+0,1280x1024+1440+0";
 
 // The displays of a layout, with identifiers 1, 2, ... in order. When the layout breaks the
-// grammar: false, no displays, and one line in `problem` that names the entry.
-bool ParseLayout(std::string_view layout, std::vector<Display>& displays, std::string& problem);
+// grammar: false, no displays, and one line in `message` that names the entry.
+bool ParseLayout(std::string_view layout, std::vector<Display>& displays, std::string& message);
 
 }  // namespace qrv::desktop
 

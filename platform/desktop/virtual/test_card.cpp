@@ -55,7 +55,7 @@ struct Glyphs {
     placed[count++] = {lastDigit, pairLeft + (kGlyphColumns + 1) * cell, below};
   }
 
-  bool Cover(int32_t x, int32_t y) const {
+  bool Covers(int32_t x, int32_t y) const {
     for (int i = 0; i < count; ++i) {
       const int32_t dx = x - placed[i].x;
       const int32_t dy = y - placed[i].y;
@@ -87,7 +87,7 @@ uint32_t TestCardPixel(uint32_t displayIndex, int32_t width, int32_t height, int
   if (y == height - 1) return kBottomColor;
   if (x == 0) return kLeftColor;
   if (x == width - 1) return kRightColor;
-  if (Glyphs(displayIndex, width, height).Cover(x, y)) return kGlyphColor;
+  if (Glyphs(displayIndex, width, height).Covers(x, y)) return kGlyphColor;
   if (x % kGridSpacing == 0 || y % kGridSpacing == 0) return kGridColor;
   return Ramp(x, width) << 16 | Ramp(y, height) << 8 |
          (Tint(displayIndex) + Texture(static_cast<uint32_t>(x), static_cast<uint32_t>(y)));

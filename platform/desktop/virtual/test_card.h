@@ -8,8 +8,8 @@
 //     between them. Displays with a side under 24 pixels have neither;
 //   - a light grey C0C0C0 grid: all pixels whose x or y is a multiple of 64;
 //   - red x * 128 / width and green y * 128 / height, both rounded down, and blue
-//     index * 37 % 128 + (x * 5 + y * 11) % 32: darker to the top left, neighbours different
-//     everywhere.
+//     index * 37 % 128 + (x * 5 + y * 11) % 32: darker towards the top left, with neighbouring
+//     pixels that always differ.
 //
 // Pixels are 00RRGGBB values: in memory, blue, green, red, 0.
 #ifndef PLATFORM_DESKTOP_VIRTUAL_TEST_CARD_H_
@@ -29,7 +29,7 @@ uint32_t TestCardPixel(uint32_t displayIndex, int32_t width, int32_t height, int
 // (width / 4, height / 4), black at the border and within that white of half opacity (128 of 255).
 PointerImage TestPointer(int32_t width, int32_t height);
 
-// What a screen of fewer bits per pixel shows instead of a colour.
+// The colour that a screen of fewer bits per pixel shows for another.
 // 16: each sample keeps its upper 5 bits v, and shows as v * 255 / 31 rounded down.
 // 8: grey, (77 red + 150 green + 29 blue + 128) / 256 rounded down.
 uint32_t ReduceColor(int32_t bitsPerPixel, uint32_t color);
@@ -37,7 +37,7 @@ uint32_t ReduceColor(int32_t bitsPerPixel, uint32_t color);
 // Writes runs of a card's pixels, much faster than one by one.
 class TestCardRenderer {
  public:
-  // For the columns from `left` up to and without `right`.
+  // For the columns from `left` up to, but without, `right`.
   TestCardRenderer(uint32_t displayIndex, int32_t width, int32_t height, int32_t bitsPerPixel,
                    int32_t left, int32_t right);
 
@@ -56,7 +56,7 @@ class TestCardRenderer {
   int32_t bitsPerPixel_;
   int32_t left_;
   int32_t right_;
-  std::vector<uint32_t> reds_;  // of the columns, in place
+  std::vector<uint32_t> reds_;  // by column, shifted to where a pixel has its red
 };
 
 }  // namespace qrv::desktop

@@ -1,4 +1,4 @@
-// What a backend does: it captures outputs.
+// The interface of backends, which capture outputs.
 #ifndef PLATFORM_DESKTOP_WAYLAND_BACKEND_H_
 #define PLATFORM_DESKTOP_WAYLAND_BACKEND_H_
 
@@ -19,24 +19,24 @@ class Backend {
   Backend& operator=(const Backend&) = delete;
   virtual ~Backend() = default;
 
-  // Captures from now on are another call's.
+  // Called when the captures of another call begin.
   virtual void BeginCapture() {}
 
-  // A region of the output's pixels, upright, by the deadline, other than for a person's answer.
-  // Throws Error.
+  // A region of the output's pixels, upright. Ends by the deadline, except that a person who is
+  // asked may take longer. Throws Error.
   virtual Frame Capture(const PlacedOutput& output, const PixelRect& region, Pointer pointer,
                         Deadline deadline) = 0;
 
-  // Whether the pointer can be shown.
-  virtual bool HasPointer() const { return true; }
+  // Whether it can show the pointer.
+  virtual bool hasPointer() const { return true; }
 
-  // What a person finds in the compositor's documentation.
-  virtual const char* Name() const = 0;
+  // As in the compositor's documentation.
+  virtual const char* name() const = 0;
 };
 
 inline constexpr char kNotOffered[] = "not offered";
-inline constexpr char kOutOfOrder[] = "an event of a frame comes out of order";
-inline constexpr char kCaptureRefused[] = "the compositor refuses to give the pixels";
+inline constexpr char kOutOfOrder[] = "a frame's event is out of order";
+inline constexpr char kCaptureRefused[] = "the compositor refuses the capture";
 
 }  // namespace qrv::desktop::wayland
 

@@ -10,12 +10,13 @@ namespace {
 struct BackendKind {
   const char* name;
   bool isPortal;
-  // Throws Error when it is not there.
+  // Throws Error when it is unavailable.
   std::unique_ptr<Backend> (*open)(Connection& connection, const Screen& screen);
 };
 
-// In the order of trying. The first two are the compositor's own; of these the newer needs no wait
-// for the next frame. The others go over the session bus, and the last may ask a person.
+// In the order in which they are tried. The first two are the compositor's own protocols, of which
+// the newer one need not wait for the next frame. The others use the session bus, and the last one
+// may ask a person.
 constexpr BackendKind kBackends[] = {
     {"ext-image-copy-capture", false, OpenImageCopy},
     {"wlr-screencopy", false, OpenScreencopy},
@@ -44,7 +45,7 @@ std::unique_ptr<Backend> ChooseBackend(Connection& connection, const Screen& scr
       if (error.reason() == Reason::kTimeout) reason = Reason::kTimeout;
     }
   }
-  throw Error(reason, "there is no way to the compositor's pixels (" + reasons + ")");
+  throw Error(reason, "no backend can capture the compositor (" + reasons + ")");
 }
 
 }  // namespace qrv::desktop::wayland

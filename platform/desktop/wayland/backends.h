@@ -1,4 +1,4 @@
-// The backends, and which one is taken.
+// The backends, and the choice between them.
 #ifndef PLATFORM_DESKTOP_WAYLAND_BACKENDS_H_
 #define PLATFORM_DESKTOP_WAYLAND_BACKENDS_H_
 
@@ -16,8 +16,8 @@ std::unique_ptr<Backend> OpenScreencopy(Connection& connection, const Screen& sc
 // ext_image_copy_capture_manager_v1:
 std::unique_ptr<Backend> OpenImageCopy(Connection& connection, const Screen& screen);
 
-// The first backend that is there, as a table in backends.cpp orders them; or the portal alone.
-// Throws Error when there is none: it says what each of them lacks.
+// The first available backend in the order of the table in backends.cpp; with `byPortal`, only the
+// portal. Throws Error when none is available, with the reason of each.
 std::unique_ptr<Backend> ChooseBackend(Connection& connection, const Screen& screen, bool byPortal);
 
 }  // namespace qrv::desktop::wayland

@@ -6,9 +6,9 @@
 #include <cerrno>
 #include <cstring>
 #include <exception>
+#include <memory>
 #include <utility>
 
-#include "platform/desktop/error.h"
 #include "platform/desktop/peer/one_line.h"
 #include "platform/desktop/peer/socket.h"
 #include "platform/desktop/wayland/protocol.h"
@@ -16,13 +16,12 @@
 namespace qrv::desktop::wayland {
 namespace {
 
-// A message is the object's number, then its size in bytes above the number of the request or
-// event, then the arguments; all in words of this machine's byte order.
+// A message is words in this machine's byte order: the object's number; the message's size in bytes
+// in the high half, the number of the request or event in the low half; the arguments.
 constexpr size_t kHeaderWords = 2;
 constexpr size_t kReceiveWords = 4096;
 constexpr uint32_t kDisplay = 1;
 constexpr size_t kMaxObjects = 16384;
-constexpr char kBreaks[] = " breaks the protocol: ";
 constexpr char kTooShort[] = "a message is too short";
 
 size_t WordsOf(size_t bytes) { return bytes / 4 + (bytes % 4 != 0 ? 1 : 0); }
@@ -39,7 +38,7 @@ uint32_t Arguments::TakeUint() {
   return word;
 }
 
-// Its size with the zero at the end, then the bytes, filled up to whole words.
+// A string is its size with the terminating zero, then the bytes, padded to whole words.
 std::string Arguments::TakeString() {
   const size_t bytes = TakeUint();
   if (bytes == 0) return {};
@@ -52,49 +51,47 @@ std::string Arguments::TakeString() {
   return text;
 }
 
-std::unique_ptr<Connection> Connection::Open(const std::string& path, std::string peer,
-                                             Deadline deadline) {
+Connection::Connection(const std::string& path, std::string peer, Deadline deadline)
+    : peer_(std::move(peer)), deadline_(deadline), received_(kReceiveWords) {
   UniqueFd socket = ConnectLocal(path, deadline);
-  if (!socket) {
-    if (Clock::now() >= deadline) throw Error(Reason::kTimeout, peer + " does not answer");
-    throw Error(Reason::kUnreachable, peer + " can't be reached");
-  }
-  std::unique_ptr<Connection> connection(new Connection(std::move(socket), std::move(peer)));
-  connection->BeginCall(deadline);
-  return connection;
-}
-
-Connection::Connection(UniqueFd socket, std::string peer)
-    : socket_(std::move(socket)), peer_(std::move(peer)), received_(kReceiveWords) {
+  if (!socket && Clock::now() >= deadline) Fail(Reason::kTimeout, " does not answer");
+  socket_ = KeptFd(std::move(socket));
+  if (!socket_.IsOurs()) Fail(Reason::kUnreachable, " can't be reached");
   NewObject();  // 0 is no object
   NewObject([this](uint32_t event, Arguments& arguments) { HandleDisplayEvent(event, arguments); });
 }
 
 void Connection::BeginCall(Deadline deadline) {
   deadline_ = deadline;
-  if (!socket_.IsOurs()) FailByEnd();
+  if (!socket_.IsOurs()) {
+    throw Error(Reason::kUnreachable, "this process closed the connection to " + peer_);
+  }
 }
 
-void Connection::Fail(const std::string& how) const {
-  throw Error(Reason::kUnreachable, peer_ + how);
+void Connection::Fail(Reason reason, const std::string& how) const {
+  throw Error(reason, peer_ + how);
 }
 
-// The time may also be over because the compositor sends, or reads, without end.
+void Connection::FailProtocol(const char* message) const {
+  Fail(Reason::kUnreachable, std::string(" violates the protocol: ") + message);
+}
+
+// The deadline holds for a compositor that sends, or reads, without end too.
 void Connection::AwaitSocket(short events) const {
   if (!WaitFor(socket_.get(), events, deadline_) || Clock::now() >= deadline_) {
-    throw Error(Reason::kTimeout, peer_ + " does not answer");
+    Fail(Reason::kTimeout, " does not answer");
   }
 }
 
 uint32_t Connection::NewObject(Handler handler) {
-  // The compositor wants numbers without gaps.
+  // The protocol demands numbers without gaps.
   if (!free_.empty()) {
     const uint32_t object = free_.back();
     free_.pop_back();
     objects_[object] = {std::move(handler)};
     return object;
   }
-  if (objects_.size() == kMaxObjects) Fail(" deletes no objects");
+  if (objects_.size() == kMaxObjects) Fail(Reason::kUnreachable, " deletes no objects");
   objects_.push_back({std::move(handler)});
   return static_cast<uint32_t>(objects_.size() - 1);
 }
@@ -102,13 +99,13 @@ uint32_t Connection::NewObject(Handler handler) {
 void Connection::Destroy(uint32_t object, uint32_t request) noexcept {
   Drop(object);
   try {
-    Begin(object, request, 0);
+    AppendHeader(object, request, 0);
   } catch (const std::exception&) {
     // There is no memory.
   }
 }
 
-void Connection::Begin(uint32_t object, uint32_t request, size_t words) {
+void Connection::AppendHeader(uint32_t object, uint32_t request, size_t words) {
   toSend_.reserve(toSend_.size() + kHeaderWords + words);
   toSend_.push_back(object);
   toSend_.push_back(static_cast<uint32_t>((kHeaderWords + words) * 4) << 16 | request);
@@ -116,33 +113,17 @@ void Connection::Begin(uint32_t object, uint32_t request, size_t words) {
 
 void Connection::Send(uint32_t object, uint32_t request, std::initializer_list<uint32_t> words,
                       int fd) {
-  // A descriptor goes with the first byte that is sent with it.
+  // A descriptor travels with the first byte of the message that it is sent with.
   if (fd >= 0) Flush();
-  Begin(object, request, words.size());
+  AppendHeader(object, request, words.size());
   toSend_.insert(toSend_.end(), words);
-  if (fd < 0) return;
-  iovec bytes = {toSend_.data(), toSend_.size() * 4};
-  alignas(cmsghdr) char control[CMSG_SPACE(sizeof fd)] = {};
-  msghdr message = {};
-  message.msg_iov = &bytes;
-  message.msg_iovlen = 1;
-  message.msg_control = control;
-  message.msg_controllen = sizeof control;
-  cmsghdr* const rights = CMSG_FIRSTHDR(&message);
-  rights->cmsg_level = SOL_SOCKET;
-  rights->cmsg_type = SCM_RIGHTS;
-  rights->cmsg_len = CMSG_LEN(sizeof fd);
-  std::memcpy(CMSG_DATA(rights), &fd, sizeof fd);
-  // The queue was empty: so small a message goes in one piece.
-  const ssize_t sent = sendmsg(socket_.get(), &message, MSG_DONTWAIT | MSG_NOSIGNAL);
-  toSend_.clear();
-  if (sent != static_cast<ssize_t>(bytes.iov_len)) FailByEnd();
+  if (fd >= 0) Flush(fd);
 }
 
 void Connection::SendBind(uint32_t registry, uint32_t name, std::string_view interface,
                           uint32_t version, uint32_t object) {
   const size_t stringBytes = interface.size() + 1;
-  Begin(registry, kRegistryBind, 4 + WordsOf(stringBytes));
+  AppendHeader(registry, kRegistryBind, 4 + WordsOf(stringBytes));
   toSend_.push_back(name);
   toSend_.push_back(static_cast<uint32_t>(stringBytes));
   const size_t at = toSend_.size();
@@ -163,34 +144,33 @@ void Connection::AwaitRoundTrip() {
   Await([&] { return *isDone; });
 }
 
-// Sends what there is to send, and handles what comes first.
+// Sends the queue, then waits for events and handles them.
 void Connection::Exchange() {
   Flush();
   AwaitSocket(POLLIN);
-  if (!Receive()) FailByEnd();
+  if (!Receive()) FailClosed();
   HandleReceived();
 }
 
-void Connection::Flush() {
+void Connection::Flush(int fd) {
   const std::vector<uint32_t> words = std::exchange(toSend_, {});
-  const auto* bytes = reinterpret_cast<const char*>(words.data());
-  size_t left = words.size() * 4;
-  while (left > 0) {
-    const ssize_t sent = send(socket_.get(), bytes, left, MSG_DONTWAIT | MSG_NOSIGNAL);
+  auto left = std::as_bytes(std::span(words));
+  while (!left.empty()) {
+    const ssize_t sent = SendSome(socket_.get(), left, fd);
     if (sent > 0) {
-      bytes += sent;
-      left -= static_cast<size_t>(sent);
+      left = left.subspan(static_cast<size_t>(sent));
+      fd = -1;
     } else if (errno == EAGAIN) {
       AwaitSocket(POLLOUT);
     } else if (errno != EINTR) {
-      // What it said before it closed the connection may say why.
+      // The compositor may have sent its reason before it closed the connection.
       while (Clock::now() < deadline_ && Receive()) HandleReceived();
-      FailByEnd();
+      FailClosed();
     }
   }
 }
 
-// False at the end of the connection, and when nothing is there.
+// False at the end of the connection, and when nothing has arrived.
 bool Connection::Receive() {
   auto* const bytes = reinterpret_cast<char*>(received_.data());
   for (;;) {
@@ -210,17 +190,17 @@ void Connection::HandleReceived() {
     const size_t bytes = received_[at + 1] >> 16;
     const uint32_t event = received_[at + 1] & 0xFFFF;
     if (bytes < kHeaderWords * 4 || bytes % 4 != 0 || bytes > received_.size() * 4) {
-      Fail(kBreaks + std::string("a message has an impossible size"));
+      FailProtocol("a message has an impossible size");
     }
     if (bytes > receivedBytes_ - at * 4) break;
     Arguments arguments(
         std::span<const uint32_t>(received_).subspan(at + kHeaderWords, bytes / 4 - kHeaderWords));
-    // A copy, for it may make objects and end its own. Events of objects that are no more cross
-    // with their end.
+    // A copy of the handler, which may make objects and end its own. Events may still arrive for an
+    // object that has ended.
     if (object < objects_.size()) {
       if (const Handler handler = objects_[object].handler) handler(event, arguments);
     }
-    if (arguments.whyRejected() != nullptr) Fail(std::string(kBreaks) + arguments.whyRejected());
+    if (arguments.rejection() != nullptr) FailProtocol(arguments.rejection());
     at += bytes / 4;
   }
   receivedBytes_ -= at * 4;
@@ -232,10 +212,10 @@ void Connection::HandleDisplayEvent(uint32_t event, Arguments& arguments) {
     arguments.TakeUint();  // the object
     arguments.TakeUint();  // the code
     const std::string message = InOneLine(arguments.TakeString());
-    if (arguments.whyRejected() != nullptr) return;
-    Fail(" closed the connection" + (message.empty() ? "" : ": " + message));
+    if (arguments.rejection() != nullptr) return;
+    Fail(Reason::kUnreachable, " closed the connection" + (message.empty() ? "" : ": " + message));
   } else if (event == kDisplayDeleteId) {
-    // A number is free once its object has ended here; some compositors delete objects before.
+    // A number is free once its object has ended here too: some compositors delete objects early.
     const uint32_t object = arguments.TakeUint();
     if (object >= objects_.size() || objects_[object].state != State::kEnded) return;
     objects_[object].state = State::kFree;

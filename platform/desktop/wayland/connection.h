@@ -1,27 +1,27 @@
 // A connection to a Wayland compositor: objects, and the messages to and from them.
 //
 // The protocol's encoding is written out here. The usual client library ends the process when
-// memory, descriptors or room for what it sends run out, and writes to standard error; a guest in
-// somebody's process may do neither.
+// memory, descriptors or buffer space run out, and writes to standard error; a guest in another
+// program's process may do neither.
 #ifndef PLATFORM_DESKTOP_WAYLAND_CONNECTION_H_
 #define PLATFORM_DESKTOP_WAYLAND_CONNECTION_H_
 
 #include <cstdint>
 #include <functional>
 #include <initializer_list>
-#include <memory>
 #include <span>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
+#include "platform/desktop/error.h"
 #include "platform/desktop/peer/descriptors.h"
 
 namespace qrv::desktop::wayland {
 
-// The arguments of an event, taken in order. What the message is too short for is 0 or "", and the
-// message is rejected.
+// The arguments of an event, taken in order. An argument that the message is too short for is 0 or
+// "", and rejects the message.
 class Arguments {
  public:
   explicit Arguments(std::span<const uint32_t> words) : words_(words) {}
@@ -30,43 +30,42 @@ class Arguments {
   int32_t TakeInt() { return static_cast<int32_t>(TakeUint()); }
   std::string TakeString();
 
-  // Makes the event a protocol error, with which the connection is lost once it is handled.
-  void Reject(const char* why) { whyRejected_ = why; }
-  const char* whyRejected() const { return whyRejected_; }  // null unless it was
+  // Makes the event a protocol error: the connection fails once the event is handled.
+  void Reject(const char* reason) { rejection_ = reason; }
+  const char* rejection() const { return rejection_; }  // null when the event is valid
 
  private:
   std::span<const uint32_t> words_;
-  const char* whyRejected_ = nullptr;
+  const char* rejection_ = nullptr;
 };
 
-// Waiting throws Error when the connection is lost: closed, whether by this process or the other,
-// broken off with a protocol error by either, or out of time. It is of no use any more then.
+// Sending and waiting throw Error when the connection is lost: closed by either process, ended by a
+// protocol error of either, or timed out. It can't be used again then.
 class Connection {
  public:
-  // What an object does with its events. It may send requests and make objects.
+  // Handles an object's events. It may send requests and make objects.
   using Handler = std::function<void(uint32_t event, Arguments& arguments)>;
 
-  // Connects to the compositor `peer`, which listens at that path. What is awaited on it first must
-  // come by the deadline too.
-  static std::unique_ptr<Connection> Open(const std::string& path, std::string peer,
-                                          Deadline deadline);
+  // Connects to the compositor that listens at that path, which messages call `peer`, and begins a
+  // call with that deadline.
+  Connection(const std::string& path, std::string peer, Deadline deadline);
 
-  // Gives the compositor until then for all that is awaited from now on, if the descriptor still is
-  // the connection's.
+  // Begins a call: whatever is awaited from now on must arrive by the deadline.
   void BeginCall(Deadline deadline);
+
   Deadline deadline() const { return deadline_; }
 
-  // A new object, to be named in the request that makes it. Throws std::bad_alloc, like all below,
-  // and Error when the compositor keeps too many of those that have ended.
+  // A new object, for the request that creates it. Throws std::bad_alloc, like all below, and Error
+  // when the compositor does not delete the objects that have ended.
   uint32_t NewObject(Handler handler = nullptr);
-  // Drops the events of an object from now on. Its number is free once the compositor deletes it.
+  // Ignores the object's events from now on. Its number is free once the compositor deletes it.
   void Drop(uint32_t object) { objects_[object] = {nullptr, State::kEnded}; }
-  // Drops it and sends the request that ends it; without memory for that, the compositor has it
-  // until the connection ends.
+  // Drops the object and sends the request that destroys it. Without memory for the request, the
+  // compositor keeps the object until the connection ends.
   void Destroy(uint32_t object, uint32_t request) noexcept;
 
-  // Sends a request, at the latest when something is awaited; with a descriptor, which stays the
-  // caller's, at once.
+  // Queues a request, which is sent when something is awaited. With a descriptor, which stays the
+  // caller's, it is sent at once.
   void Send(uint32_t object, uint32_t request, std::initializer_list<uint32_t> words, int fd = -1);
   void SendBind(uint32_t registry, uint32_t name, std::string_view interface, uint32_t version,
                 uint32_t object);
@@ -77,7 +76,7 @@ class Connection {
     while (!isDone()) Exchange();
   }
 
-  // Until all that was sent has been handled.
+  // Handles events until the compositor has handled all requests.
   void AwaitRoundTrip();
 
  private:
@@ -87,20 +86,19 @@ class Connection {
     State state = State::kLive;
   };
 
-  Connection(UniqueFd socket, std::string peer);
-
-  void Begin(uint32_t object, uint32_t request, size_t words);
-  [[noreturn]] void Fail(const std::string& how) const;
-  [[noreturn]] void FailByEnd() const { Fail(" closed the connection"); }
+  [[noreturn]] void Fail(Reason reason, const std::string& how) const;
+  [[noreturn]] void FailClosed() const { Fail(Reason::kUnreachable, " closed the connection"); }
+  [[noreturn]] void FailProtocol(const char* message) const;
   void AwaitSocket(short events) const;
+  void AppendHeader(uint32_t object, uint32_t request, size_t words);
   void Exchange();
-  void Flush();
+  void Flush(int fd = -1);
   bool Receive();
   void HandleReceived();
   void HandleDisplayEvent(uint32_t event, Arguments& arguments);
 
   KeptFd socket_;
-  std::string peer_;
+  std::string peer_;  // "the Wayland compositor at /run/user/1000/wayland-1"
   Deadline deadline_;
   std::vector<uint32_t> toSend_;
   std::vector<uint32_t> received_;
@@ -109,8 +107,7 @@ class Connection {
   std::vector<uint32_t> free_;   // numbers that the compositor has deleted
 };
 
-// An object that is destroyed at the end of its scope, after which its handler is not called any
-// more.
+// An object that is destroyed at the end of its scope. Its handler is not called after that.
 class ScopedObject {
  public:
   ScopedObject(Connection& connection, uint32_t destroyRequest,

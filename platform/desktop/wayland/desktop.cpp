@@ -12,45 +12,43 @@
 #include "platform/desktop/wayland/sway_windows.h"
 
 namespace qrv::desktop {
+namespace wayland {
 namespace {
-
-using namespace wayland;
 
 class WaylandLink : public Link {
  public:
-  WaylandLink(std::unique_ptr<Connection> connection, bool byPortal)
-      : connection_(std::move(connection)), screen_(*connection_), byPortal_(byPortal) {}
+  WaylandLink(const std::string& path, std::string peer, bool byPortal, Deadline deadline)
+      : connection_(path, std::move(peer), deadline), screen_(connection_), byPortal_(byPortal) {}
 
-  void BeginCall(Deadline deadline) override { connection_->BeginCall(deadline); }
-  const char* Note() const override {
-    return isPointerLacking_ ? "the desktop portal gives pictures without the pointer" : "";
-  }
-  const char* Backend() const override { return backend_ ? backend_->Name() : ""; }
-
+  void BeginCall(Deadline deadline) override { connection_.BeginCall(deadline); }
   std::vector<Display> ListDisplays() override;
   Frame Capture(const Display& display, const PixelRect& region, Pointer pointer) override;
   std::vector<Window> ListWindows() override {
     const Display& main = outputs_.front().display;
-    return QuerySwayWindows(main.offsetX, main.offsetY, connection_->deadline());
+    return QuerySwayWindows(main.offsetX, main.offsetY, connection_.deadline());
+  }
+  const char* backend() const override { return backend_ ? backend_->name() : ""; }
+  const char* note() const override {
+    return lacksPointer_ ? "the desktop portal gives pictures without the pointer" : "";
   }
 
  private:
-  // Throws Error unless the output is as it was listed, as far as the compositor has said.
-  void ExpectUnchanged(const PlacedOutput& output) const;
+  // Throws Error when the compositor has reported a change of the output since it was listed.
+  void RequireUnchanged(const PlacedOutput& output) const;
 
-  std::unique_ptr<Connection> connection_;
+  Connection connection_;
   Screen screen_;
   bool byPortal_;
+  std::unique_ptr<Backend> backend_;
   std::vector<PlacedOutput> outputs_;  // as last listed, once there is a backend
-  std::unique_ptr<wayland::Backend> backend_;
-  bool isPointerLacking_ = false;  // from the last capture
+  bool lacksPointer_ = false;          // the last frame, which was to have it
 };
 
 std::vector<Display> WaylandLink::ListDisplays() {
   screen_.Update();
   std::vector<PlacedOutput> outputs = PlaceOutputs(screen_.outputs());
   if (outputs.empty()) throw Error(Reason::kUnsupported, "the Wayland compositor has no display");
-  if (!backend_) backend_ = ChooseBackend(*connection_, screen_, byPortal_);
+  if (!backend_) backend_ = ChooseBackend(connection_, screen_, byPortal_);
   backend_->BeginCapture();
   outputs_ = std::move(outputs);
   std::vector<Display> displays;
@@ -66,33 +64,30 @@ const PlacedOutput& Find(const std::vector<PlacedOutput>& outputs, uint32_t disp
   return *found;
 }
 
-void WaylandLink::ExpectUnchanged(const PlacedOutput& output) const {
+void WaylandLink::RequireUnchanged(const PlacedOutput& output) const {
   if (Find(PlaceOutputs(screen_.outputs()), output.display.id) == output) return;
   throw DisplayChanged();
 }
 
-// A frame may be of an output that turned, or went, after it was listed. The compositor says so
-// before it sends the frame, or before it answers.
+// A frame may show an output that has changed, or is gone, since it was listed. The compositor
+// reports that before it sends the frame, or before it answers the next round trip.
 Frame WaylandLink::Capture(const Display& display, const PixelRect& region, Pointer pointer) {
   const PlacedOutput& output = Find(outputs_, display.id);
   try {
-    Frame frame = backend_->Capture(output, region, pointer, connection_->deadline());
-    isPointerLacking_ = pointer == Pointer::kShown && !backend_->HasPointer();
-    ExpectUnchanged(output);
+    Frame frame = backend_->Capture(output, region, pointer, connection_.deadline());
+    lacksPointer_ = pointer == Pointer::kShown && !backend_->hasPointer();
+    RequireUnchanged(output);
     return frame;
   } catch (const Error& error) {
-    // A person's answer may come when the call's time is over.
-    const bool isOver = Clock::now() >= connection_->deadline();
-    if (isOver || error.reason() == Reason::kUnreachable || error.reason() == Reason::kTimeout) {
-      throw;
-    }
+    // A person may answer after the deadline.
+    if (error.LosesConnection() || Clock::now() >= connection_.deadline()) throw;
     screen_.Update();
-    ExpectUnchanged(output);
+    RequireUnchanged(output);
     throw;
   }
 }
 
-// Empty when a name has no folder to be in.
+// Empty when the socket's folder is unknown.
 std::string PathOf(const std::string& socket) {
   if (socket.front() == '/') return socket;
   const char* const folder = secure_getenv("XDG_RUNTIME_DIR");
@@ -105,16 +100,19 @@ std::unique_ptr<Link> Connect(const std::string& socket, bool byPortal, Deadline
     throw Error(Reason::kUnreachable,
                 "XDG_RUNTIME_DIR, where the compositor's socket is, is not set");
   }
-  return std::make_unique<WaylandLink>(
-      Connection::Open(path, "the Wayland compositor at " + path, deadline), byPortal);
+  return std::make_unique<WaylandLink>(path, "the Wayland compositor at " + path, byPortal,
+                                       deadline);
 }
 
 }  // namespace
+}  // namespace wayland
 
 std::unique_ptr<Desktop> OpenWaylandDesktop(const std::string& socket, bool byPortal) {
   return std::make_unique<ReconnectingDesktop>(
       (byPortal ? "the portal of Wayland " : "Wayland ") + socket,
-      [socket, byPortal](Deadline deadline) { return Connect(socket, byPortal, deadline); });
+      [socket, byPortal](Deadline deadline) {
+        return wayland::Connect(socket, byPortal, deadline);
+      });
 }
 
 }  // namespace qrv::desktop

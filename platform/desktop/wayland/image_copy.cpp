@@ -7,17 +7,17 @@
 namespace qrv::desktop::wayland {
 namespace {
 
-// What an output's size or format may change while a frame of it is under way.
+// An output's size or format may change while a frame is pending.
 constexpr int kTries = 3;
 
-// What a session has sent of the images that it gives.
+// The constraints that a session has sent for the buffers of its frames.
 struct Constraints {
   uint32_t width = 0;
   uint32_t height = 0;
   uint32_t format = 0;
   bool hasFormat = false;
-  bool isWhole = false;  // all of them have come
-  bool isUsed = false;   // a frame was asked for with them
+  bool isWhole = false;  // all of them have arrived
+  bool isUsed = false;   // a frame was requested with them
   bool isStopped = false;
 };
 
@@ -29,7 +29,7 @@ void HandleSessionEvent(Constraints& sent, uint32_t event, Arguments& arguments)
       sent.height = arguments.TakeUint();
       break;
     case kCopySessionFormat: {
-      // The smallest numbers are those of a frame's own format.
+      // The formats with the smallest numbers are a frame's own.
       const uint32_t format = arguments.TakeUint();
       if (!IsKnownFormat(format) || (sent.hasFormat && sent.format <= format)) break;
       sent.format = format;
@@ -58,7 +58,7 @@ ImageLayout LayoutOf(const Constraints& constraints) {
   return layout;
 }
 
-// What a frame object has sent.
+// The events of a frame object.
 struct FrameEvents {
   Orientation orientation = Orientation::kUpright;
   bool isReady = false;
@@ -91,7 +91,7 @@ class ImageCopy : public Backend {
 
   Frame Capture(const PlacedOutput& output, const PixelRect& region, Pointer pointer,
                 Deadline) override;
-  const char* Name() const override { return "ext-image-copy-capture"; }
+  const char* name() const override { return "ext-image-copy-capture"; }
 
  private:
   Frame TryToCapture(const Display& display, uint32_t session, Constraints& sent);
@@ -102,8 +102,8 @@ class ImageCopy : public Backend {
   WaylandSegments segments_;
 };
 
-// A session of its own for each capture: the first frame of a session comes at once, those that
-// follow wait for something to change.
+// Each capture has a session of its own: a session's first frame is ready at once, while later ones
+// wait for damage.
 Frame ImageCopy::Capture(const PlacedOutput& output, const PixelRect& region, Pointer pointer,
                          Deadline) {
   const ScopedObject source(connection_, kSourceDestroy);
@@ -140,7 +140,7 @@ Frame ImageCopy::TryToCapture(const Display& display, uint32_t session, Constrai
   connection_.Send(frame.id(), kCopyFrameCapture, {});
   connection_.Await([&] { return events.isReady || events.hasFailed; });
   if (events.failedByConstraints) {
-    // The new ones may have come already, and be the same ones.
+    // New constraints may have arrived already; otherwise waits for them.
     if (sent.isUsed) sent.isWhole = sent.hasFormat = false;
     return {};
   }

@@ -9,13 +9,12 @@
 
 namespace qrv::desktop::wayland {
 
-// What all outputs take together.
+// The space that all outputs occupy together.
 struct Space {
   PixelRect units;  // in the compositor's space
-  // The outputs' pixels per unit lie between these two. They include 1, and that sizes in units are
-  // rounded.
-  double leastDensity = 1;
-  double mostDensity = 1;
+  // Bounds of the outputs' pixels per unit. They include 1, and allow for rounded sizes in units.
+  double minDensity = 1;
+  double maxDensity = 1;
 
   bool operator==(const Space&) const = default;
 };
@@ -23,9 +22,9 @@ struct Space {
 struct PlacedOutput {
   Display display;
   uint32_t object = 0;
-  uint32_t changes = 0;                             // of the output until it was placed
-  Orientation orientation = Orientation::kUpright;  // of its pixels before they are turned
-  PixelRect logical;                                // in the compositor's space
+  uint32_t changes = 0;  // Output::changes when it was placed
+  Orientation orientation = Orientation::kUpright;
+  PixelRect logical;  // in the compositor's space
   Space desktop;
 
   bool operator==(const PlacedOutput&) const = default;

@@ -13,13 +13,13 @@ namespace qrv::desktop::wayland {
 namespace {
 
 constexpr std::string_view kOutputInterface = "wl_output";
-constexpr uint32_t kOutputVersion = 4;  // tells its name
+constexpr uint32_t kOutputVersion = 4;  // the first that has names
 constexpr uint32_t kReleasableVersion = 3;
 constexpr size_t kMaxOutputs = 256;
 
 struct WantedGlobal {
   std::string_view interface;
-  uint32_t version;  // the latest that is understood here
+  uint32_t version;  // the latest that is supported
 };
 // By Global.
 constexpr WantedGlobal kWanted[kGlobals] = {{"wl_shm", 1},
@@ -28,15 +28,13 @@ constexpr WantedGlobal kWanted[kGlobals] = {{"wl_shm", 1},
                                             {"ext_output_image_capture_source_manager_v1", 1},
                                             {"ext_image_copy_capture_manager_v1", 1}};
 
-// Sides of an output, in pixels or units, and how far it may be from the origin.
-constexpr int32_t kMaxSide = 32767;
-constexpr int32_t kMaxDistance = 1 << 20;
+constexpr int32_t kMaxPosition = 1 << 20;
 
 bool IsSide(int32_t side) { return side > 0 && side <= kMaxSide; }
-bool IsPlace(int32_t place) { return place >= -kMaxDistance && place <= kMaxDistance; }
+bool IsPosition(int32_t position) { return position >= -kMaxPosition && position <= kMaxPosition; }
 
 // False for an output that shows nothing.
-bool Place(const Output& output, PlacedOutput& placed) {
+bool PlaceOutput(const Output& output, PlacedOutput& placed) {
   placed.object = output.object;
   placed.changes = output.changes;
   placed.orientation = output.orientation;
@@ -50,11 +48,11 @@ bool Place(const Output& output, PlacedOutput& placed) {
     const int32_t scale = std::max(output.scale, 1);
     placed.logical = {output.x, output.y, display.pixelWidth / scale, display.pixelHeight / scale};
   }
-  SetDepth(32, display);  // that is how compositors keep pixels, whatever they send to the screen
+  SetDepth(32, display);  // compositors keep such pixels, whatever they send to the screen
   CopyText(display.name, output.label);
   return IsSide(display.pixelWidth) && IsSide(display.pixelHeight) &&
          IsSide(placed.logical.width) && IsSide(placed.logical.height) &&
-         IsPlace(placed.logical.x) && IsPlace(placed.logical.y);
+         IsPosition(placed.logical.x) && IsPosition(placed.logical.y);
 }
 
 void HandleOutputEvent(Output& output, uint32_t event, Arguments& arguments) {
@@ -64,7 +62,7 @@ void HandleOutputEvent(Output& output, uint32_t event, Arguments& arguments) {
       output.y = arguments.TakeInt();
       arguments.TakeInt();     // width in millimetres
       arguments.TakeInt();     // height
-      arguments.TakeInt();     // order of a pixel's colours on the glass
+      arguments.TakeInt();     // subpixel order
       arguments.TakeString();  // make
       arguments.TakeString();  // model
       output.orientation = TakeOrientation(arguments);
@@ -125,8 +123,8 @@ PixelRect Union(const PixelRect& a, const PixelRect& b) {
 
 // Sizes in units are rounded, up or down.
 void AddDensity(int32_t pixels, int32_t units, Space& space) {
-  space.leastDensity = std::min(space.leastDensity, pixels / (units + 1.0));
-  space.mostDensity = std::max(space.mostDensity, pixels / (units - 0.5));
+  space.minDensity = std::min(space.minDensity, pixels / (units + 1.0));
+  space.maxDensity = std::max(space.maxDensity, pixels / (units - 0.5));
 }
 
 Space SpaceOf(const std::vector<PlacedOutput>& outputs) {
@@ -144,7 +142,7 @@ Space SpaceOf(const std::vector<PlacedOutput>& outputs) {
 Orientation TakeOrientation(Arguments& arguments) {
   const uint32_t transform = arguments.TakeUint();
   if (transform > static_cast<uint32_t>(Orientation::kMirrored270)) {
-    arguments.Reject("a transform is none of the eight");
+    arguments.Reject("an output has an unknown transform");
   }
   return static_cast<Orientation>(transform);
 }
@@ -153,7 +151,7 @@ std::vector<PlacedOutput> PlaceOutputs(const std::vector<std::unique_ptr<Output>
   std::vector<PlacedOutput> all;
   for (const auto& output : outputs) {
     PlacedOutput placed;
-    if (Place(*output, placed)) all.push_back(placed);
+    if (PlaceOutput(*output, placed)) all.push_back(placed);
   }
   if (all.empty()) return all;
   const auto main = std::find_if(all.begin(), all.end(), [](const PlacedOutput& each) {
@@ -179,9 +177,9 @@ void Screen::Update() {
     connection_.Send(1, kDisplayGetRegistry, {registry_});
     connection_.AwaitRoundTrip();
   }
-  // What has changed since comes before the answer; and what new outputs say, with the next.
+  // Changes arrive within this round trip, and the events of new outputs within the next.
   connection_.AwaitRoundTrip();
-  if (AskForLogicalPlaces()) connection_.AwaitRoundTrip();
+  if (RequestLogicalPositions()) connection_.AwaitRoundTrip();
 }
 
 auto Screen::FindOutput(uint32_t name) const {
@@ -198,14 +196,14 @@ void Screen::HandleRegistryEvent(uint32_t event, Arguments& arguments) {
   }
 }
 
-// A list that leaves outputs out would make a desktop with holes.
+// Rejects an output that can't be listed: without it the desktop would have a hole.
 void Screen::Bind(uint32_t name, Arguments& arguments) {
   const std::string interface = arguments.TakeString();
   const uint32_t version = arguments.TakeUint();
   if (interface == kOutputInterface) {
     if (outputs_.size() == kMaxOutputs) return arguments.Reject("there are too many outputs");
     if (name == 0 || FindOutput(name) != outputs_.end()) {
-      return arguments.Reject("an output has no number of its own");
+      return arguments.Reject("an output's number is not unique");
     }
     return BindOutput(name, version);
   }
@@ -224,18 +222,18 @@ void Screen::BindOutput(uint32_t name, uint32_t version) {
   connection_.SendBind(registry_, name, kOutputInterface, output.version, output.object);
 }
 
-// Whether anything was asked for.
-bool Screen::AskForLogicalPlaces() {
+// Whether a round trip is needed.
+bool Screen::RequestLogicalPositions() {
   const BoundGlobal& manager = global(Global::kXdgOutputManager);
-  if (manager.object == 0) return true;  // new outputs have yet to tell of themselves
-  bool isAsked = false;
+  if (manager.object == 0) return true;  // the events of new outputs have not arrived yet
+  bool isRequested = false;
   for (const auto& each : outputs_) {
     if (each->logicalObject != 0) continue;
     each->logicalObject = connection_.NewObject(Counting(*each, HandleLogicalEvent));
     connection_.Send(manager.object, kXdgOutputManagerGet, {each->logicalObject, each->object});
-    isAsked = true;
+    isRequested = true;
   }
-  return isAsked;
+  return isRequested;
 }
 
 void Screen::RemoveOutput(uint32_t name) {

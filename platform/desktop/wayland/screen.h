@@ -1,4 +1,4 @@
-// What a Wayland compositor offers: its outputs, as displays, and the objects to capture them with.
+// What a Wayland compositor offers: its outputs, as displays, and the objects that capture them.
 #ifndef PLATFORM_DESKTOP_WAYLAND_SCREEN_H_
 #define PLATFORM_DESKTOP_WAYLAND_SCREEN_H_
 
@@ -14,10 +14,10 @@
 
 namespace qrv::desktop::wayland {
 
-// An output as the compositor tells of it. Positions and logical sizes are in the units of the
+// An output as the compositor describes it. Positions and logical sizes are in the units of the
 // compositor's space, modes in pixels before the output is turned.
 struct Output {
-  uint32_t name = 0;  // the registry's: not 0, another one whenever an output comes
+  uint32_t name = 0;  // in the registry: not 0, and a new one whenever an output is added
   uint32_t object = 0;
   uint32_t version = 0;
   uint32_t logicalObject = 0;
@@ -28,25 +28,25 @@ struct Output {
   int32_t modeWidth = 0;
   int32_t modeHeight = 0;
   int32_t scale = 1;
-  PixelRect logical;     // as xdg-output tells; empty without it
-  uint32_t changes = 0;  // of all this, one that was taken back too
+  PixelRect logical;     // from xdg-output; empty without it
+  uint32_t changes = 0;  // how often any of this has changed, back to an earlier value included
 
   bool operator==(const Output&) const = default;
 };
 
-// A wl_output's transform as the next argument; another number is rejected.
+// Takes the next argument, a wl_output's transform; rejects any other number.
 Orientation TakeOrientation(Arguments& arguments);
 
-// The displays of outputs, main display first: the one at the compositor's origin, or the first
-// one. Outputs that are off, or of sizes that can't be, are none.
+// The outputs as displays, main display first: the one at the compositor's origin, or the first
+// one. Outputs that are off, or have impossible sizes, are left out.
 std::vector<PlacedOutput> PlaceOutputs(const std::vector<std::unique_ptr<Output>>& outputs);
 
-// What a compositor has one of, that a capture uses.
+// The global objects that a capture uses, of which a compositor has one each.
 enum class Global : size_t { kShm, kXdgOutputManager, kScreencopy, kSourceManager, kCopyManager };
 inline constexpr size_t kGlobals = 5;
 
 struct BoundGlobal {
-  uint32_t object = 0;  // 0 when the compositor hasn't got it
+  uint32_t object = 0;  // 0 when the compositor has none
   uint32_t version = 0;
 };
 
@@ -54,7 +54,7 @@ class Screen {
  public:
   explicit Screen(Connection& connection) : connection_(connection) {}
 
-  // Asks for the outputs.
+  // Asks the compositor for its outputs as they are now.
   void Update();
 
   const std::vector<std::unique_ptr<Output>>& outputs() const { return outputs_; }
@@ -64,7 +64,7 @@ class Screen {
   void HandleRegistryEvent(uint32_t event, Arguments& arguments);
   void Bind(uint32_t name, Arguments& arguments);
   void BindOutput(uint32_t name, uint32_t version);
-  bool AskForLogicalPlaces();
+  bool RequestLogicalPositions();
   auto FindOutput(uint32_t name) const;
   void RemoveOutput(uint32_t name);
 

@@ -9,18 +9,18 @@ namespace {
 
 constexpr uint32_t kBufferDoneVersion = 3;
 
-// What a frame object has sent.
+// The events of a frame object.
 struct FrameEvents {
   ImageLayout layout;
   bool hasLayout = false;
-  bool isLayoutWhole = false;  // no other follows
+  bool isLayoutWhole = false;  // no other layout follows
   bool isInverted = false;
-  bool isCopying = false;  // has been asked to
+  bool isCopying = false;  // the copy was requested
   bool isReady = false;
   bool hasFailed = false;
 };
 
-// Pixels that are ready before they were asked for are not in the buffer.
+// A frame that is ready before its copy was requested has nothing in the buffer.
 bool IsInOrder(const FrameEvents& events, uint32_t event) {
   if (events.isReady || events.hasFailed) return false;
   if (event == kScreencopyFrameReady) return events.isCopying;
@@ -59,9 +59,9 @@ void HandleFrameEvent(FrameEvents& events, uint32_t version, uint32_t event, Arg
   }
 }
 
-// What to ask for, in the output's units, and the pixels per unit. Only where units have a whole
-// number of pixels is it certain which ones are meant; and of outputs that are turned by a quarter,
-// wlroots 0.16 gives another region.
+// The region to request, in the output's units, and the pixels per unit. A region is unambiguous
+// only where a unit has a whole number of pixels, and of outputs that are turned by a quarter
+// wlroots 0.16 captures another region; then the request is for the whole output.
 struct Request {
   PixelRect units;
   int32_t density = 1;
@@ -92,7 +92,7 @@ class Screencopy : public Backend {
 
   Frame Capture(const PlacedOutput& output, const PixelRect& region, Pointer pointer,
                 Deadline) override;
-  const char* Name() const override { return "wlr-screencopy"; }
+  const char* name() const override { return "wlr-screencopy"; }
 
  private:
   void SendRequest(const Request& request, uint32_t frame, uint32_t output, Pointer pointer);

@@ -7,7 +7,7 @@
 
 namespace qrv::desktop::wayland {
 
-// A segment's id is that of its wl_shm_pool.
+// A segment's id is its wl_shm_pool.
 class WaylandSegments : public SegmentPool {
  public:
   WaylandSegments(Connection& connection, uint32_t shm) : connection_(connection), shm_(shm) {}

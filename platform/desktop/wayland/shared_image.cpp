@@ -11,15 +11,13 @@
 namespace qrv::desktop::wayland {
 namespace {
 
-constexpr uint32_t kMaxSide = 32767;
-
 constexpr uint32_t Code(const char (&letters)[5]) {
   return static_cast<uint32_t>(letters[0]) | static_cast<uint32_t>(letters[1]) << 8 |
          static_cast<uint32_t>(letters[2]) << 16 | static_cast<uint32_t>(letters[3]) << 24;
 }
 
-// wl_shm's formats: two numbers of its own, else four letters. All are little-endian words, and
-// name their channels from the highest bits down.
+// A format of wl_shm: 0 or 1, or else four letters. All are little-endian words, and are named by
+// their channels from the highest bits down.
 struct ShmFormat {
   uint32_t code;
   PixelFormat pixels;
@@ -80,10 +78,9 @@ SharedImage::SharedImage(Connection& connection, SegmentPool& pool, const ImageL
                          int32_t width, int32_t height)
     : connection_(connection), layout_(layout), width_(width), height_(height) {
   if (!IsPossible(layout)) {
-    throw Error(Reason::kUnsupported,
-                "the compositor sends pixels in a format that is not known here");
+    throw Error(Reason::kUnsupported, "the compositor sends pixels in an unsupported format");
   }
-  // A segment of another size would be memory for nothing.
+  // A buffer of other sides would be of no use.
   if (std::minmax(layout.width, layout.height) !=
       std::minmax(static_cast<uint32_t>(width), static_cast<uint32_t>(height))) {
     throw DisplayChanged();

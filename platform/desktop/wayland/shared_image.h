@@ -12,8 +12,8 @@
 
 namespace qrv::desktop::wayland {
 
-// How the compositor wants an image to lie in memory. The format is one of wl_shm's; the stride is
-// from one row to the next, in bytes.
+// The layout in memory that the compositor demands. The format is one of wl_shm's; the stride is in
+// bytes.
 struct ImageLayout {
   uint32_t format = 0;
   uint32_t width = 0;
@@ -21,16 +21,16 @@ struct ImageLayout {
   uint32_t stride = 0;
 };
 
-// Whether pixels of that format can be converted here; the bytes of one.
+// Whether pixels of that format can be converted.
 bool IsKnownFormat(uint32_t format);
+// Of a known format.
 uint32_t BytesPerPixel(uint32_t format);
 
-// A buffer of the compositor's over a segment of its own.
+// A wl_buffer over a segment of its own.
 class SharedImage {
  public:
-  // Of pixels that are so many wide and high when they are upright. The pool and the connection
-  // outlive it. Throws Error when the layout is impossible, or that of other pixels, or there is no
-  // memory.
+  // `width` and `height` are those of the upright image. The pool and the connection outlive it.
+  // Throws Error when the layout is impossible or has other sides, or there is no memory.
   SharedImage(Connection& connection, SegmentPool& pool, const ImageLayout& layout, int32_t width,
               int32_t height);
   SharedImage(const SharedImage&) = delete;
@@ -39,8 +39,8 @@ class SharedImage {
 
   uint32_t buffer() const { return buffer_; }
 
-  // What the compositor has written, upright. It lies in the segment itself where it can. Throws
-  // Error when that has other sides, and std::bad_alloc.
+  // The image that the compositor has written, upright; in the segment itself where that is
+  // possible. Throws Error when it has other sides, and std::bad_alloc.
   Frame ToFrame(Orientation orientation, bool isInverted) const;
 
  private:

@@ -1,4 +1,4 @@
-// Where an X server listens: its display name, taken apart, and the socket that leads there.
+// The address of an X server: parsing a display name, and connecting a socket.
 #ifndef PLATFORM_DESKTOP_X11_ADDRESS_H_
 #define PLATFORM_DESKTOP_X11_ADDRESS_H_
 
@@ -12,18 +12,19 @@
 namespace qrv::desktop::x11 {
 
 struct Address {
-  std::string path;  // of a socket on this machine that the name states itself
+  std::string path;  // of a Unix socket, when the name is one
   std::string host;  // empty: this machine
   uint16_t number = 0;
   uint16_t screen = 0;
 };
 
-// A display name is "host:number.screen", where the screen is 0 when it is left out, and no host or
-// "unix" means this machine; or the path of a socket. None for all other text.
+// A display name is "host:number.screen", where the screen may be left out and is 0 then, and no
+// host or "unix" means this machine; or the path of a socket. Nothing for any other text.
 std::optional<Address> ParseDisplayName(std::string_view name);
 
-// A close-on-exec, non-blocking socket to the server; none when no server listens there or its
-// queue stays full until the deadline. The lookup of a host's name takes its own time.
+// A close-on-exec, non-blocking socket to the server. Empty when none listens there, or its queue
+// of connections stays full until the deadline. The deadline does not bound the lookup of a host
+// name.
 UniqueFd ConnectTo(const Address& address, Deadline deadline);
 
 }  // namespace qrv::desktop::x11

@@ -53,7 +53,7 @@ Host HostOf(int socket) {
   return {kInternet, std::string(reinterpret_cast<const char*>(&address4), 4)};
 }
 
-// A pipe or a device may have no end, or never a beginning.
+// Reading a pipe or a device could block, or never end.
 bool HasReadableFile() {
   const char* const name = XauFileName();
   struct stat64 status = {};

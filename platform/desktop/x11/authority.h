@@ -1,4 +1,4 @@
-// What admits a user to an X server.
+// The credentials of a user for an X server.
 #ifndef PLATFORM_DESKTOP_X11_AUTHORITY_H_
 #define PLATFORM_DESKTOP_X11_AUTHORITY_H_
 
@@ -7,14 +7,14 @@
 
 namespace qrv::desktop::x11 {
 
-// A protocol's name and its secret; both empty when the user has none for the server.
+// The name of an authorization protocol, and the secret. Both are empty when the user has none.
 struct Authority {
   std::string name;
   std::string data;
 };
 
-// The user's authority for the display of that number, of the server that the socket is connected
-// to, from the authority file. A file that is none, or is larger than a megabyte, is not read.
+// The user's authority for the display of that number on the server that the socket is connected
+// to, from the authority file. Only a regular file of at most a megabyte is read.
 Authority FindAuthority(int socket, uint16_t displayNumber);
 
 }  // namespace qrv::desktop::x11

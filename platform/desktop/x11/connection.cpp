@@ -8,23 +8,22 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <utility>
 
+#include "platform/desktop/peer/one_line.h"
 #include "platform/desktop/peer/socket.h"
 #include "platform/desktop/x11/authority.h"
 
 namespace qrv::desktop::x11 {
 namespace {
 
-// Bounds what a server can make us allocate and wait for. The largest replies that are asked for
-// are half as long.
+// Bounds what a server can make this process allocate. The largest replies to the requests that are
+// sent are half as long.
 constexpr size_t kMaxReplyBytes = size_t{1} << 20;
 constexpr size_t kMessageBytes = 32;
-constexpr size_t kMaxReason = 160;
 
 constexpr uint8_t kAccepted = 1;
 constexpr uint8_t kMoreAuthentication = 2;
-constexpr char kDoesNotAnswer[] = " does not answer";
-constexpr char kClosed[] = " closed the connection";
 
 bool IsLocal(int socket) {
   sockaddr_storage address = {};
@@ -37,35 +36,22 @@ bool IsAtLeast(uint32_t major, uint32_t minor, uint32_t wantedMajor, uint32_t wa
   return major > wantedMajor || (major == wantedMajor && minor >= wantedMinor);
 }
 
-std::string PrintableStart(std::span<const uint8_t> text) {
-  std::string start;
-  for (const uint8_t each : text.first(std::min(text.size(), kMaxReason))) {
-    if (each < ' ' || each > '~') break;
-    start += static_cast<char>(each);
-  }
-  return start;
-}
-
 std::span<const std::byte> BytesOf(std::string_view text) { return std::as_bytes(std::span(text)); }
 
 }  // namespace
 
-Connection::Connection(const std::string& displayName, Deadline deadline)
-    : server_("X server " + displayName), deadline_(deadline) {
-  const std::optional<Address> address = ParseDisplayName(displayName);
-  if (!address) {
-    throw Error(Reason::kBadChoice, "'" + displayName + "' is not the name of an X display");
-  }
-  UniqueFd socket = ConnectTo(*address, deadline);
-  if (!socket && Clock::now() >= deadline) throw Lost(Reason::kTimeout, kDoesNotAnswer);
+Connection::Connection(const Address& address, std::string peer, Deadline deadline)
+    : peer_(std::move(peer)), deadline_(deadline) {
+  UniqueFd socket = ConnectTo(address, deadline);
+  if (!socket && Clock::now() >= deadline) Fail(Reason::kTimeout, " does not answer");
   socket_ = KeptFd(std::move(socket));
-  if (!socket_.IsOurs()) throw Lost(Reason::kUnreachable, " can't be reached");
-  ShakeHands(*address);
+  if (!socket_.IsOurs()) Fail(Reason::kUnreachable, " can't be reached");
+  Handshake(address);
   FindExtensions();
 }
 
 // The answer begins with eight bytes, the last two of which count the words that follow.
-void Connection::ShakeHands(const Address& address) {
+void Connection::Handshake(const Address& address) {
   const Authority authority = FindAuthority(socket_.get(), address.number);
   toSend_ = {Pair('l', 11), Pair(0, static_cast<int32_t>(authority.name.size())),
              static_cast<uint32_t>(authority.data.size())};
@@ -77,9 +63,11 @@ void Connection::ShakeHands(const Address& address) {
   Reply answer = ReceiveRest(head, (head[6] | size_t{head[7]} << 8) * 4);
   if (head[0] != kAccepted) {
     answer.TakeBytes(sizeof head);
-    const size_t reasonBytes = head[0] == kMoreAuthentication ? answer.left().size() : head[1];
-    const std::string reason = PrintableStart(answer.TakeBytes(reasonBytes));
-    throw Error(Reason::kRefused, server_ + " refuses the connection: " + reason);
+    const size_t bytes = head[0] == kMoreAuthentication ? answer.left().size() : head[1];
+    const std::string_view reason = answer.TakeText(bytes);
+    constexpr std::string_view kEnds("\n\0", 2);
+    Fail(Reason::kRefused,
+         " refuses the connection: " + InOneLine(reason.substr(0, reason.find_first_of(kEnds))));
   }
   const auto setup = answer.Take<xcb_setup_t>();
   idBase_ = setup.resource_id_base;
@@ -93,15 +81,15 @@ void Connection::FindExtensions() {
   randr_ = AwaitOpcode(randrQuery);
   // A connection that leaves this machine can't carry a segment's descriptor.
   shm_ = IsLocal(socket_.get()) ? AwaitOpcode(shmQuery) : 0;
-  const char* const refusal = "the X server does not report its extensions' versions";
+  const char* const error = "the X server does not report its extensions' versions";
   const Sequence randr = randr_ != 0 ? Send(randr_, XCB_RANDR_QUERY_VERSION, {1, 5}) : 0;
   const Sequence shm = shm_ != 0 ? Send(shm_, XCB_SHM_QUERY_VERSION, {}) : 0;
   if (randr_ != 0) {
-    const auto version = Await(randr, refusal).Take<xcb_randr_query_version_reply_t>();
+    const auto version = Await(randr, error).Take<xcb_randr_query_version_reply_t>();
     if (!IsAtLeast(version.major_version, version.minor_version, 1, 5)) randr_ = 0;
   }
   if (shm_ != 0) {
-    const auto version = Await(shm, refusal).Take<xcb_shm_query_version_reply_t>();
+    const auto version = Await(shm, error).Take<xcb_shm_query_version_reply_t>();
     if (!IsAtLeast(version.major_version, version.minor_version, 1, 2)) shm_ = 0;
   }
 }
@@ -112,19 +100,30 @@ Connection::Sequence Connection::QueryExtension(std::string_view name) {
 
 uint8_t Connection::AwaitOpcode(Sequence query) {
   const auto extension =
-      Await(query, "the X server does not name its extensions").Take<xcb_query_extension_reply_t>();
+      Await(query, "the X server does not list its extensions").Take<xcb_query_extension_reply_t>();
   return extension.present != 0 ? extension.major_opcode : 0;
 }
 
 void Connection::BeginCall(Deadline deadline) {
   deadline_ = deadline;
   if (!socket_.IsOurs()) {
-    throw Error(Reason::kUnreachable, "this process closed the connection to " + server_);
+    throw Error(Reason::kUnreachable, "this process closed the connection to " + peer_);
   }
   while (WaitFor(socket_.get(), POLLIN, Clock::now())) ReceiveMessage();
 }
 
-// The server grants the bits of the mask.
+void Connection::Fail(Reason reason, const std::string& how) const {
+  throw Error(reason, peer_ + how);
+}
+
+// The deadline holds for a server that sends, or reads, without end too.
+void Connection::AwaitSocket(short events) const {
+  if (!WaitFor(socket_.get(), events, deadline_) || Clock::now() >= deadline_) {
+    Fail(Reason::kTimeout, " does not answer");
+  }
+}
+
+// Only the bits of the mask are the client's.
 uint32_t Connection::NewId() {
   lastId_ += idMask_ & (~idMask_ + 1);
   return idBase_ | (lastId_ & idMask_);
@@ -133,7 +132,7 @@ uint32_t Connection::NewId() {
 Connection::Sequence Connection::Send(uint8_t opcode, uint8_t data,
                                       std::initializer_list<uint32_t> words,
                                       std::span<const std::byte> bytes, int fd) {
-  // A descriptor goes with the first byte that is sent with it.
+  // A descriptor travels with the first byte of the message that it is sent with.
   if (fd >= 0) Flush();
   const size_t allWords = 1 + words.size() + (bytes.size() + 3) / 4;
   toSend_.push_back(Pair(opcode | data << 8, static_cast<int32_t>(allWords)));
@@ -143,7 +142,7 @@ Connection::Sequence Connection::Send(uint8_t opcode, uint8_t data,
   return ++sequence_;
 }
 
-// Up to a whole number of words.
+// Pads to a whole number of words.
 void Connection::Append(std::span<const std::byte> bytes) {
   const size_t at = toSend_.size();
   toSend_.resize(at + (bytes.size() + 3) / 4);
@@ -158,9 +157,9 @@ void Connection::Flush(int fd) {
       left = left.subspan(static_cast<size_t>(sent));
       fd = -1;
     } else if (errno == EAGAIN) {
-      if (!WaitFor(socket_.get(), POLLOUT, deadline_)) throw Lost(Reason::kTimeout, kDoesNotAnswer);
+      AwaitSocket(POLLOUT);
     } else if (errno != EINTR) {
-      throw Lost(Reason::kUnreachable, kClosed);
+      FailClosed();
     }
   }
   toSend_.clear();
@@ -171,44 +170,41 @@ std::optional<Reply> Connection::Await(Sequence request) {
   for (;;) {
     Message answer = ReceiveAnswer();
     const auto later = static_cast<int16_t>(answer.sequence - request);
-    if (later > 0) throw BrokenProtocol();  // it left the request out
+    if (later > 0) throw ProtocolError();  // the request was not answered
     if (later < 0) continue;
-    if (answer.isError()) return std::nullopt;
+    if (answer.IsError()) return std::nullopt;
     return std::move(answer.bytes);
   }
 }
 
-Reply Connection::Await(Sequence request, const char* refusal) {
+Reply Connection::Await(Sequence request, const char* errorMessage) {
   std::optional<Reply> reply = Await(request);
-  if (!reply) throw Error(Reason::kRefused, refusal);
+  if (!reply) throw Error(Reason::kRefused, errorMessage);
   return std::move(*reply);
 }
 
-// An error would come before the reply to the next request.
-bool Connection::IsCarriedOut() {
+// An error comes before the reply to the next request.
+bool Connection::AwaitSuccess() {
   const Sequence request = sequence_;
   const Sequence next = Send(XCB_GET_INPUT_FOCUS, 0, {});
   Flush();
   bool hasFailed = false;
   for (;;) {
     const Message answer = ReceiveAnswer();
-    if (answer.sequence == request && answer.isError()) hasFailed = true;
+    if (answer.sequence == request && answer.IsError()) hasFailed = true;
     if (answer.sequence == next) return !hasFailed;
   }
 }
 
-// Descriptors that come along are not taken, so that the system closes them.
+// Does not receive descriptors: the system closes those that the server sends.
 void Connection::ReceiveBytes(std::span<uint8_t> bytes) {
   while (!bytes.empty()) {
-    // A server that sends without end gets no longer than one that sends nothing.
-    if (!WaitFor(socket_.get(), POLLIN, deadline_) || Clock::now() >= deadline_) {
-      throw Lost(Reason::kTimeout, kDoesNotAnswer);
-    }
+    AwaitSocket(POLLIN);
     const ssize_t count = recv(socket_.get(), bytes.data(), bytes.size(), MSG_DONTWAIT);
     if (count > 0) {
       bytes = bytes.subspan(static_cast<size_t>(count));
     } else if (count == 0 || (errno != EAGAIN && errno != EINTR)) {
-      throw Lost(Reason::kUnreachable, kClosed);
+      FailClosed();
     }
   }
 }
@@ -229,14 +225,14 @@ Connection::Message Connection::ReceiveMessage() {
   // Replies, and events of one kind, may be longer.
   const bool hasLength = type == 1 || (type & 0x7F) == XCB_GE_GENERIC;
   const size_t words = hasLength ? fields.length : 0;
-  if (words > kMaxReplyBytes / 4) throw BrokenProtocol();
+  if (words > kMaxReplyBytes / 4) throw ProtocolError();
   return {type, fields.sequence, ReceiveRest(head, words * 4)};
 }
 
 Connection::Message Connection::ReceiveAnswer() {
   for (;;) {
     Message message = ReceiveMessage();
-    if (message.isError() || message.isReply()) return message;
+    if (message.IsError() || message.IsReply()) return message;
   }
 }
 

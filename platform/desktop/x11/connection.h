@@ -21,61 +21,64 @@
 
 namespace qrv::desktop::x11 {
 
+// Sending and waiting throw Error; Error::LosesConnection says whether the connection is still
+// usable then.
 class Connection {
  public:
-  // A request's number, by which its reply is known.
+  // Identifies a request and its reply.
   using Sequence = uint16_t;
 
-  // Connects to the server with that display name; a call with that deadline has begun then. Throws
-  // Error, like all that sends or awaits: with Reason::kTimeout or kUnreachable when the connection
-  // is of no use any more.
-  Connection(const std::string& displayName, Deadline deadline);
+  // Connects to the server, which messages call `peer`, and begins a call with that deadline.
+  Connection(const Address& address, std::string peer, Deadline deadline);
+
+  // Begins a call: whatever is awaited from now on must arrive by the deadline. Drops what arrived
+  // since the last call.
+  void BeginCall(Deadline deadline);
 
   const ScreenFormat& screen() const { return screen_; }
-  // What the requests of an extension begin with; 0 when the server lacks what is used of it.
+  // The opcodes of extensions; 0 when the server does not support that version.
   uint8_t randr() const { return randr_; }  // version 1.5
   uint8_t shm() const { return shm_; }      // MIT-SHM 1.2, on this machine
 
-  // What the requests of another extension begin with; 0 when the server lacks it.
+  // The opcode of another extension; 0 when the server lacks it.
   uint8_t FindExtension(std::string_view name) { return AwaitOpcode(QueryExtension(name)); }
 
-  // Gives the server until then for all that is awaited from now on, and drops what it sent
-  // unasked.
-  void BeginCall(Deadline deadline);
-
-  // An identifier for something that a request makes.
+  // A new identifier for something that a request creates.
   uint32_t NewId();
 
-  // Sends a request of these words, followed by those bytes, at the latest when something is
-  // awaited; with a descriptor, which stays the caller's, at once. `data` is the second byte: an
-  // extension's request, or what a request of the core puts there.
+  // Queues a request of these words, followed by those bytes; it is sent when something is awaited.
+  // With a descriptor, which stays the caller's, it is sent at once. `data` is the second byte: the
+  // request's number within an extension, or an argument of a core request.
   Sequence Send(uint8_t opcode, uint8_t data, std::initializer_list<uint32_t> words,
                 std::span<const std::byte> bytes = {}, int fd = -1);
 
-  // The reply to a request; none when the server answers with an error. Replies to earlier requests
-  // are dropped.
+  // The reply to a request; nothing when the server answers with an error. Drops replies to earlier
+  // requests.
   std::optional<Reply> Await(Sequence request);
-  // Throws with Reason::kRefused and that message when the server answers with an error.
-  Reply Await(Sequence request, const char* refusal);
-  // Whether the latest request, one without a reply, was carried out.
-  bool IsCarriedOut();
+  // Throws Error with Reason::kRefused and that message when the server answers with an error.
+  Reply Await(Sequence request, const char* errorMessage);
+  // Waits until the server has handled the latest request, which has no reply. False when it
+  // answers with an error.
+  bool AwaitSuccess();
 
  private:
   struct Message {
-    bool isError() const { return type == 0; }
-    bool isReply() const { return type == 1; }
+    bool IsError() const { return type == 0; }
+    bool IsReply() const { return type == 1; }
 
     uint8_t type;  // the others are events
     Sequence sequence;
     Reply bytes;
   };
 
-  void ShakeHands(const Address& address);
+  void Handshake(const Address& address);
   void FindExtensions();
   Sequence QueryExtension(std::string_view name);
   uint8_t AwaitOpcode(Sequence query);
 
-  Error Lost(Reason reason, const char* what) const { return {reason, server_ + what}; }
+  [[noreturn]] void Fail(Reason reason, const std::string& how) const;
+  [[noreturn]] void FailClosed() const { Fail(Reason::kUnreachable, " closed the connection"); }
+  void AwaitSocket(short events) const;
   void Append(std::span<const std::byte> bytes);
   void Flush(int fd = -1);
   void ReceiveBytes(std::span<uint8_t> bytes);
@@ -83,8 +86,8 @@ class Connection {
   Message ReceiveMessage();
   Message ReceiveAnswer();
 
-  std::string server_;  // "X server :0"
   KeptFd socket_;
+  std::string peer_;  // "X server :0"
   Deadline deadline_;
   ScreenFormat screen_;
   uint8_t randr_ = 0;
@@ -92,7 +95,7 @@ class Connection {
   uint32_t idBase_ = 0;
   uint32_t idMask_ = 0;
   uint32_t lastId_ = 0;
-  Sequence sequence_ = 0;  // the latest request's
+  Sequence sequence_ = 0;  // of the latest request
   std::vector<uint32_t> toSend_;
 };
 

@@ -1,6 +1,6 @@
-// The desktop of an X server. The jobs, each in files of its own: address finds the server,
-// authority is what admits us, connection talks to it, screen makes displays of its monitors,
-// pixels fetches them, through the shared memory of segments where it can.
+// The desktop of an X server. Each job has files of its own: address finds the server, authority
+// has the credentials, connection talks to it, screen makes displays of its monitors, backend
+// captures them, and segments is the memory that is shared with it.
 #ifndef PLATFORM_DESKTOP_X11_DESKTOP_H_
 #define PLATFORM_DESKTOP_X11_DESKTOP_H_
 
@@ -11,10 +11,8 @@
 
 namespace qrv::desktop {
 
-// Whether a text is the name of an X display: ":0", "host:10.0", the path of a socket.
-bool IsX11DisplayName(const std::string& text);
-
-// The desktop of the server with that display name. Connects on first use.
+// The desktop of the server with that display name: ":0", "host:10.0", the path of a socket.
+// Connects on first use. Throws Error when it is not a display name.
 std::unique_ptr<Desktop> OpenX11Desktop(const std::string& displayName);
 
 }  // namespace qrv::desktop

@@ -7,35 +7,41 @@
 #include <cstring>
 #include <memory>
 #include <span>
+#include <string_view>
 #include <type_traits>
 
 #include "platform/desktop/error.h"
 
 namespace qrv::desktop::x11 {
 
-inline Error BrokenProtocol() {
-  return {Reason::kUnreachable, "the X server breaks the X protocol"};
+inline Error ProtocolError() {
+  return {Reason::kUnreachable, "the X server violates the X protocol"};
 }
 
-// The bytes of a message, taken in order. Whatever counts and lengths the server states, taking
-// more than came throws.
+// The bytes of a message, taken in order. Taking more than there are throws, whatever counts and
+// lengths the server states.
 class Reply {
  public:
-  // To be filled.
+  // Its bytes are to be filled in through left().
   explicit Reply(size_t size)
       : bytes_(std::make_unique_for_overwrite<uint8_t[]>(size)), left_(bytes_.get(), size) {}
 
-  // What is not taken yet.
+  // The bytes that are not taken yet.
   std::span<uint8_t> left() const { return left_; }
 
   std::span<const uint8_t> TakeBytes(size_t count) {
-    if (count > left_.size()) throw BrokenProtocol();
+    if (count > left_.size()) throw ProtocolError();
     const std::span<const uint8_t> bytes = left_.first(count);
     left_ = left_.subspan(count);
     return bytes;
   }
 
-  // A record as it lies in the message, in this machine's byte order.
+  std::string_view TakeText(size_t length) {
+    const std::span<const uint8_t> bytes = TakeBytes(length);
+    return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+  }
+
+  // Takes a record, in this machine's byte order.
   template <typename Record>
   Record Take() {
     static_assert(std::is_trivially_copyable_v<Record>);

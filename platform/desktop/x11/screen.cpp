@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <iterator>
 #include <optional>
-#include <string>
 
 #include "platform/desktop/peer/one_line.h"
 
@@ -21,7 +20,7 @@ PixelRect CutToRoot(const PixelRect& area, int32_t rootWidth, int32_t rootHeight
   return cut;
 }
 
-std::vector<Monitor> TakeMonitors(Reply reply) {
+std::vector<Monitor> ReadMonitors(Reply reply) {
   std::vector<Monitor> monitors;
   for (uint32_t left = reply.Take<xcb_randr_get_monitors_reply_t>().nMonitors; left > 0; --left) {
     const auto info = reply.Take<xcb_randr_monitor_info_t>();
@@ -31,10 +30,10 @@ std::vector<Monitor> TakeMonitors(Reply reply) {
   return monitors;
 }
 
-// Takes the name over from the displays known before, else requests it. None when there is no name.
+// Copies the name from the known monitor, else requests it. Nothing when no reply will come.
 std::optional<Connection::Sequence> RequestName(Connection& connection, Display& display,
-                                                const std::vector<PlacedDisplay>& known) {
-  const auto found = std::find_if(known.begin(), known.end(), [&](const PlacedDisplay& each) {
+                                                const std::vector<PlacedMonitor>& known) {
+  const auto found = std::find_if(known.begin(), known.end(), [&](const PlacedMonitor& each) {
     return each.display.id == display.id;
   });
   if (found != known.end()) {
@@ -45,26 +44,26 @@ std::optional<Connection::Sequence> RequestName(Connection& connection, Display&
   return connection.Send(XCB_GET_ATOM_NAME, 0, {display.id});
 }
 
-// A monitor without a name is a display all the same.
-void NameDisplays(Connection& connection, std::vector<PlacedDisplay>& displays,
-                  const std::vector<PlacedDisplay>& known) {
+// A monitor whose name is unavailable is a display too.
+void NameMonitors(Connection& connection, std::vector<PlacedMonitor>& placed,
+                  const std::vector<PlacedMonitor>& known) {
   std::vector<std::optional<Connection::Sequence>> requests;
-  requests.reserve(displays.size());
-  for (PlacedDisplay& each : displays) {
+  requests.reserve(placed.size());
+  for (PlacedMonitor& each : placed) {
     requests.push_back(RequestName(connection, each.display, known));
   }
-  for (size_t i = 0; i < displays.size(); ++i) {
+  for (size_t i = 0; i < placed.size(); ++i) {
     std::optional<Reply> reply;
     if (requests[i]) reply = connection.Await(*requests[i]);
     if (!reply) continue;
-    const auto bytes = reply->TakeBytes(reply->Take<xcb_get_atom_name_reply_t>().name_len);
-    CopyText(displays[i].display.name, InOneLine(std::string(bytes.begin(), bytes.end())));
+    const size_t length = reply->Take<xcb_get_atom_name_reply_t>().name_len;
+    CopyText(placed[i].display.name, InOneLine(reply->TakeText(length)));
   }
 }
 
 }  // namespace
 
-std::vector<PlacedDisplay> PlaceDisplays(const std::vector<Monitor>& monitors, int32_t rootWidth,
+std::vector<PlacedMonitor> PlaceMonitors(const std::vector<Monitor>& monitors, int32_t rootWidth,
                                          int32_t rootHeight, const PixelFormat& format) {
   std::vector<Monitor> visible;
   for (Monitor monitor : monitors) {
@@ -76,7 +75,7 @@ std::vector<PlacedDisplay> PlaceDisplays(const std::vector<Monitor>& monitors, i
                         [](const Monitor& monitor) { return monitor.isPrimary; });
 
   const PixelRect main = visible.front().area;
-  std::vector<PlacedDisplay> displays;
+  std::vector<PlacedMonitor> placed;
   for (const Monitor& monitor : visible) {
     const PixelRect& area = monitor.area;
     Display display;
@@ -87,14 +86,14 @@ std::vector<PlacedDisplay> PlaceDisplays(const std::vector<Monitor>& monitors, i
     display.pixelWidth = area.width;
     display.pixelHeight = area.height;
     SetDepth(BitsPerPixel(format), display);
-    displays.push_back({display, area});
+    placed.push_back({display, area});
   }
-  return displays;
+  return placed;
 }
 
-std::vector<PlacedDisplay> QueryDisplays(Connection& connection,
-                                         const std::vector<PlacedDisplay>& known) {
-  const char* const refusal = "the X server does not list its displays";
+std::vector<PlacedMonitor> QueryMonitors(Connection& connection,
+                                         const std::vector<PlacedMonitor>& known) {
+  const char* const error = "the X server does not list its displays";
   const uint32_t root = connection.screen().root;
   const uint8_t randr = connection.randr();
   constexpr uint32_t kActive = 1;
@@ -104,13 +103,13 @@ std::vector<PlacedDisplay> QueryDisplays(Connection& connection,
   }
   const Connection::Sequence rootRequest = connection.Send(XCB_GET_GEOMETRY, 0, {root});
   std::vector<Monitor> monitors;
-  if (randr != 0) monitors = TakeMonitors(connection.Await(monitorsRequest, refusal));
-  const auto size = connection.Await(rootRequest, refusal).Take<xcb_get_geometry_reply_t>();
-  if (size.width == 0 || size.height == 0) throw BrokenProtocol();
-  std::vector<PlacedDisplay> displays =
-      PlaceDisplays(monitors, size.width, size.height, connection.screen().pixels);
-  NameDisplays(connection, displays, known);
-  return displays;
+  if (randr != 0) monitors = ReadMonitors(connection.Await(monitorsRequest, error));
+  const auto size = connection.Await(rootRequest, error).Take<xcb_get_geometry_reply_t>();
+  if (size.width == 0 || size.height == 0) throw ProtocolError();
+  std::vector<PlacedMonitor> placed =
+      PlaceMonitors(monitors, size.width, size.height, connection.screen().pixels);
+  NameMonitors(connection, placed, known);
+  return placed;
 }
 
 }  // namespace qrv::desktop::x11

@@ -1,4 +1,4 @@
-// From an X server's monitors to displays.
+// The displays of an X server, which are its monitors.
 #ifndef PLATFORM_DESKTOP_X11_SCREEN_H_
 #define PLATFORM_DESKTOP_X11_SCREEN_H_
 
@@ -11,8 +11,8 @@
 
 namespace qrv::desktop::x11 {
 
-// The identifier of a root window that is shown as one display. Monitors have the atoms of their
-// names, which are below 2^29, so theirs differ from it and stay the same while the server runs.
+// The identifier of a whole root window as a display. A monitor's identifier is the atom of its
+// name, which is below 2^29 and stays the same while the server runs.
 inline constexpr uint32_t kWholeRootId = 0x80000000;
 
 // Areas are in the root window's pixels, from its top-left corner.
@@ -22,21 +22,20 @@ struct Monitor {
   PixelRect area;
 };
 
-struct PlacedDisplay {
+struct PlacedMonitor {
   Display display;
   PixelRect area;
 };
 
-// The displays of a root window of that size, main display first: the primary monitor, or the first
-// one. What lies outside of the root window is cut off; without any monitor inside, the whole root
-// window is one display.
-std::vector<PlacedDisplay> PlaceDisplays(const std::vector<Monitor>& monitors, int32_t rootWidth,
+// The monitors as displays, main display first: the primary monitor, or the first one. Monitors are
+// cut to the root window; when none is left, the whole root window is one display.
+std::vector<PlacedMonitor> PlaceMonitors(const std::vector<Monitor>& monitors, int32_t rootWidth,
                                          int32_t rootHeight, const PixelFormat& format);
 
-// Asks the server for its monitors and its root window's size, in one round trip, and in another
-// for the names of monitors that are not among the displays known before. Throws Error.
-std::vector<PlacedDisplay> QueryDisplays(Connection& connection,
-                                         const std::vector<PlacedDisplay>& known);
+// Asks the server for its monitors and the size of the root window in one round trip, and in
+// another for the names of the monitors that are not in `known`. Throws Error.
+std::vector<PlacedMonitor> QueryMonitors(Connection& connection,
+                                         const std::vector<PlacedMonitor>& known);
 
 }  // namespace qrv::desktop::x11
 

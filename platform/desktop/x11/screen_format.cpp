@@ -17,7 +17,7 @@ struct Screen {
   std::optional<xcb_visualtype_t> rootVisual;
 };
 
-Screen TakeScreen(Reply& rest) {
+Screen ReadScreen(Reply& rest) {
   Screen screen = {rest.Take<xcb_screen_t>(), {}};
   for (int depths = screen.record.allowed_depths_len; depths > 0; --depths) {
     for (int visuals = rest.Take<xcb_depth_t>().visuals_len; visuals > 0; --visuals) {
@@ -70,8 +70,8 @@ ScreenFormat ReadScreenFormat(const xcb_setup_t& setup, Reply& rest, int number)
   if (number >= setup.roots_len) {
     throw Error(Reason::kUnsupported, "the X server has no screen " + std::to_string(number));
   }
-  for (; number > 0; --number) TakeScreen(rest);
-  const Screen screen = TakeScreen(rest);
+  for (; number > 0; --number) ReadScreen(rest);
+  const Screen screen = ReadScreen(rest);
 
   ScreenFormat format;
   format.root = screen.record.root;

@@ -15,9 +15,9 @@ struct ScreenFormat {
   uint32_t colormap = 0;  // of a mapped format
 };
 
-// The format of the screen of that number, from the server's answer to the handshake and what
-// follows its record. Throws Error, also for formats that are not supported: less than 8 bits per
-// pixel, samples of more than 12 bits, colour maps of more than 256 entries.
+// The format of the screen of that number, from the handshake's record and what follows it. Throws
+// Error, also for unsupported formats: less than 8 bits per pixel, samples of more than 12 bits,
+// colour maps of more than 256 entries.
 ScreenFormat ReadScreenFormat(const xcb_setup_t& setup, Reply& rest, int number);
 
 }  // namespace qrv::desktop::x11

@@ -8,7 +8,7 @@ uint32_t X11Segments::Attach(int file, size_t /*size*/) {
   const uint32_t id = connection_.NewId();
   constexpr uint32_t kReadOnly = 0;
   connection_.Send(connection_.shm(), XCB_SHM_ATTACH_FD, {id, kReadOnly}, {}, file);
-  if (!connection_.IsCarriedOut()) {
+  if (!connection_.AwaitSuccess()) {
     throw Error(Reason::kRefused, "the X server refuses shared memory");
   }
   return id;

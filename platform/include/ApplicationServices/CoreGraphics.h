@@ -78,7 +78,7 @@ enum {
 CGDirectDisplayID CGMainDisplayID(void) QRV_SYMBOL("CGMainDisplayID");
 
 // Fills `displays` with up to `maxDisplays` identifiers, main display first, and `*displayCount`
-// with how many were filled. Not kCGErrorSuccess when the desktop can't be asked.
+// with how many were filled. Not kCGErrorSuccess when the desktop is unavailable.
 CGError CGGetActiveDisplayList(uint32_t maxDisplays, CGDirectDisplayID* displays,
                                CGDisplayCount* displayCount) QRV_SYMBOL("CGGetActiveDisplayList");
 
@@ -89,8 +89,8 @@ CGRect CGDisplayBounds(CGDirectDisplayID display) QRV_SYMBOL("CGDisplayBounds");
 // system states them. Not owned; valid until the next call. Null for no display.
 CFDictionaryRef CGDisplayCurrentMode(CGDirectDisplayID display) QRV_SYMBOL("CGDisplayCurrentMode");
 
-// One bit that stands for the display: that of its place in the latest list. 0 for no display, and
-// for those after the first 32.
+// The bit of the display's index in the latest list. 0 for no display, and for those after the
+// first 32.
 CGOpenGLDisplayMask CGDisplayIDToOpenGLDisplayMask(CGDirectDisplayID display)
     QRV_SYMBOL("CGDisplayIDToOpenGLDisplayMask");
 
@@ -98,14 +98,14 @@ CGOpenGLDisplayMask CGDisplayIDToOpenGLDisplayMask(CGDirectDisplayID display)
 __attribute__((weak)) CGImageRef CGDisplayCreateImage(CGDirectDisplayID display)
     QRV_SYMBOL("CGDisplayCreateImage");
 
-// An image of a part of the display, in units from the display's top-left corner, or null when
-// the part does not meet it. It is captured when what it is drawn into is looked at.
+// An image of a rectangle of the display, in units from the display's top-left corner, or null when
+// the two don't intersect.
 __attribute__((weak)) CGImageRef CGDisplayCreateImageForRect(CGDirectDisplayID display, CGRect rect)
     QRV_SYMBOL("CGDisplayCreateImageForRect");
 
 // --- Geometry ---
 
-// The common part of two rectangles, or the null rectangle when they have none.
+// The intersection of two rectangles, or the null rectangle when it is empty.
 CGRect CGRectIntersection(CGRect first, CGRect second) QRV_SYMBOL("CGRectIntersection");
 bool CGRectIsNull(CGRect rect) QRV_SYMBOL("CGRectIsNull");
 
@@ -130,10 +130,11 @@ void CGImageRelease(CGImageRef image) QRV_SYMBOL("CGImageRelease");
 
 // --- Bitmap contexts ---
 
-// A context over `data`, or over zeroed memory of its own when `data` is null. 8 bits a component,
-// RGB, alpha info 1, 2, 5 or 6 in the default byte order; null for anything else. Without memory of
-// its own when that is drawn in, its address and its image are null. `bytesPerRow` is at least
-// width x 4. The caller's `data` outlives the context.
+// A context over `data`, or over zeroed memory of its own when `data` is null. 8 bits per
+// component, RGB, alpha info 1, 2, 5 or 6 in the default byte order; null for anything else.
+// `bytesPerRow` is at least width x 4. The caller's `data` outlives the context. A context
+// allocates its own memory only when it is needed; when that fails, its address and its image are
+// null.
 //
 // A context is drawn, then read through its address or made one image of, and then released.
 CGContextRef CGBitmapContextCreate(void* data, size_t width, size_t height, size_t bitsPerComponent,
@@ -152,17 +153,16 @@ size_t CGBitmapContextGetBytesPerRow(CGContextRef context)
 CGImageAlphaInfo CGBitmapContextGetAlphaInfo(CGContextRef context)
     QRV_SYMBOL("CGBitmapContextGetAlphaInfo");
 
-// Draws the image into the rectangle of user space, clipped to the context. Its pixels take the
-// place of those that were there, which onto cleared pixels is what it looks like; an image without
-// alpha is drawn with alpha 255. The rectangle has the image's size and begins at a whole pixel:
-// an image that would have to be scaled, or drawn between pixels, is not drawn, and its pixels are
-// lost, as those are that are drawn when an image has taken the context's memory.
+// Draws the image into the rectangle of user space, clipped to the context. The image's pixels
+// replace those of the context, without blending; an image without alpha is drawn with alpha 255.
+// The rectangle has the image's size and begins at a whole pixel: an image that would have to be
+// scaled, or drawn between pixels, is not drawn, and the context fails.
 void CGContextDrawImage(CGContextRef context, CGRect rect, CGImageRef image)
     QRV_SYMBOL("CGContextDrawImage");
 // Makes the rectangle transparent black.
 void CGContextClearRect(CGContextRef context, CGRect rect) QRV_SYMBOL("CGContextClearRect");
-// An image of the context's pixels, whose memory it takes over: the context has none from then on.
-// Null for a context over the caller's memory, and while pixels that were to be drawn are missing.
+// An image of the context's pixels, which takes over their memory. Null for a context over the
+// caller's memory, and while pixels are missing that should have been drawn.
 CGImageRef CGBitmapContextCreateImage(CGContextRef context)
     QRV_SYMBOL("CGBitmapContextCreateImage");
 

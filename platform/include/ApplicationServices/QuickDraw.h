@@ -1,5 +1,5 @@
-// QuickDraw's types, record layouts and constants. Its functions are not declared here: nobody
-// links them; they are found by name in the framework's executable at run time.
+// QuickDraw's types, record layouts and constants. Its functions are not declared here, because
+// they are not linked: programs find them by name in the framework's executable at run time.
 //
 // Records are packed to 2 bytes, as the platform defines them. Coordinates are signed 16-bit and
 // grow downward; right and bottom edges are exclusive.
@@ -83,7 +83,7 @@ struct GDevice {
 
 #pragma pack(pop)
 
-// A port: something that drawing goes to. A graphics world is one.
+// A port is what drawing functions draw into. A graphics world is one.
 typedef struct OpaqueGrafPtr* GrafPtr;
 typedef GrafPtr GWorldPtr;
 

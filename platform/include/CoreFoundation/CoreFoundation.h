@@ -2,8 +2,8 @@
 // names, types and constants.
 //
 // Ownership follows the framework's rule: what a function with "Create" or "Copy" in its name
-// returns belongs to the caller, who gives it back with CFRelease; what a "Get" function returns
-// belongs to the object it was taken from.
+// returns belongs to the caller, who releases it with CFRelease; what a "Get" function returns
+// belongs to the object that it comes from.
 #ifndef COREFOUNDATION_COREFOUNDATION_H_
 #define COREFOUNDATION_COREFOUNDATION_H_
 
@@ -45,7 +45,7 @@ typedef struct FSRef {
 extern const CFAllocatorRef kCFAllocatorSystemDefault QRV_SYMBOL("kCFAllocatorSystemDefault");
 
 // A constant string of 7-bit ASCII characters. It lives as long as the code that names it and is
-// never released. Making it takes no memory, so it can't fail.
+// never released. It can't fail, because it allocates nothing.
 #if defined(__MACH__)
 #define CFSTR(literal) ((CFStringRef)__builtin___CFStringMakeConstantString("" literal ""))
 #else
@@ -59,7 +59,7 @@ struct __CFString {
   }())
 #endif
 
-// Gives one reference back. `object` must not be null.
+// Releases one reference. `object` must not be null.
 void CFRelease(CFTypeRef object) QRV_SYMBOL("CFRelease");
 
 // The value stored under `key`, not owned, or null when there is none.
@@ -75,7 +75,7 @@ Boolean CFNumberGetValue(CFNumberRef number, CFNumberType type, void* value)
 CFURLRef CFURLCreateFromFSRef(CFAllocatorRef allocator, const FSRef* reference)
     QRV_SYMBOL("CFURLCreateFromFSRef");
 
-// `url` with one more path component; null when there is no memory.
+// `url` with one more path component; null when memory runs out.
 CFURLRef CFURLCreateCopyAppendingPathComponent(CFAllocatorRef allocator, CFURLRef url,
                                                CFStringRef component, Boolean isDirectory)
     QRV_SYMBOL("CFURLCreateCopyAppendingPathComponent");

@@ -25,11 +25,11 @@ enum { kFrameworksFolderType = 0x6672616D };      // 'fram'
 enum { gestaltSystemVersionMajor = 0x73797331 };  // 'sys1'
 enum { gestaltSystemVersionMinor = 0x73797332 };  // 'sys2'
 
-// Answers the selector: 0 and the value in `response`, or an error and `response` untouched.
+// Stores the selector's value in `response` and returns 0; or returns an error.
 OSErr Gestalt(OSType selector, SInt32* response) QRV_SYMBOL("Gestalt");
 
-// A reference to the folder of the given type: 0 and the reference, or an error (fnfErr when there
-// is no such folder).
+// Stores a reference to the folder of that type and returns 0; or returns an error, which is fnfErr
+// when there is no such folder.
 OSErr FSFindFolder(FSVolumeRefNum volume, OSType folderType, Boolean createFolder,
                    FSRef* foundReference) QRV_SYMBOL("FSFindFolder");
 

@@ -36,7 +36,7 @@ __attribute__((weak)) CGLError CGLChoosePixelFormat(const CGLPixelFormatAttribut
     QRV_SYMBOL("CGLChoosePixelFormat");
 __attribute__((weak)) CGLError CGLDestroyPixelFormat(CGLPixelFormatObj pixelFormat)
     QRV_SYMBOL("CGLDestroyPixelFormat");
-// A new context in `*context`, or an error and null there. There is one at a time.
+// A new context in `*context`, or an error and null there. There is only one at a time.
 __attribute__((weak)) CGLError CGLCreateContext(CGLPixelFormatObj pixelFormat, CGLContextObj share,
                                                 CGLContextObj* context)
     QRV_SYMBOL("CGLCreateContext");

@@ -1,7 +1,6 @@
-// On ELF systems every library of a process shares one name space: a function that a host, or
-// another library in it, exports under a framework's name would take the framework's place, and the
-// other way round. So the frameworks' functions bear names of their own there. Elsewhere they keep
-// theirs.
+// On ELF systems all libraries of a process share one name space: a function that a host or another
+// library exports under a framework function's name would replace it, or be replaced by it. So the
+// frameworks' functions have a prefix in the symbol table there, and only there.
 #ifndef QRV_SYMBOL_H_
 #define QRV_SYMBOL_H_
 

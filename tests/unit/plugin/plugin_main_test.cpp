@@ -23,7 +23,7 @@ TEST_F(PluginMain, ReportsTheInterfaceVersionThatSuitsTheHost) {
       {2011.99, 9},  {0.0, 9},        {1e9, 12},    {NAN, 9},      {std::nullopt, 9}};
   for (const auto& [version, code] : cases) {
     StartIn(version);
-    EXPECT_EQ(host->InterfaceVersion(), code) << version.value_or(-1);
+    EXPECT_EQ(host->interfaceVersion(), code) << version.value_or(-1);
   }
 }
 
@@ -50,7 +50,7 @@ TEST_F(PluginMain, HandsTheMethodsOverInOrderWithFlagsThatSuitTheHost) {
   for (const auto& [version, flags] : {std::pair{2010.029, 0x4U}, {2010.0289, 0U}}) {
     StartIn(version);
     Use(options);  // adapting what is adapted changes nothing
-    for (const auto& method : host->Methods()) EXPECT_EQ(method.flags, flags) << version;
+    for (const auto& method : host->methods()) EXPECT_EQ(method.flags, flags) << version;
   }
   using namespace runtime::methods;
   const char* const declarations[] = {
@@ -58,9 +58,9 @@ TEST_F(PluginMain, HandsTheMethodsOverInOrderWithFlagsThatSuitTheHost) {
       kScreenshotRect.declaration,          kScreenshotRectScaled.declaration,
       kScreenshotStringDisplay.declaration, kScreenshotString.declaration,
       kScreenshotFromString.declaration};
-  ASSERT_EQ(host->Methods().size(), std::size(declarations));
+  ASSERT_EQ(host->methods().size(), std::size(declarations));
   for (size_t i = 0; i < std::size(declarations); ++i) {
-    EXPECT_STREQ(host->Methods()[i].declaration.c_str(), declarations[i]);
+    EXPECT_STREQ(host->methods()[i].declaration.c_str(), declarations[i]);
     const REALmethodDefinition& method = globalMethods[i];
     EXPECT_EQ(method.setterFunction, nullptr);
     EXPECT_EQ(method.attributeCount, 0U);
@@ -115,7 +115,7 @@ TEST_F(StringData, IsCopiedThroughTheOlderServices) {
     EXPECT_THAT(layer.held, IsEmpty());
   }
   EXPECT_EQ(layer.CallsOf("REALGetStringEncoding"), 2);
-  EXPECT_EQ(host->Outstanding().strings, 1);
+  EXPECT_EQ(host->ledger().strings, 1);
 }
 
 TEST_F(StringData, IsRefusedWithTheRecordUntouched) {
@@ -136,7 +136,7 @@ TEST_F(StringData, IsRefusedWithTheRecordUntouched) {
     layer.refused = {step};
     ExpectRefused(string, 6);
   }
-  EXPECT_EQ(host->Outstanding().strings, 1);  // the converted one is given back
+  EXPECT_EQ(host->ledger().strings, 1);  // the converted one is given back
 }
 
 }  // namespace

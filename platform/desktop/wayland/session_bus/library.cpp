@@ -10,12 +10,13 @@
 #include "platform/desktop/wayland/session_bus/module_interface.h"
 #include "platform/library_file.h"
 
-namespace qrv::desktop::session_bus {
+namespace qrv::desktop::wayland::session_bus {
 namespace {
 
 constexpr char kFileName[] = "libScreenshotPortal.so";
 
-// Beside this library. It stays loaded: frames that lie in its memory may outlive all else.
+// The file is beside this library. It stays loaded, because frames in its memory may outlive
+// everything else.
 const Module& Load() {
   const std::string path = OwnFolder() + ("/" + std::string(kFileName));
   void* const library = IsWholeLibrary(path.c_str())
@@ -32,14 +33,14 @@ int64_t Nanoseconds(Deadline deadline) {
   return std::chrono::nanoseconds(deadline.time_since_epoch()).count();
 }
 
-class LibraryBackend : public wayland::Backend {
+class LibraryBackend : public Backend {
  public:
   LibraryBackend(const Module& module, ModuleBackend* backend, const char* name)
       : module_(module), backend_(backend), name_(name) {}
   ~LibraryBackend() override { module_.close(backend_); }
 
   void BeginCapture() override { module_.beginCapture(backend_); }
-  Frame Capture(const wayland::PlacedOutput& output, const PixelRect& region, Pointer pointer,
+  Frame Capture(const PlacedOutput& output, const PixelRect& region, Pointer pointer,
                 Deadline deadline) override {
     ModuleFrame captured;
     ModuleError error;
@@ -50,7 +51,7 @@ class LibraryBackend : public wayland::Backend {
     return {std::shared_ptr<void>(captured.owner, module_.releaseFrame), captured.pixels,
             captured.width, captured.height, captured.rowBytes};
   }
-  const char* Name() const override { return name_; }
+  const char* name() const override { return name_; }
 
  private:
   const Module& module_;
@@ -58,41 +59,39 @@ class LibraryBackend : public wayland::Backend {
   const char* name_;
 };
 
-// A no is the answer for all of a call, and so is whatever else the portal could not do: the next
-// strategy lists the displays again, where it must over another connection, and does not ask again.
-constexpr std::chrono::seconds kAnswerLife{1};
-ModuleError theRefusal;
-Deadline refusedUntil;
+// A denial, or any other failure of the portal, holds for the whole method call: the next strategy
+// lists the displays again, maybe over a new connection, and must not ask the person again.
+constexpr std::chrono::seconds kFailureLife{1};
+ModuleError lastFailure;
+Deadline failsUntil;
 
 class PortalBackend : public LibraryBackend {
  public:
   using LibraryBackend::LibraryBackend;
 
-  bool HasPointer() const override { return false; }
+  bool hasPointer() const override { return false; }
 
-  Frame Capture(const wayland::PlacedOutput& output, const PixelRect& region, Pointer pointer,
+  Frame Capture(const PlacedOutput& output, const PixelRect& region, Pointer pointer,
                 Deadline deadline) override {
-    if (Clock::now() < refusedUntil) throw Error(theRefusal.reason, theRefusal.message);
+    if (Clock::now() < failsUntil) throw Error(lastFailure.reason, lastFailure.message);
     try {
       return LibraryBackend::Capture(output, region, pointer, deadline);
     } catch (const Error& error) {
-      theRefusal.reason = error.reason();
-      CopyText(theRefusal.message, error.what());
-      refusedUntil = Clock::now() + kAnswerLife;
+      lastFailure.reason = error.reason();
+      CopyText(lastFailure.message, error.what());
+      failsUntil = Clock::now() + kFailureLife;
       throw;
     }
   }
 };
 
-// What a person takes to answer is not the call's time.
 constexpr PersonCalls kPersonCalls = {ReportWaiting, [](int64_t nanoseconds) {
                                         AddPersonTime(std::chrono::nanoseconds(nanoseconds));
                                       }};
 
 }  // namespace
 
-std::unique_ptr<wayland::Backend> OpenKWin(const std::vector<wayland::PlacedOutput>& outputs,
-                                           Deadline deadline) {
+std::unique_ptr<Backend> OpenKWin(const std::vector<PlacedOutput>& outputs, Deadline deadline) {
   const Module& module = Load();
   ModuleError error;
   ModuleBackend* const backend =
@@ -101,7 +100,7 @@ std::unique_ptr<wayland::Backend> OpenKWin(const std::vector<wayland::PlacedOutp
   return std::make_unique<LibraryBackend>(module, backend, "KWin ScreenShot2");
 }
 
-std::unique_ptr<wayland::Backend> OpenPortal(Deadline deadline) {
+std::unique_ptr<Backend> OpenPortal(Deadline deadline) {
   const Module& module = Load();
   ModuleError error;
   ModuleBackend* const backend = module.openPortal(kPersonCalls, Nanoseconds(deadline), error);
@@ -109,4 +108,4 @@ std::unique_ptr<wayland::Backend> OpenPortal(Deadline deadline) {
   return std::make_unique<PortalBackend>(module, backend, "desktop portal");
 }
 
-}  // namespace qrv::desktop::session_bus
+}  // namespace qrv::desktop::wayland::session_bus

@@ -2,7 +2,8 @@
 
 #include "platform/desktop/peer/one_line.h"
 
-namespace qrv::desktop::session_bus {
+namespace qrv::desktop::wayland::session_bus {
+
 // The address is the environment's, which is not read in a process with raised privileges.
 Bus OpenBus(Deadline deadline) {
   sd_bus* opened = nullptr;
@@ -21,16 +22,16 @@ Message NewCall(const Bus& bus, const Callee& callee, const char* method) {
   return Message(call);
 }
 
-// sd_bus_call would do, but that fails on a signal and waits on while other messages come.
+// Not sd_bus_call, which fails on a signal, and waits past its timeout while other messages arrive.
 Message Call(const Bus& bus, const Message& call, Deadline deadline) {
   Message reply;
-  const auto take = [](sd_bus_message* message, void* to, sd_bus_error*) {
+  const auto receive = [](sd_bus_message* message, void* to, sd_bus_error*) {
     static_cast<Message*>(to)->reset(sd_bus_message_ref(message));
     return 0;
   };
   sd_bus_slot* opened = nullptr;
-  if (sd_bus_call_async(bus.get(), &opened, call.get(), take, &reply, UINT64_MAX) < 0) {
-    throw Error(Reason::kUnreachable, "the session bus takes no call");
+  if (sd_bus_call_async(bus.get(), &opened, call.get(), receive, &reply, UINT64_MAX) < 0) {
+    throw Error(Reason::kUnreachable, "the session bus accepts no call");
   }
   const Slot slot(opened);
   if (!Await(bus, deadline, [&] { return reply != nullptr; })) {
@@ -44,4 +45,4 @@ Message Call(const Bus& bus, const Message& call, Deadline deadline) {
   throw Error(Reason::kRefused, InOneLine(hasMessage ? error->message : error->name));
 }
 
-}  // namespace qrv::desktop::session_bus
+}  // namespace qrv::desktop::wayland::session_bus

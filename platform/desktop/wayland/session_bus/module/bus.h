@@ -1,4 +1,4 @@
-// The session bus, asked in bounded time.
+// Calls over the session bus, bounded by deadlines.
 #ifndef PLATFORM_DESKTOP_WAYLAND_SESSION_BUS_MODULE_BUS_H_
 #define PLATFORM_DESKTOP_WAYLAND_SESSION_BUS_MODULE_BUS_H_
 
@@ -12,9 +12,9 @@
 #include "platform/desktop/error.h"
 #include "platform/desktop/peer/descriptors.h"
 
-namespace qrv::desktop::session_bus {
+namespace qrv::desktop::wayland::session_bus {
 
-// Without a flush, which has no deadline: what the bus does not take is lost.
+// Does not flush, because a flush has no deadline: messages that the bus has not accepted are lost.
 struct CloseBus {
   void operator()(sd_bus* bus) const { sd_bus_close_unref(bus); }
 };
@@ -27,34 +27,35 @@ using Message = std::unique_ptr<sd_bus_message, UnrefMessage>;
 
 inline constexpr char kBusClosed[] = "the session bus closed the connection";
 
-// What is still to be called; not any more when it ends.
+// A callback, which is not called after the slot is released.
 struct UnrefSlot {
   void operator()(sd_bus_slot* slot) const { sd_bus_slot_unref(slot); }
 };
 using Slot = std::unique_ptr<sd_bus_slot, UnrefSlot>;
 
-// A connection of its own for each capture: none is kept, so there is none that the process could
-// close or inherit. Throws Error when there is no bus or it does not answer.
+// Opens a connection. Each capture opens its own: a connection that was kept could be closed by the
+// host or inherited by a fork. Throws Error when there is no bus or it does not answer.
 Bus OpenBus(Deadline deadline);
 
-// A call to an object of a program on the bus. Throws std::bad_alloc.
 struct Callee {
   const char* program;
   const char* object;
   const char* interface;
 };
+// Throws std::bad_alloc.
 Message NewCall(const Bus& bus, const Callee& callee, const char* method);
 
-// Adds arguments, in the form of sd_bus_message_append. Texts are UTF-8. Throws std::bad_alloc.
+// Appends arguments as sd_bus_message_append does. Strings are UTF-8. Throws std::bad_alloc.
 template <typename... Arguments>
 void Append(const Message& message, const char* types, Arguments... arguments) {
   if (sd_bus_message_append(message.get(), types, arguments...) < 0) throw std::bad_alloc();
 }
 
-// The answer. Throws Error, with the other side's message when it answered with an error.
+// Sends the call and waits for the reply. Throws Error, with the callee's message when the reply is
+// an error.
 Message Call(const Bus& bus, const Message& call, Deadline deadline);
 
-// Handles what comes on the bus until `isDone()`. False when the deadline passes first. Throws
+// Handles messages from the bus until `isDone()`. False when the deadline passes first. Throws
 // Error when the bus is lost.
 template <typename Condition>
 bool Await(const Bus& bus, Deadline deadline, Condition isDone) {
@@ -71,11 +72,11 @@ bool Await(const Bus& bus, Deadline deadline, Condition isDone) {
   return true;
 }
 
-// Reads the next dictionary from strings to variants: `take(name, type)` takes the value that is
-// next, whose type is given, and says whether it did; what it leaves is skipped. False when there
-// is no such dictionary.
-template <typename Take>
-bool ReadDictionary(const Message& message, Take take) {
+// Reads the next argument, a dictionary from strings to variants. For each entry `read(name, type)`
+// reads the value, which is next in the message, and returns true, or leaves it to be skipped.
+// False when there is no such dictionary.
+template <typename Read>
+bool ReadDictionary(const Message& message, Read read) {
   sd_bus_message* const m = message.get();
   if (sd_bus_message_enter_container(m, 'a', "{sv}") <= 0) return false;
   while (sd_bus_message_enter_container(m, 'e', "sv") > 0) {
@@ -87,13 +88,13 @@ bool ReadDictionary(const Message& message, Take take) {
     }
     const std::string known = type;
     if (sd_bus_message_enter_container(m, 'v', known.c_str()) <= 0) return false;
-    if (!take(name, known) && sd_bus_message_skip(m, known.c_str()) < 0) return false;
+    if (!read(name, known) && sd_bus_message_skip(m, known.c_str()) < 0) return false;
     if (sd_bus_message_exit_container(m) < 0) return false;
     if (sd_bus_message_exit_container(m) < 0) return false;
   }
   return sd_bus_message_exit_container(m) >= 0;
 }
 
-}  // namespace qrv::desktop::session_bus
+}  // namespace qrv::desktop::wayland::session_bus
 
 #endif  // PLATFORM_DESKTOP_WAYLAND_SESSION_BUS_MODULE_BUS_H_

@@ -8,24 +8,24 @@
 #include "platform/desktop/wayland/session_bus/module/portal.h"
 #include "platform/desktop/wayland/session_bus/module_interface.h"
 
-namespace qrv::desktop::session_bus {
+namespace qrv::desktop::wayland::session_bus {
 
 struct ModuleBackend {
-  std::unique_ptr<wayland::Backend> backend;
+  std::unique_ptr<Backend> backend;
 };
 
 namespace {
 
-constexpr std::chrono::minutes kPatience{1};
+constexpr std::chrono::minutes kPersonTimeout{1};
 
 void Fill(ModuleError& error, Reason reason, const char* message) {
   error.reason = reason;
   CopyText(error.message, message);
 }
 
-// What `call` yields, or a false value and the error when it throws.
+// Returns what `call` returns. When it throws, fills in the error and returns an empty value.
 template <typename Call>
-auto Contained(ModuleError& error, Call call) noexcept -> decltype(call()) {
+auto Guarded(ModuleError& error, Call call) noexcept -> decltype(call()) {
   try {
     return call();
   } catch (const Error& thrown) {
@@ -41,20 +41,20 @@ Deadline DeadlineOf(int64_t nanoseconds) {
       std::chrono::duration_cast<Clock::duration>(std::chrono::nanoseconds(nanoseconds)));
 }
 
-ModuleBackend* OpenKWin(const wayland::PlacedOutput& output, int64_t deadline, ModuleError& error) {
-  return Contained(
-      error, [&] { return new ModuleBackend{OpenKWinBackend(output, DeadlineOf(deadline))}; });
+ModuleBackend* OpenKWin(const PlacedOutput& output, int64_t deadline, ModuleError& error) {
+  return Guarded(error,
+                 [&] { return new ModuleBackend{OpenKWinBackend(output, DeadlineOf(deadline))}; });
 }
 
 ModuleBackend* OpenPortal(const PersonCalls& person, int64_t deadline, ModuleError& error) {
-  return Contained(error, [&] {
-    return new ModuleBackend{OpenPortalBackend(person, kPatience, DeadlineOf(deadline))};
+  return Guarded(error, [&] {
+    return new ModuleBackend{OpenPortalBackend(person, kPersonTimeout, DeadlineOf(deadline))};
   });
 }
 
-bool Capture(ModuleBackend* backend, const wayland::PlacedOutput& output, const PixelRect& region,
+bool Capture(ModuleBackend* backend, const PlacedOutput& output, const PixelRect& region,
              Pointer pointer, int64_t deadline, ModuleFrame& frame, ModuleError& error) {
-  return Contained(error, [&] {
+  return Guarded(error, [&] {
     const Frame captured = backend->backend->Capture(output, region, pointer, DeadlineOf(deadline));
     frame = {new Frame(captured), captured.pixels, captured.width, captured.height,
              captured.rowBytes};
@@ -63,9 +63,9 @@ bool Capture(ModuleBackend* backend, const wayland::PlacedOutput& output, const 
 }
 
 }  // namespace
-}  // namespace qrv::desktop::session_bus
+}  // namespace qrv::desktop::wayland::session_bus
 
-using namespace qrv::desktop::session_bus;
+using namespace qrv::desktop::wayland::session_bus;
 
 extern "C" [[gnu::visibility("default")]] const Module QRV_portal_module;
 const Module QRV_portal_module = {

@@ -9,22 +9,22 @@
 #include "platform/desktop/frames/frame.h"
 #include "platform/desktop/wayland/session_bus/module/bus.h"
 
-namespace qrv::desktop::session_bus {
+namespace qrv::desktop::wayland::session_bus {
 namespace {
 
 constexpr Callee kScreenShot = {"org.kde.KWin", "/org/kde/KWin/ScreenShot2",
                                 "org.kde.KWin.ScreenShot2"};
 constexpr Callee kProperties = {kScreenShot.program, kScreenShot.object,
                                 "org.freedesktop.DBus.Properties"};
-// A pipe that holds much is read in few turns.
+// A large pipe needs few reads.
 constexpr int kPipeBytes = 1 << 20;
-// What a row may have at its end beyond its pixels, in bytes.
+// Bytes at the end of a row beyond its pixels.
 constexpr uint32_t kMaxPadding = 4096;
-// The interface's version from which on it leaves out the caller's own windows unless told not to.
+// From this version of the interface on, captures leave out the caller's windows by default.
 constexpr uint32_t kHidingVersion = 5;
 
-// What KWin says of the bytes that it sends. A format is one of QImage's; of the 32-bit ones every
-// pixel is a native word, from the high byte on: alpha or nothing, red, green, blue.
+// KWin's description of the bytes that it sends. The format is one of QImage's. A pixel of the
+// 32-bit formats is a native word; from the high byte on: alpha or unused, red, green, blue.
 struct ImageInfo {
   uint32_t format = 0;
   uint32_t width = 0;
@@ -34,7 +34,7 @@ struct ImageInfo {
 constexpr uint32_t kFirstFormat = 4;
 constexpr uint32_t kLastFormat = 6;
 
-// What is said of an image that must be of that size.
+// Reads the description of an image that must have the wanted size.
 ImageInfo ReadInfo(const Message& reply, const PixelRect& wanted) {
   ImageInfo info;
   struct {
@@ -59,7 +59,7 @@ ImageInfo ReadInfo(const Message& reply, const PixelRect& wanted) {
   const uint32_t rowBytes = info.width * 4;
   if (!isRead || info.format < kFirstFormat || info.format > kLastFormat || info.stride % 4 != 0 ||
       info.stride < rowBytes || info.stride - rowBytes > kMaxPadding) {
-    throw Error(Reason::kUnsupported, "KWin sends pixels in a format that is not known here");
+    throw Error(Reason::kUnsupported, "KWin sends pixels in an unsupported format");
   }
   return info;
 }
@@ -71,14 +71,14 @@ void ReadAll(int pipe, uint8_t* to, size_t bytes, Deadline deadline) {
     }
     const ssize_t count = read(pipe, to, bytes);
     if (count < 0 && (errno == EINTR || errno == EAGAIN)) continue;
-    if (count <= 0) throw Error(Reason::kUnsupported, "KWin sends fewer pixels than it said");
+    if (count <= 0) throw Error(Reason::kUnsupported, "KWin sends fewer pixels than it announced");
     to += count;
     bytes -= static_cast<size_t>(count);
   }
 }
 
 Frame ReadImage(int pipe, const ImageInfo& info, Deadline deadline) {
-  // Its rows are as long as KWin's.
+  // With KWin's stride.
   Frame frame = NewFrame(static_cast<int32_t>(info.stride / 4), static_cast<int32_t>(info.height));
   ReadAll(pipe, frame.pixels, size_t{info.stride} * info.height, deadline);
   frame.width = static_cast<int32_t>(info.width);
@@ -95,7 +95,7 @@ struct Pipe {
     readEnd = UniqueFd(ends[0]);
     writeEnd = UniqueFd(ends[1]);
     fcntl(readEnd.get(), F_SETPIPE_SZ, kPipeBytes);
-    // KWin writes as a program does that waits.
+    // KWin's end blocks, as writers expect.
     fcntl(writeEnd.get(), F_SETFL, O_WRONLY);
   }
 
@@ -103,7 +103,7 @@ struct Pipe {
   UniqueFd writeEnd;
 };
 
-// 0 where KWin does not say, as old ones don't.
+// 0 for old versions, which don't report one.
 uint32_t ReadVersion(Deadline deadline) {
   const Bus bus = OpenBus(deadline);
   const Message call = NewCall(bus, kProperties, "Get");
@@ -117,23 +117,23 @@ uint32_t ReadVersion(Deadline deadline) {
   return version;
 }
 
-class KWin : public wayland::Backend {
+class KWin : public Backend {
  public:
   explicit KWin(uint32_t version) : version_(version) {}
 
-  Frame Capture(const wayland::PlacedOutput& output, const PixelRect& region, Pointer pointer,
+  Frame Capture(const PlacedOutput& output, const PixelRect& region, Pointer pointer,
                 Deadline deadline) override;
-  const char* Name() const override { return "KWin ScreenShot2"; }
+  const char* name() const override { return "KWin ScreenShot2"; }
 
  private:
   uint32_t version_;
 };
 
-Frame KWin::Capture(const wayland::PlacedOutput& output, const PixelRect& region, Pointer pointer,
+Frame KWin::Capture(const PlacedOutput& output, const PixelRect& region, Pointer pointer,
                     Deadline deadline) {
   const Display& display = output.display;
   const PixelRect whole = AllPixels(display);
-  // An area is in units of the compositor's space.
+  // Areas are in units, so a part is captured alone only where a unit is one pixel.
   const bool isArea = region != whole && display.pixelWidth == output.logical.width &&
                       display.pixelHeight == output.logical.height;
   const PixelRect wanted = isArea ? region : whole;
@@ -146,13 +146,13 @@ Frame KWin::Capture(const wayland::PlacedOutput& output, const PixelRect& region
   } else {
     Append(call, "s", display.name);
   }
-  // Pixels of the screen as they are.
+  // The screen's own pixels.
   const int options = version_ >= kHidingVersion ? 3 : 2;
   Append(call, "a{sv}", options, "native-resolution", "b", 1, "include-cursor", "b",
          pointer == Pointer::kShown ? 1 : 0, "hide-caller-windows", "b", 0);
   Append(call, "h", pipe.writeEnd.get());
   const Message reply = Call(bus, call, deadline);
-  // KWin alone holds the other end from here on.
+  // From here on only KWin holds the write end, so that the pipe ends when KWin closes it.
   pipe.writeEnd = UniqueFd();
   call.reset();
   const Frame frame = ReadImage(pipe.readEnd.get(), ReadInfo(reply, wanted), deadline);
@@ -161,12 +161,11 @@ Frame KWin::Capture(const wayland::PlacedOutput& output, const PixelRect& region
 
 }  // namespace
 
-// A pixel shows whether KWin allows it.
-std::unique_ptr<wayland::Backend> OpenKWinBackend(const wayland::PlacedOutput& output,
-                                                  Deadline deadline) {
+// Captures one pixel to find out whether KWin allows this program.
+std::unique_ptr<Backend> OpenKWinBackend(const PlacedOutput& output, Deadline deadline) {
   auto backend = std::make_unique<KWin>(ReadVersion(deadline));
   backend->Capture(output, {0, 0, 1, 1}, Pointer::kHidden, deadline);
   return backend;
 }
 
-}  // namespace qrv::desktop::session_bus
+}  // namespace qrv::desktop::wayland::session_bus

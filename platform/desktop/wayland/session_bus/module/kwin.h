@@ -1,5 +1,5 @@
-// Pixels by org.kde.KWin.ScreenShot2, which KWin offers to programs whose desktop file lists it
-// under X-KDE-DBUS-Restricted-Interfaces.
+// The backend over org.kde.KWin.ScreenShot2, which KWin offers to programs whose desktop file lists
+// it under X-KDE-DBUS-Restricted-Interfaces.
 #ifndef PLATFORM_DESKTOP_WAYLAND_SESSION_BUS_MODULE_KWIN_H_
 #define PLATFORM_DESKTOP_WAYLAND_SESSION_BUS_MODULE_KWIN_H_
 
@@ -7,12 +7,11 @@
 
 #include "platform/desktop/wayland/backend.h"
 
-namespace qrv::desktop::session_bus {
+namespace qrv::desktop::wayland::session_bus {
 
-// Throws Error when KWin is not there or does not allow it.
-std::unique_ptr<wayland::Backend> OpenKWinBackend(const wayland::PlacedOutput& output,
-                                                  Deadline deadline);
+// Throws Error when KWin is unavailable or refuses this program.
+std::unique_ptr<Backend> OpenKWinBackend(const PlacedOutput& output, Deadline deadline);
 
-}  // namespace qrv::desktop::session_bus
+}  // namespace qrv::desktop::wayland::session_bus
 
 #endif  // PLATFORM_DESKTOP_WAYLAND_SESSION_BUS_MODULE_KWIN_H_

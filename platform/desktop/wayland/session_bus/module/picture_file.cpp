@@ -13,11 +13,11 @@
 #include "platform/desktop/error.h"
 #include "platform/desktop/peer/descriptors.h"
 
-namespace qrv::desktop::session_bus {
+namespace qrv::desktop::wayland::session_bus {
 namespace {
 
-constexpr uint32_t kMaxSide = 65535;
-// Bytes of a PNG's texts, profiles and the like: of one, and of all.
+constexpr uint32_t kMaxPictureSide = 65535;
+// Bytes of a PNG's texts, profiles and the like: one of them, and all of them.
 constexpr size_t kMaxChunk = 4 << 20;
 constexpr size_t kMaxChunks = 16 << 20;
 
@@ -35,7 +35,7 @@ struct CloseFile {
   void operator()(std::FILE* file) const { std::fclose(file); }
 };
 
-[[noreturn]] void FailBySize(const wayland::Space& desktop, const spng_ihdr& header) {
+[[noreturn]] void FailBySize(const Space& desktop, const spng_ihdr& header) {
   const auto text = [](auto width, auto height) {
     return std::to_string(width) + " x " + std::to_string(height);
   };
@@ -44,8 +44,8 @@ struct CloseFile {
                                         text(desktop.units.width, desktop.units.height) + " units");
 }
 
-// Empty when it can't be read. Memory is taken only for what the desktop has.
-Frame Decode(std::FILE* file, const wayland::Space& desktop) {
+// Empty when it can't be read. Allocates no more than a picture of the desktop needs.
+Frame Decode(std::FILE* file, const Space& desktop) {
   const std::unique_ptr<spng_ctx, FreeContext> context(spng_ctx_new(0));
   spng_ihdr header = {};
   size_t bytes = 0;
@@ -91,28 +91,30 @@ std::string PathOfUri(const std::string& uri) {
   return path;
 }
 
-bool CanShow(const wayland::Space& desktop, uint32_t width, uint32_t height) {
-  if (width == 0 || width > kMaxSide || height == 0 || height > kMaxSide) return false;
+bool CanShow(const Space& desktop, uint32_t width, uint32_t height) {
+  if (width == 0 || width > kMaxPictureSide || height == 0 || height > kMaxPictureSide) {
+    return false;
+  }
   const PixelRect& units = desktop.units;
-  const double least = std::max((width - 1.0) / units.width, (height - 1.0) / units.height);
-  const double most = std::min((width + 1.0) / units.width, (height + 1.0) / units.height);
-  return least <= most && most >= desktop.leastDensity && least <= desktop.mostDensity;
+  const double min = std::max((width - 1.0) / units.width, (height - 1.0) / units.height);
+  const double max = std::min((width + 1.0) / units.width, (height + 1.0) / units.height);
+  return min <= max && max >= desktop.minDensity && min <= desktop.maxDensity;
 }
 
-Frame TakePicture(const std::string& path, const wayland::Space& desktop) {
-  // A pipe would be waited for.
+Frame ReadAndDeletePicture(const std::string& path, const Space& desktop) {
+  // Non-blocking, because opening a pipe would wait for its writer.
   UniqueFd fd(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
   struct stat64 status = {};
   if (!fd || fstat64(fd.get(), &status) != 0 || !S_ISREG(status.st_mode) ||
       status.st_uid != geteuid()) {
-    throw Error(Reason::kUnsupported, "the portal names no picture of this user's own");
+    throw Error(Reason::kUnsupported, "the portal's file is not a file of this user");
   }
   const std::unique_ptr<std::FILE, CloseFile> file(fdopen(fd.get(), "rb"));
-  if (file) fd.Release();  // it closes with the stream
+  if (file) fd.Release();  // the stream closes it
   Frame frame = file ? Decode(file.get(), desktop) : Frame{};
   if (!frame) throw Error(Reason::kUnsupported, "the portal's picture can't be read");
   unlink(path.c_str());
   return frame;
 }
 
-}  // namespace qrv::desktop::session_bus
+}  // namespace qrv::desktop::wayland::session_bus

@@ -10,7 +10,7 @@
 #include "platform/desktop/wayland/session_bus/module/bus.h"
 #include "platform/desktop/wayland/session_bus/module/picture_file.h"
 
-namespace qrv::desktop::session_bus {
+namespace qrv::desktop::wayland::session_bus {
 namespace {
 
 constexpr char kProgram[] = "org.freedesktop.portal.Desktop";
@@ -20,17 +20,19 @@ constexpr char kRequestInterface[] = "org.freedesktop.portal.Request";
 constexpr Callee kScreenshot = {kProgram, kObject, kInterface};
 constexpr Callee kProperties = {kProgram, kObject, "org.freedesktop.DBus.Properties"};
 
-// The host hears that a person is waited for when it can be nothing else.
+// The portal takes this long only when it waits for a person.
 constexpr std::chrono::milliseconds kMoment{1500};
 
 struct Response {
-  bool hasCome = false;
-  bool makesSense = false;
+  bool hasArrived = false;
+  bool isValid = false;
   uint32_t code = 0;
   std::string uri;
 };
 constexpr uint32_t kGranted = 0;
 constexpr uint32_t kDenied = 1;
+
+constexpr char kInvalidResponse[] = "the portal's response is invalid";
 
 bool ReadResponse(const Message& signal, Response& response) {
   return sd_bus_message_read_basic(signal.get(), 'u', &response.code) > 0 &&
@@ -43,16 +45,16 @@ bool ReadResponse(const Message& signal, Response& response) {
          });
 }
 
-// The first answer counts, whatever it is.
-int TakeResponse(sd_bus_message* signal, void* data, sd_bus_error*) {
+// Only the first response counts.
+int HandleResponse(sd_bus_message* signal, void* data, sd_bus_error*) {
   auto& response = *static_cast<Response*>(data);
-  if (response.hasCome) return 0;
-  response.hasCome = true;
+  if (response.hasArrived) return 0;
+  response.hasArrived = true;
   const Message message(sd_bus_message_ref(signal));
   try {
-    response.makesSense = ReadResponse(message, response);
+    response.isValid = ReadResponse(message, response);
   } catch (const std::bad_alloc&) {
-    response.makesSense = false;
+    response.isValid = false;
   }
   return 0;
 }
@@ -64,7 +66,7 @@ std::string NewToken() {
   return token;
 }
 
-// Where the answer to a request of that token comes.
+// The object that sends the response to a request with that token.
 std::string RequestPath(const Bus& bus, const std::string& token) {
   const char* name = nullptr;
   if (sd_bus_get_unique_name(bus.get(), &name) < 0 || name[0] != ':') throw std::bad_alloc();
@@ -73,8 +75,8 @@ std::string RequestPath(const Bus& bus, const std::string& token) {
   return std::string(kObject) + "/request/" + sender + "/" + token;
 }
 
-// The portal's request for an answer. One that is still open at the end is closed, and the portal
-// takes its question off the screen.
+// A request to the portal, and its response. The destructor closes a request without a response, so
+// that the portal takes its dialog off the screen.
 class Request {
  public:
   explicit Request(const Bus& bus) : bus_(bus), token_(NewToken()) {
@@ -83,25 +85,25 @@ class Request {
   Request(const Request&) = delete;
   Request& operator=(const Request&) = delete;
   ~Request() {
-    if (response_.hasCome) return;
+    if (response_.hasArrived) return;
     try {
       const Message close = NewCall(bus_, {kProgram, path_.c_str(), kRequestInterface}, "Close");
       sd_bus_send(bus_.get(), close.get(), nullptr);
-    } catch (const std::bad_alloc&) {  // it ends with the connection then
+    } catch (const std::bad_alloc&) {  // the end of the connection closes it
     }
   }
 
   const char* token() const { return token_.c_str(); }
   const Response& response() const { return response_; }
 
-  // Takes the answer from there: portals of before version 0.9 choose the path themselves.
+  // Listens for the response of that object: portals before version 0.9 choose the path themselves.
   void Follow(const std::string& path) {
     if (path == path_) return;
     path_ = path;
     sd_bus_slot* slot = nullptr;
-    // Not waited for: the bus reads one message after the other.
+    // Need not wait: the bus handles messages in order.
     if (sd_bus_match_signal_async(bus_.get(), &slot, kProgram, path.c_str(), kRequestInterface,
-                                  "Response", TakeResponse, nullptr, &response_) < 0) {
+                                  "Response", HandleResponse, nullptr, &response_) < 0) {
       throw std::bad_alloc();
     }
     slot_.reset(slot);
@@ -115,35 +117,34 @@ class Request {
   Slot slot_;
 };
 
-class Portal : public wayland::Backend {
+class Portal : public Backend {
  public:
-  Portal(const PersonCalls& person, Clock::duration patience)
-      : person_(person), patience_(patience) {}
+  Portal(const PersonCalls& person, Clock::duration personTimeout)
+      : person_(person), personTimeout_(personTimeout) {}
 
   void BeginCapture() override;
-  Frame Capture(const wayland::PlacedOutput& output, const PixelRect& region, Pointer,
+  Frame Capture(const PlacedOutput& output, const PixelRect& region, Pointer,
                 Deadline deadline) override;
-  const char* Name() const override { return "desktop portal"; }
+  const char* name() const override { return "desktop portal"; }
 
  private:
-  Response Ask(Deadline deadline);
-  bool AwaitAnswer(const Bus& bus, const Response& response);
+  Response RequestPicture(Deadline deadline);
+  bool AwaitResponse(const Bus& bus, const Response& response);
 
   PersonCalls person_;
-  Clock::duration patience_;
+  Clock::duration personTimeout_;
   Frame picture_;
-  std::set<uint32_t> served_;  // the displays that were cut from the picture
+  std::set<uint32_t> cut_;  // the displays that were cut from the picture
 };
 
-// A display's pixels out of a picture of the whole desktop: as many as it has, whatever the picture
-// has.
-Frame Cut(const Frame& picture, const wayland::PlacedOutput& output) {
+// Cuts a display out of a picture of the whole desktop, scaled to the display's pixels.
+Frame Cut(const Frame& picture, const PlacedOutput& output) {
   using namespace qrv::pixels;
   const PixelRect& all = output.desktop.units;
-  const PixelRect& place = output.logical;
+  const PixelRect& logical = output.logical;
   const Display& display = output.display;
-  const Span across = {place.x - all.x, place.x - all.x + place.width};
-  const Span down = {place.y - all.y, place.y - all.y + place.height};
+  const Span across = {logical.x - all.x, logical.x - all.x + logical.width};
+  const Span down = {logical.y - all.y, logical.y - all.y + logical.height};
   const AxisMap columns = MapAxis({{0, all.width}, picture.width}, across, {0, display.pixelWidth},
                                   {0, display.pixelWidth});
   const AxisMap rows = MapAxis({{0, all.height}, picture.height}, down, {0, display.pixelHeight},
@@ -153,73 +154,71 @@ Frame Cut(const Frame& picture, const wayland::PlacedOutput& output) {
 
 void Portal::BeginCapture() {
   picture_ = {};
-  served_.clear();
+  cut_.clear();
 }
 
-Frame TakeAnswer(const Response& response, const wayland::Space& desktop) {
-  if (!response.makesSense) throw Error(Reason::kUnsupported, "the portal's answer makes no sense");
+Frame ReadPicture(const Response& response, const Space& desktop) {
+  if (!response.isValid) throw Error(Reason::kUnsupported, kInvalidResponse);
   if (response.code == kDenied) {
-    throw Error(Reason::kRefused, "the portal's question was answered with no");
+    throw Error(Reason::kRefused, "the user denied the portal's request");
   }
-  if (response.code != kGranted) {
-    throw Error(Reason::kRefused, "the portal could not take a picture");
-  }
+  if (response.code != kGranted) throw Error(Reason::kRefused, "the portal's capture failed");
   const std::string path = PathOfUri(response.uri);
-  if (path.empty()) throw Error(Reason::kUnsupported, "the portal names no local file");
-  return TakePicture(path, desktop);
+  if (path.empty()) throw Error(Reason::kUnsupported, "the portal's picture is not a local file");
+  return ReadAndDeletePicture(path, desktop);
 }
 
-// The displays of one capture are cut from one picture, so that a person is asked once for it.
-Frame Portal::Capture(const wayland::PlacedOutput& output, const PixelRect& region,
-                      Pointer /*pointer*/, Deadline deadline) {
-  if (!picture_ || served_.contains(output.display.id)) {
+// Cuts all displays of a capture from one picture, so that a person is asked once.
+Frame Portal::Capture(const PlacedOutput& output, const PixelRect& region, Pointer /*pointer*/,
+                      Deadline deadline) {
+  if (!picture_ || cut_.contains(output.display.id)) {
     BeginCapture();
-    picture_ = TakeAnswer(Ask(deadline), output.desktop);
+    picture_ = ReadPicture(RequestPicture(deadline), output.desktop);
   }
-  served_.insert(output.display.id);
+  cut_.insert(output.display.id);
   return PartOf(Cut(picture_, output), region);
 }
 
-Response Portal::Ask(Deadline deadline) {
+Response Portal::RequestPicture(Deadline deadline) {
   const Bus bus = OpenBus(deadline);
-  Request request(bus);  // listens first: the answer may come before that to the call
+  Request request(bus);  // listens first: the response may arrive before the reply to the call
   const Message call = NewCall(bus, kScreenshot, "Screenshot");
   Append(call, "sa{sv}", "", 2, "handle_token", "s", request.token(), "interactive", "b", 0);
   const Message reply = Call(bus, call, deadline);
   const char* path = nullptr;
   if (sd_bus_message_read_basic(reply.get(), 'o', &path) <= 0) {
-    throw Error(Reason::kUnsupported, "the portal's answer makes no sense");
+    throw Error(Reason::kUnsupported, kInvalidResponse);
   }
   request.Follow(path);
-  if (AwaitAnswer(bus, request.response())) return request.response();
-  throw Error(Reason::kRefused, "the portal's question was not answered in time");
+  if (AwaitResponse(bus, request.response())) return request.response();
+  throw Error(Reason::kRefused, "the user did not answer the portal's request in time");
 }
 
-bool Portal::AwaitAnswer(const Bus& bus, const Response& response) {
+bool Portal::AwaitResponse(const Bus& bus, const Response& response) {
   struct Stopwatch {
     ~Stopwatch() { person.addTime(std::chrono::nanoseconds(Clock::now() - start).count()); }
     const PersonCalls& person;
     Clock::time_point start = Clock::now();
   };
   const Stopwatch stopwatch{person_};
-  const auto hasCome = [&] { return response.hasCome; };
-  const Deadline end = stopwatch.start + patience_;
-  if (Await(bus, std::min(stopwatch.start + kMoment, end), hasCome)) return true;
+  const auto hasArrived = [&] { return response.hasArrived; };
+  const Deadline end = stopwatch.start + personTimeout_;
+  if (Await(bus, std::min(stopwatch.start + kMoment, end), hasArrived)) return true;
   person_.report(
       "waiting for the desktop portal: it may be asking on the screen whether to allow this");
-  return Await(bus, end, hasCome);
+  return Await(bus, end, hasArrived);
 }
 
 }  // namespace
 
-// The interface is there when it states its version.
-std::unique_ptr<wayland::Backend> OpenPortalBackend(const PersonCalls& person,
-                                                    Clock::duration patience, Deadline deadline) {
+// Asks for the interface's version to find out whether it is available.
+std::unique_ptr<Backend> OpenPortalBackend(const PersonCalls& person, Clock::duration personTimeout,
+                                           Deadline deadline) {
   const Bus bus = OpenBus(deadline);
   const Message call = NewCall(bus, kProperties, "Get");
   Append(call, "ss", kInterface, "version");
   Call(bus, call, deadline);
-  return std::make_unique<Portal>(person, patience);
+  return std::make_unique<Portal>(person, personTimeout);
 }
 
-}  // namespace qrv::desktop::session_bus
+}  // namespace qrv::desktop::wayland::session_bus

@@ -1,5 +1,5 @@
-// Pixels by org.freedesktop.portal.Screenshot: one picture of the whole desktop a capture, cut by
-// the outputs' places. A person may be asked.
+// The backend over org.freedesktop.portal.Screenshot: one picture of the whole desktop per capture,
+// from which the outputs are cut. It may ask a person.
 #ifndef PLATFORM_DESKTOP_WAYLAND_SESSION_BUS_MODULE_PORTAL_H_
 #define PLATFORM_DESKTOP_WAYLAND_SESSION_BUS_MODULE_PORTAL_H_
 
@@ -8,12 +8,13 @@
 #include "platform/desktop/wayland/backend.h"
 #include "platform/desktop/wayland/session_bus/module_interface.h"
 
-namespace qrv::desktop::session_bus {
+namespace qrv::desktop::wayland::session_bus {
 
-// A person who may be asked has `patience` to answer. Throws Error when the portal is not there.
-std::unique_ptr<wayland::Backend> OpenPortalBackend(const PersonCalls& person,
-                                                    Clock::duration patience, Deadline deadline);
+// `personTimeout` is how long a person may take to answer. Throws Error when the portal is
+// unavailable.
+std::unique_ptr<Backend> OpenPortalBackend(const PersonCalls& person, Clock::duration personTimeout,
+                                           Deadline deadline);
 
-}  // namespace qrv::desktop::session_bus
+}  // namespace qrv::desktop::wayland::session_bus
 
 #endif  // PLATFORM_DESKTOP_WAYLAND_SESSION_BUS_MODULE_PORTAL_H_

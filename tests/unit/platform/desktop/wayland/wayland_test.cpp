@@ -56,7 +56,7 @@ TEST(Wayland, ConvertsEveryFormatExactly) {
       setup.padding = 8;
       Screen screen(setup);
       EXPECT_EQ(screen.CountWrongNow(screen.Whole()), 0) << channels << " " << imageCopy;
-      EXPECT_STREQ(screen.desktop->Backend(),
+      EXPECT_STREQ(screen.desktop->backend(),
                    imageCopy ? "ext-image-copy-capture" : "wlr-screencopy");
     }
   }
@@ -130,9 +130,9 @@ struct Misbehaviour {
   std::vector<uint32_t> words = {};
 };
 
-const std::string kRefuses = "the compositor refuses to give the pixels";
-const std::string kDisorder = " breaks the protocol: an event of a frame comes out of order";
-const std::string kUnknown = "the compositor sends pixels in a format that is not known here";
+const std::string kRefuses = "the compositor refuses the capture";
+const std::string kDisorder = " violates the protocol: a frame's event is out of order";
+const std::string kUnknown = "the compositor sends pixels in an unsupported format";
 const std::string kChanged = "the display has changed since it was listed";
 
 // What is right afterwards is what the same connection gives, or another one when it was lost.
@@ -161,9 +161,9 @@ void ExpectRecovery(const Misbehaviour& row, bool imageCopy) {
 }
 
 TEST(Wayland, IsRightOrNilWhateverTheCompositorDoes) {
-  const std::string closed = " closed the connection", breaks = " breaks the protocol: ";
-  const std::string size = breaks + "a message has an impossible size";
-  const std::string shortMessage = breaks + "a message is too short";
+  const std::string closed = " closed the connection", violates = " violates the protocol: ";
+  const std::string size = violates + "a message has an impossible size";
+  const std::string shortMessage = violates + "a message is too short";
   for (const Misbehaviour& row : std::initializer_list<Misbehaviour>{
            {Fault::kRefuses, After::kNothing, kRefuses},
            {Fault::kRefusesBuffer, After::kNothing, kRefuses},

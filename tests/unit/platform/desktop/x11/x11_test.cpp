@@ -216,7 +216,7 @@ TEST(LyingServer, IsFoundOutByWhateverItStates) {
     EXPECT_EQ(IsCaptured(tested, listener.get(), answers, authority), &lie == lies);
     EXPECT_EQ(tested.problem, &lie == lies ? ""
                               : stops      ? "X server " + path + " does not answer"
-                                           : "the X server breaks the X protocol");
+                                           : "the X server violates the X protocol");
     EXPECT_LT(Clock::now() - start, 2 * TestedDesktop::kTimeout);
     EXPECT_EQ(authority, "");
     EXPECT_EQ(testing::Holdings().files, files);
@@ -250,11 +250,11 @@ TEST(RemoteServer, IsReachedAtItsPortWithItsCookieAndSentNoDescriptor) {
 
 TEST(X11DisplayName, IsAHostANumberAndAScreenOrAPath) {
   for (const char* name : {":0", ":0.1", "host:10.0", "unix:0", "[::1]:0", "::1:0", "/path:0"}) {
-    EXPECT_TRUE(IsX11DisplayName(name)) << name;
+    EXPECT_TRUE(x11::ParseDisplayName(name)) << name;
   }
   for (const char* text : {"", ":", "host", ":x", ":-1", ":0.", ":0.x", ":0.0.0", ":59536",
                            ":18446744073709551616", "a/b:0"}) {
-    EXPECT_FALSE(IsX11DisplayName(text)) << text;
+    EXPECT_FALSE(x11::ParseDisplayName(text)) << text;
   }
   const auto address = x11::ParseDisplayName("[::1]:2.3");
   EXPECT_EQ(std::tuple(address->host, address->number, address->screen), std::tuple("::1", 2, 3));
@@ -274,7 +274,7 @@ TEST(X11Desktop, LeavesTheConnectionToTheProcessThatOpenedIt) {
 }
 
 TEST(X11Geometry, CutsMonitorsToTheRootWindow) {
-  const auto displays = x11::PlaceDisplays({{5, false, {-10, -20, 100, 100}},
+  const auto displays = x11::PlaceMonitors({{5, false, {-10, -20, 100, 100}},
                                             {6, false, {500, 0, 50, 50}},
                                             {7, true, {350, 250, 100, 100}}},
                                            400, 300, PixelFormat());

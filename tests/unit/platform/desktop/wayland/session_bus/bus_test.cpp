@@ -16,7 +16,7 @@
 #include "tests/unit/platform/desktop/tested_desktop.h"
 #include "tests/wayland/server.h"
 
-namespace qrv::desktop::session_bus {
+namespace qrv::desktop::wayland::session_bus {
 namespace {
 
 using namespace std::chrono_literals;
@@ -230,8 +230,8 @@ class Peer : public testing::Server {
 };
 
 constexpr auto kBudget = 600ms, kPatience = 900ms;
-constexpr char kNonsense[] = "the portal's answer makes no sense";
-constexpr char kNo[] = "the portal's question was answered with no";
+constexpr char kNonsense[] = "the portal's response is invalid";
+constexpr char kNo[] = "the user denied the portal's request";
 constexpr char kSilence[] = "org.freedesktop.portal.Desktop does not answer on the session bus";
 
 // A capture that must be right, or fail so.
@@ -282,7 +282,7 @@ TEST(Portal, IsRightOrNilInTimeWhateverItDoes) {
   for (const Row& row : std::initializer_list<Row>{
            {{Deed::kBehaves}},
            {{Deed::kBehaves, 1}, Reason::kRefused, kNo},
-           {{Deed::kBehaves, 2}, Reason::kRefused, "the portal could not take a picture"},
+           {{Deed::kBehaves, 2}, Reason::kRefused, "the portal's capture failed"},
            {{Deed::kBehaves, 0, 61},
             kNotKnown,
             "the portal's picture of 61 x 40 pixels does not show this desktop of 122 x 40 units"},
@@ -295,26 +295,26 @@ TEST(Portal, IsRightOrNilInTimeWhateverItDoes) {
            {{Deed::kNamesNoRequest}, kNotKnown, kNonsense, true},
            {{Deed::kNeverResponds},
             Reason::kRefused,
-            "the portal's question was not answered in time",
+            "the user did not answer the portal's request in time",
             true},
            {{Deed::kRespondsTwice}, Reason::kRefused, kNo},
            {{Deed::kRespondsInWords}, kNotKnown, kNonsense},
-           {{Deed::kNamesNoFile}, kNotKnown, "the portal names no local file"},
+           {{Deed::kNamesNoFile}, kNotKnown, "the portal's picture is not a local file"},
            {{Deed::kNamesEndlessFile},
             kNotKnown,
-            "the portal names no picture of this user's own"}}) {
+            "the portal's file is not a file of this user"}}) {
     ExpectOutcome(row, OpenTestedPortal);
   }
 }
 
 TEST(KWin, IsRightOrNilInTimeWhateverItDoes) {
   const std::string other = "the display has changed since it was listed";
-  const std::string unknown = "KWin sends pixels in a format that is not known here";
+  const std::string unknown = "KWin sends pixels in an unsupported format";
   for (const Row& row : std::initializer_list<Row>{
            {{Deed::kBehaves}},
            {{Deed::kNeverGreets}, Reason::kTimeout, "the session bus does not answer"},
            {{Deed::kDrips}, Reason::kTimeout, "KWin does not send the pixels in time"},
-           {{Deed::kStopsEarly}, Reason::kUnsupported, "KWin sends fewer pixels than it said"},
+           {{Deed::kStopsEarly}, Reason::kUnsupported, "KWin sends fewer pixels than it announced"},
            {{Deed::kStatesOtherSize}, Reason::kDisplayChanged, other},
            {{Deed::kStatesStride, 0x40000000}, Reason::kUnsupported, unknown},
            {{Deed::kStatesStride, 196}, Reason::kUnsupported, unknown},  // less than a row
@@ -382,9 +382,9 @@ TEST(Portal, KeepsToTheTimeOfACallWithAllItsStrategies) {
   ExpectOneQuestion({{Deed::kNeverAnswers}, Reason::kTimeout, kSilence});
   ExpectOneQuestion({{Deed::kNeverGreets},
                      Reason::kTimeout,
-                     "there is no way to the compositor's pixels (the portal: the session bus does "
+                     "no backend can capture the compositor (the portal: the session bus does "
                      "not answer)"});
 }
 
 }  // namespace
-}  // namespace qrv::desktop::session_bus
+}  // namespace qrv::desktop::wayland::session_bus

@@ -10,7 +10,7 @@
 #include "platform/desktop/wayland/screen.h"
 #include "tests/support/process.h"
 
-namespace qrv::desktop::session_bus {
+namespace qrv::desktop::wayland::session_bus {
 namespace {
 
 using namespace std::string_view_literals;
@@ -81,7 +81,7 @@ TEST(PortalPicture, IsLeftAloneUnlessItIsAFileOfThisUsersOwnThatShowsThisDesktop
   std::filesystem::create_symlink("other.png", folder.File("link.png"));
   std::filesystem::create_directory(folder.File("folder.png"));
   ASSERT_EQ(mkfifo(folder.File("pipe.png").c_str(), 0600), 0);
-  const std::string notOwn = "the portal names no picture of this user's own";
+  const std::string notOwn = "the portal's file is not a file of this user";
   std::map<std::string, std::string> problems = {
       {"cut.png", "the portal's picture can't be read"},
       {"vast.png",
@@ -94,7 +94,7 @@ TEST(PortalPicture, IsLeftAloneUnlessItIsAFileOfThisUsersOwnThatShowsThisDesktop
   if (chown(folder.File("other.png").c_str(), 65534, 65534) == 0) problems["other.png"] = notOwn;
   for (const auto& [name, problem] : problems) {
     try {
-      TakePicture(folder.File(name), {{0, 0, 3, 2}});
+      ReadAndDeletePicture(folder.File(name), {{0, 0, 3, 2}});
       ADD_FAILURE() << name << " is taken";
     } catch (const Error& error) {
       EXPECT_EQ(error.what(), problem) << name;
@@ -104,4 +104,4 @@ TEST(PortalPicture, IsLeftAloneUnlessItIsAFileOfThisUsersOwnThatShowsThisDesktop
 }
 
 }  // namespace
-}  // namespace qrv::desktop::session_bus
+}  // namespace qrv::desktop::wayland::session_bus

@@ -1,4 +1,4 @@
-#include "platform/desktop/x11/pixels.h"
+#include "platform/desktop/x11/backend.h"
 
 #include <xcb/shm.h>
 
@@ -11,45 +11,45 @@ namespace qrv::desktop::x11 {
 namespace {
 
 constexpr uint32_t kAllPlanes = ~0U;
-constexpr char kRefusal[] = "the X server refuses to give the pixels";
-// What one reply holds, other than of a row that is longer.
+constexpr char kCaptureRefused[] = "the X server refuses the capture";
+// The most that one reply holds, unless a single row is longer.
 constexpr size_t kStripBytes = size_t{512} << 10;
 
 }  // namespace
 
-PixelFetcher::PixelFetcher(Connection& connection)
+Backend::Backend(Connection& connection)
     : connection_(connection),
       isFrameFormat_(IsFrameFormat(format())),
       converter_(format()),
       segments_(connection) {}
 
-Frame PixelFetcher::Fetch(const PixelRect& region) {
+Frame Backend::Capture(const PixelRect& region) {
   note_.clear();
   if (connection_.shm() != 0) {
-    if (const auto segment = AcquireSegment(region)) return FetchShared(region, segment);
+    if (const auto segment = AcquireSegment(region)) return CaptureShared(region, segment);
   }
-  return FetchInStrips(region);
+  return CaptureInStrips(region);
 }
 
-std::shared_ptr<Segment> PixelFetcher::AcquireSegment(const PixelRect& region) {
+std::shared_ptr<Segment> Backend::AcquireSegment(const PixelRect& region) {
   try {
     return segments_.Acquire(uint64_t{RowBytes(region)} * static_cast<uint32_t>(region.height));
   } catch (const Error& error) {
-    if (error.reason() == Reason::kUnreachable || error.reason() == Reason::kTimeout) throw;
+    if (error.LosesConnection()) throw;
     note_ = error.what();
     note_ += ", so the pixels come over the connection, which is slower";
     return nullptr;
   }
 }
 
-Frame PixelFetcher::FetchShared(const PixelRect& region, const std::shared_ptr<Segment>& segment) {
+Frame Backend::CaptureShared(const PixelRect& region, const std::shared_ptr<Segment>& segment) {
   const Connection::Sequence colors = RequestColors();
   const Connection::Sequence image = connection_.Send(
       connection_.shm(), XCB_SHM_GET_IMAGE,
       {connection_.screen().root, Pair(region.x, region.y), Pair(region.width, region.height),
        kAllPlanes, XCB_IMAGE_FORMAT_Z_PIXMAP, segment->id, /* offset */ 0});
-  TakeColors(colors);
-  connection_.Await(image, kRefusal);
+  ReceiveColors(colors);
+  connection_.Await(image, kCaptureRefused);
   if (isFrameFormat_) {
     return {segment, segment->memory(), region.width, region.height, RowBytes(region)};
   }
@@ -58,42 +58,41 @@ Frame PixelFetcher::FetchShared(const PixelRect& region, const std::shared_ptr<S
   return frame;
 }
 
-Frame PixelFetcher::FetchInStrips(const PixelRect& region) {
+Frame Backend::CaptureInStrips(const PixelRect& region) {
   Frame frame = NewFrame(region.width, region.height);
-  TakeColors(RequestColors());
+  ReceiveColors(RequestColors());
   const auto rows = static_cast<int32_t>(std::max<size_t>(kStripBytes / RowBytes(region), 1));
   for (int32_t done = 0; done < region.height; done += rows) {
     const PixelRect strip = {region.x, region.y + done, region.width,
                              std::min(rows, region.height - done)};
-    FetchStrip(strip, frame, done);
+    CaptureStrip(strip, frame, done);
   }
   return frame;
 }
 
-void PixelFetcher::FetchStrip(const PixelRect& strip, const Frame& frame, int32_t firstRow) {
+void Backend::CaptureStrip(const PixelRect& strip, const Frame& frame, int32_t firstRow) {
   const Connection::Sequence request =
       connection_.Send(XCB_GET_IMAGE, XCB_IMAGE_FORMAT_Z_PIXMAP,
                        {connection_.screen().root, Pair(strip.x, strip.y),
                         Pair(strip.width, strip.height), kAllPlanes});
-  Reply image = connection_.Await(request, kRefusal);
+  Reply image = connection_.Await(request, kCaptureRefused);
   image.Take<xcb_get_image_reply_t>();
   const size_t bytes = RowBytes(strip) * static_cast<size_t>(strip.height);
   CopyRows(image.TakeBytes(bytes).data(), strip.height, frame, firstRow);
 }
 
-// The colour map is requested at every capture, for it may change at any time. 0 when the format
-// has none.
-Connection::Sequence PixelFetcher::RequestColors() {
-  const std::vector<uint32_t>& pixels = converter_.MapPixels();
+// Requests the colour map, which may change between captures. 0 when the format has none.
+Connection::Sequence Backend::RequestColors() {
+  const std::vector<uint32_t>& pixels = converter_.mapPixels();
   if (pixels.empty()) return 0;
   return connection_.Send(XCB_QUERY_COLORS, 0, {connection_.screen().colormap},
                           std::as_bytes(std::span(pixels)));
 }
 
-void PixelFetcher::TakeColors(Connection::Sequence request) {
-  const size_t count = converter_.MapPixels().size();
+void Backend::ReceiveColors(Connection::Sequence request) {
+  const size_t count = converter_.mapPixels().size();
   if (count == 0) return;
-  Reply colors = connection_.Await(request, kRefusal);
+  Reply colors = connection_.Await(request, kCaptureRefused);
   colors.Take<xcb_query_colors_reply_t>();
   for (size_t i = 0; i < count; ++i) {
     const auto color = colors.Take<xcb_rgb_t>();
@@ -101,8 +100,8 @@ void PixelFetcher::TakeColors(Connection::Sequence request) {
   }
 }
 
-void PixelFetcher::CopyRows(const uint8_t* from, int32_t rows, const Frame& frame,
-                            int32_t firstRow) const {
+void Backend::CopyRows(const uint8_t* from, int32_t rows, const Frame& frame,
+                       int32_t firstRow) const {
   const size_t fromRowBytes = ImageRowBytes(format(), frame.width);
   for (int32_t y = 0; y < rows; ++y, from += fromRowBytes) {
     uint32_t* const to = FrameRow(frame, firstRow + y);

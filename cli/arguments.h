@@ -55,6 +55,7 @@ struct Arguments {
   std::optional<Rect> rect;  // in the desktop's own coordinates
   std::string window;        // as the user calls it; empty: none is chosen
   bool withoutFrame = false;
+  bool withPointer = false;
   bool inUnits = false;      // one pixel a unit, whatever the displays' density
   std::optional<Size> size;  // a side of 0 follows the other one
   std::optional<double> percent;

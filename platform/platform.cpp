@@ -92,6 +92,11 @@ int32_t QRVListWindows(QRVWindow* windows, size_t size, int32_t capacity) {
   return listed ? Fill(windows, size, capacity, *listed) : -1;
 }
 
+void QRVShowPointer(int32_t isShown) {
+  using qrv::desktop::Pointer;
+  qrv::desktop::ShowPointer(isShown != 0 ? Pointer::kShown : Pointer::kHidden);
+}
+
 uint32_t QRVTakeStrategies() { return qrv::desktop::TakeStrategies(); }
 
 void* QRVCreateBitmapContext(void* pixels, size_t width, size_t height, size_t rowBytes,

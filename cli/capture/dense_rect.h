@@ -25,7 +25,7 @@ class PixelGrid {
   Size SizeOf(const Rect& area) const;
 
  private:
-  QRVDisplay display_;
+  QRVDisplay display_ = {};
 };
 
 // The rectangle, in units from the main display's corner, composed of whole displays on its pixel

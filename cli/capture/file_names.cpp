@@ -88,10 +88,7 @@ FileName ChooseFileName(const Arguments& arguments, int32_t number) {
 
 const ImageFormat* FormatOfName(const std::string& path) {
   const std::string extension = fs::path(path).extension();
-  for (const ImageFormat& each : kImageFormats) {
-    if (strcasecmp(extension.c_str(), (std::string(".") + each.name).c_str()) == 0) return &each;
-  }
-  return nullptr;
+  return extension.empty() ? nullptr : FindImageFormat(extension.substr(1));
 }
 
 }  // namespace qrv::cli

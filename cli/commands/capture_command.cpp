@@ -158,6 +158,7 @@ void Capture(const Arguments& given) {
   if (arguments.delay > 0 || arguments.selects) RequireAll(arguments);
   if (arguments.selects) arguments.rect = SelectRect(FindSelectProgram());
   Wait(arguments.delay);
+  QRVShowPointer(arguments.withPointer ? 1 : 0);
   const int32_t count = arguments.count.value_or(1);
   const auto interval = std::chrono::duration_cast<Clock::duration>(
       std::chrono::duration<double>(arguments.interval));

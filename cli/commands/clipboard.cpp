@@ -9,7 +9,7 @@
 #include <unistd.h>
 
 #include "cli/failure.h"
-#include "cli/image/write_formats.h"
+#include "cli/image/image_file.h"
 
 namespace qrv::cli {
 
@@ -63,7 +63,7 @@ void CopyImage(const Rows& rows, const DesktopProgram& program) {
   std::string failure;
   try {
     OutputFile file(ends[1], "the clipboard");
-    WritePng(rows, {}, file);
+    kPng.write(rows, {}, file);
     file.Commit();
   } catch (const Failure& each) {
     failure = each.what();

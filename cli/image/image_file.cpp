@@ -1,12 +1,13 @@
 #include "cli/image/image_file.h"
 
+#include <strings.h>
+
 #include <algorithm>
 #include <cstring>
+#include <ctime>
 #include <vector>
 
 #include "cli/failure.h"
-#include "cli/image/strips.h"
-#include "cli/image/write_formats.h"
 #include "runtime/host.h"
 
 namespace qrv::cli {
@@ -26,32 +27,6 @@ bool HasTransparency(const Rows& rows) {
     if (!IsOpaque(row)) return true;
   }
   return false;
-}
-
-// Uncompressed, without transparency.
-void WritePpm(const Rows& rows, const Encoding& /*encoding*/, OutputFile& file) {
-  const std::string header =
-      "P6\n" + std::to_string(rows.width) + " " + std::to_string(rows.height) + "\n255\n";
-  file.Write(header.data(), header.size());
-  const size_t rowBytes = static_cast<size_t>(rows.width) * 3;
-  Strips strips(rows.width, rows.height, [&](int32_t first, int32_t end) {
-    // Of the last row there is the alpha, too.
-    std::vector<uint8_t> packed(static_cast<size_t>(end - first) * rowBytes +
-                                static_cast<size_t>(rows.width));
-    for (int32_t y = first; y < end; ++y) {
-      uint8_t* const row = &packed[static_cast<size_t>(y - first) * rowBytes];
-      rows.read(y, row);
-      PackRgb(row, rows.width);
-    }
-    packed.resize(static_cast<size_t>(end - first) * rowBytes);
-    return packed;
-  });
-  for (size_t done = 0; !strips.IsDone();) {
-    const std::vector<uint8_t> packed = strips.Take();
-    file.Write(packed.data(), packed.size());
-    file.ShowProgress(static_cast<int64_t>(done += packed.size()),
-                      static_cast<int64_t>(rowBytes) * rows.height);
-  }
 }
 
 }  // namespace
@@ -75,13 +50,18 @@ void PackRgb(uint8_t* row, int32_t width) {
   }
 }
 
-const ImageFormat kImageFormats[] = {
-    {"png", true, false, kMaxPictureSide, WritePng},
-    {"jpg", false, true, kMaxPictureSide, WriteJpeg},
-    {"jpeg", false, true, kMaxPictureSide, WriteJpeg},
-    {"webp", true, true, kMaxWebpSide, WriteWebp},
-    {"ppm", false, false, kMaxPictureSide, WritePpm},
-};
+std::vector<std::string> ImageFormatNames() {
+  std::vector<std::string> names;
+  for (const ImageFormat* each : kImageFormats) names.emplace_back(each->name);
+  return names;
+}
+
+const ImageFormat* FindImageFormat(std::string_view name) {
+  for (const ImageFormat* each : kImageFormats) {
+    if (strcasecmp(each->name, std::string(name).c_str()) == 0) return each;
+  }
+  return nullptr;
+}
 
 std::string WriteImage(const Rows& rows, const Encoding& encoding, const std::string& path,
                        Existing existing) {
@@ -97,6 +77,16 @@ std::string WriteImage(const Rows& rows, const Encoding& encoding, const std::st
   format.write(rows, encoding, file);
   file.Commit();
   return file.Name();
+}
+
+const char kSoftware[] = "qrvshot " QRV_VERSION;
+
+std::string LocalTime() {
+  const time_t now = time(nullptr);
+  tm parts = {};
+  char text[64];
+  const size_t length = strftime(text, sizeof text, "%FT%T%z", localtime_r(&now, &parts));
+  return std::string(text).insert(length - 2, ":");
 }
 
 }  // namespace qrv::cli

@@ -6,7 +6,10 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include <screenshotqrv/host.h>
 
@@ -38,18 +41,32 @@ struct ImageFormat {
   bool hasCompression;
   bool hasQuality;
   int32_t maximumSide;  // pixels
+  // Throws Failure and std::bad_alloc.
   void (*write)(const Rows& rows, const Encoding& encoding, OutputFile& file);
 };
 
-inline constexpr int kImageFormatCount = 5;
-extern const ImageFormat kImageFormats[kImageFormatCount];  // the first one is the default
+// The default, which every build has.
+extern const ImageFormat kPng;
+
+// The formats of this build, as cli/CMakeLists.txt lists them.
+extern const std::span<const ImageFormat* const> kImageFormats;
+std::vector<std::string> ImageFormatNames();
+
+// The format of that name; null when this build has none. Ignores the case of letters.
+const ImageFormat* FindImageFormat(std::string_view name);
 
 // How a picture is stored. Without numbers: what suits screenshots.
 struct Encoding {
-  const ImageFormat* format = kImageFormats;
+  const ImageFormat* format = &kPng;
   std::optional<int32_t> compression;  // 0 (fastest) to 9 (smallest file)
   std::optional<int32_t> quality;      // 1 to 100
 };
+
+// What files say of their origin: the tool, and the local time with its offset, as RFC 3339 has it.
+extern const char kSoftware[];
+std::string LocalTime();
+
+inline constexpr double kDotsPerInch = 96;  // of a display with one pixel per unit
 
 // Writes the whole file or leaves what was there; "-" is standard output. The name that the file
 // has. Throws Failure.

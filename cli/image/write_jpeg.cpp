@@ -1,4 +1,4 @@
-#include "cli/image/write_formats.h"
+#include "cli/image/image_file.h"
 
 #include <setjmp.h>
 #include <stddef.h>
@@ -82,9 +82,7 @@ void Require(bool isDone) {
   if (!isDone) throw std::bad_alloc();
 }
 
-}  // namespace
-
-void WriteJpeg(const Rows& rows, const Encoding& encoding, OutputFile& file) {
+void Write(const Rows& rows, const Encoding& encoding, OutputFile& file) {
   std::vector<uint8_t> row(static_cast<size_t>(rows.width) * 4);
   const auto jpeg = std::make_unique<Compressor>();
   const std::string comment = std::string(kSoftware) + ", " + LocalTime();
@@ -97,5 +95,11 @@ void WriteJpeg(const Rows& rows, const Encoding& encoding, OutputFile& file) {
   Require(jpeg->Finish());
   file.Write(jpeg->buffer, jpeg->length);
 }
+
+}  // namespace
+
+// Without transparency, in full colour resolution, so that text stays sharp.
+extern const ImageFormat kJpg = {"jpg", false, true, kMaxPictureSide, Write};
+extern const ImageFormat kJpeg = {"jpeg", false, true, kMaxPictureSide, Write};
 
 }  // namespace qrv::cli

@@ -1,4 +1,4 @@
-#include "cli/image/write_formats.h"
+#include "cli/image/image_file.h"
 
 #include <isa-l/crc.h>
 #include <time.h>
@@ -113,24 +113,18 @@ void WriteStrips(OutputFile& file, const Rows& rows, std::optional<int> compress
   }
 }
 
-}  // namespace
-
-const char kSoftware[] = "qrvshot " QRV_VERSION;
-
-std::string LocalTime() {
-  const time_t now = time(nullptr);
-  tm parts = {};
-  char text[64];
-  const size_t length = strftime(text, sizeof text, "%FT%T%z", localtime_r(&now, &parts));
-  return std::string(text).insert(length - 2, ":");
-}
-
-void WritePng(const Rows& rows, const Encoding& encoding, OutputFile& file) {
+void Write(const Rows& rows, const Encoding& encoding, OutputFile& file) {
   WriteHeader(file, rows);
   WriteOrigin(file);
   if (rows.density != 1) WriteDensity(file, rows.density);
   WriteStrips(file, rows, encoding.compression);
   WriteChunk(file, "IEND", {});
 }
+
+}  // namespace
+
+// 8-bit RGB, or RGBA when the rows have transparency, with the time and, where there is more than
+// one pixel a unit, the pixels per metre.
+const ImageFormat kPng = {"png", true, false, kMaxPictureSide, Write};
 
 }  // namespace qrv::cli

@@ -1,4 +1,4 @@
-#include "cli/image/write_formats.h"
+#include "cli/image/image_file.h"
 
 #include <webp/encode.h>
 
@@ -13,7 +13,8 @@ namespace qrv::cli {
 
 namespace {
 
-constexpr int kDefaultLevel = 1;  // half the time of the library's own default
+constexpr int32_t kMaxSide = 16383;  // pixels
+constexpr int kDefaultLevel = 1;     // half the time of the library's own default
 
 WebPConfig ConfigOf(const Encoding& encoding) {
   WebPConfig config;
@@ -33,9 +34,7 @@ int ShowProgress(int percent, const WebPPicture* picture) {
   return 1;
 }
 
-}  // namespace
-
-void WriteWebp(const Rows& rows, const Encoding& encoding, OutputFile& file) {
+void Write(const Rows& rows, const Encoding& encoding, OutputFile& file) {
   const WebPConfig config = ConfigOf(encoding);
   std::vector<uint8_t> rgba(static_cast<size_t>(rows.width) * static_cast<size_t>(rows.height) * 4);
   for (int32_t y = 0; y < rows.height; ++y) {
@@ -64,5 +63,10 @@ void WriteWebp(const Rows& rows, const Encoding& encoding, OutputFile& file) {
   }
   file.Write(writer.mem, writer.size);
 }
+
+}  // namespace
+
+// Without losses, or with the losses of the quality where one is wanted.
+extern const ImageFormat kWebp = {"webp", true, true, kMaxSide, Write};
 
 }  // namespace qrv::cli

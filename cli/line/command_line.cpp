@@ -249,17 +249,18 @@ void ReadValues(const CommandLine& line, Arguments& arguments) {
 
 // The format of the file's name, PNG unless that has one.
 const ImageFormat* RequireFormat(const CommandLine& line, const GivenOption* file) {
-  if (file == nullptr) return kImageFormats;
+  if (file == nullptr) return &kPng;
   if (const ImageFormat* const format = FormatOfName(file->value)) return format;
   const std::string extension = std::filesystem::path(file->value).extension();
+  // Files of other kinds, and image formats that this build doesn't write.
   for (const char* const other :
-       {"avif", "bmp", "gif", "heic", "html", "ico", "jp2",  "jxl", "mkv", "mp4",
-        "pdf",  "qoi", "svg", "tif",  "tiff", "txt", "webm", "xcf", "xwd", "zip"}) {
+       {"avif", "bmp", "gif", "heic", "html", "ico", "jp2",  "jpeg", "jpg", "jxl", "mkv", "mp4",
+        "pdf",  "qoi", "svg", "tif",  "tiff", "txt", "webm", "webp", "xcf", "xwd", "zip"}) {
     if (strcasecmp(extension.c_str(), (std::string(".") + other).c_str()) != 0) continue;
-    Fail(line, file->Text() + ": qrvshot writes png, jpg, webp and ppm, not " + other +
-                   "; name the file so, or choose with --format");
+    Fail(line, file->Text() + ": this qrvshot writes " + JoinWords(ImageFormatNames(), " and ") +
+                   ", not " + other + "; name the file so, or choose with --format");
   }
-  return kImageFormats;
+  return &kPng;
 }
 
 // An option that shows in no file of that format, or not in the clipboard.
@@ -272,7 +273,7 @@ void RequireEffect(const CommandLine& line, const Arguments& arguments, bool has
     if (given == nullptr) continue;
     if (!isOfFormat) Fail(line, given->typed + " has no effect on " + format.name + " files");
     if (arguments.copies && !hasFile &&
-        (name != std::string_view("--format") || &format != kImageFormats)) {
+        (name != std::string_view("--format") || &format != &kPng)) {
       Fail(line,
            given->Text() + " has no effect on the clipboard, which gets a PNG; name a file too");
     }
@@ -345,7 +346,7 @@ Words Candidates(int argc, const char* const* argv) {
 bool PrintPage(const CommandLine& line) {
   if (line.lacksCommand) Fail(line, line.fault);
   std::string page;
-  if (line.Find("--version") != nullptr) page = "qrvshot " QRV_VERSION "\n";
+  if (line.Find("--version") != nullptr) page = "qrvshot " QRV_VERSION "\n" QRV_PARTS "\n";
   if (line.isHelpCommand || line.Find("--help") != nullptr) page = Help(*line.command);
   if (line.Find("--help-testing") != nullptr) page = TestingHelp(Meant(line));
   fputs(page.c_str(), stdout);
@@ -356,7 +357,7 @@ bool PrintPage(const CommandLine& line) {
 
 std::optional<Arguments> ParseArguments(int argc, const char* const* argv) {
   if (argc > 2 && argv[1] == kComplete) {
-    for (const std::string& each : Candidates(argc - 1, argv + 1)) puts(each.c_str());
+    for (const std::string& each : Candidates(argc - 1, argv + 1)) PrintLine(stdout, each);
     return std::nullopt;
   }
   CommandLine line = SplitLine(argc, argv);

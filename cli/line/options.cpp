@@ -26,7 +26,6 @@ constexpr Application kApplications[] = {{"desktop", runtime::ApplicationKind::k
 
 // What arguments keep of an entry of a table.
 runtime::ApplicationKind ValueOf(const Application& application) { return application.kind; }
-const ImageFormat* ValueOf(const ImageFormat& format) { return &format; }
 const Strategy* ValueOf(const Strategy& strategy) { return &strategy; }
 
 // What the members lead to, each from the one before it.
@@ -72,6 +71,11 @@ Text Name(const Text& value, Arguments& arguments) {
     return "";
   }
   return JoinWords(NamesOf<kTable>(), " or ");
+}
+
+Text ReadFormat(const Text& value, const ImageFormat*& format) {
+  format = FindImageFormat(value);
+  return format == nullptr ? JoinWords(ImageFormatNames(), " or ") : "";
 }
 
 Words DesktopKinds() { return {"wayland", "portal", "x11", "virtual"}; }
@@ -164,6 +168,8 @@ std::vector<Option> MakeOptions() {
        Value<ReadText, &Arguments::window>, kNoRules, WindowChoices},
       {kWhat, kCapture, 0, "--no-frame", "", "Without the window's title bar and borders",
        Flag<&Arguments::withoutFrame>, Needs("--window")},
+      {kWhat, kCapture, 0, "--pointer", "", "With the mouse pointer",
+       Flag<&Arguments::withPointer>},
       {kWhat, kCapture | kDisplays | kWindows | kRaw, 0, "--desktop", "WHICH",
        "wayland, portal, x11 or virtual; or such as x11::1",
        Value<ReadDesktop, &Arguments::desktop>, kNoRules, DesktopKinds},
@@ -198,9 +204,8 @@ std::vector<Option> MakeOptions() {
       {kWhere, kCapture, 0, "--copy", "", "To the clipboard as PNG; to a file only if one is named",
        Flag<&Arguments::copies>},
       {kWhere, kCapture | kFromRaw, 0, "--format", "NAME",
-       "png, jpg, webp or ppm (default: by the name, else png)",
-       Name<kImageFormats, &Arguments::encoding, &Encoding::format>, kNoRules,
-       NamesOf<kImageFormats>},
+       JoinWords(ImageFormatNames(), " or ") + " (default: by the name, else png)",
+       Value<ReadFormat, &Arguments::encoding, &Encoding::format>, kNoRules, ImageFormatNames},
       {kWhere, kCapture | kFromRaw, 0, "--quality", "1-100",
        "Of JPEG (default: 90), or WebP with losses",
        Integer<1, 100, &Arguments::encoding, &Encoding::quality>, Excludes("--compression")},

@@ -135,6 +135,12 @@ typedef struct QRVWindow {
 // shows what covers the window as well.
 int32_t QRVListWindows(QRVWindow* windows, size_t size, int32_t capacity);
 
+// ---- The pointer (version 2) ----
+
+// Whether captures show the pointer from now on, as it lies on the screen: 1, or 0 as at first.
+// QRVCaptureNote says when the desktop has left it out.
+void QRVShowPointer(int32_t isShown);
+
 // ---- How ----
 
 // The strategies that have delivered pixels since the last call, as bits.

@@ -8,6 +8,7 @@
 #include "platform/desktop/display.h"
 #include "platform/desktop/error.h"
 #include "platform/desktop/frames/frame.h"
+#include "platform/desktop/frames/pointer.h"
 #include "platform/desktop/window.h"
 
 namespace qrv::desktop {
@@ -26,8 +27,10 @@ class Desktop {
 
   // The pixels of a region of a display of the latest list, as they are now. The region is not
   // empty and lies within the display's pixels. Throws DisplayGone when the display is gone, and
-  // Error with Reason::kDisplayChanged when it has changed.
-  virtual Frame Capture(const Display& display, const PixelRect& region, Deadline deadline) = 0;
+  // Error with Reason::kDisplayChanged when it has changed. A pointer that is to be shown is where
+  // the desktop shows it; Note() says when the desktop can't.
+  virtual Frame Capture(const Display& display, const PixelRect& region, Pointer pointer,
+                        Deadline deadline) = 0;
 
   // The windows as they are now, the top one first.
   virtual std::vector<Window> ListWindows(Deadline /*deadline*/) {

@@ -1,5 +1,7 @@
 #include "platform/desktop/session.h"
 
+#include <cxxabi.h>
+
 #include <algorithm>
 #include <atomic>
 #include <climits>
@@ -27,6 +29,7 @@ class Session {
   void DropFrameBuffer(uint32_t id);
 
   void Record(Strategy strategy) { strategies_ |= static_cast<uint32_t>(strategy); }
+  void ShowPointer(Pointer pointer) { pointer_ = pointer; }
   uint32_t TakeStrategies() { return std::exchange(strategies_, 0U); }
   void Fail(Reason reason, const char* message);
   bool hasFailed() const { return hasFailed_; }
@@ -46,6 +49,7 @@ class Session {
   std::vector<Display> displays_;
   bool isListed_ = false;
   std::vector<DisplayFrame> frameBuffers_;
+  Pointer pointer_ = Pointer::kHidden;
   uint32_t strategies_ = 0;
   CallTime time_;
   bool hasFailed_ = false;
@@ -101,7 +105,7 @@ Frame Session::Capture(const Display& display, const PixelRect& region) {
   }
   try {
     return time_.Spend(
-        [&](Deadline deadline) { return desktop_->Capture(display, region, deadline); });
+        [&](Deadline deadline) { return desktop_->Capture(display, region, pointer_, deadline); });
   } catch (const DisplayGone& error) {
     Report(error.reason(), error.what());
     return {};
@@ -184,8 +188,17 @@ class CallUnderWay {
   calls.fetch_sub(kClosing);
 }
 
+// The C++ runtime keeps a record for each thread that throws. In a process that was not linked with
+// it, the system allocates that at first use, and ends the process where there is no memory: so the
+// thread that loads this library has it from the start, and another one from its first call on.
+[[gnu::constructor]] void PrepareToThrow() {
+  // A call whose result is not used would be left out.
+  [[maybe_unused]] const void* volatile record = abi::__cxa_get_globals();
+}
+
 template <typename Call>
 auto Guarded(Call call) noexcept -> decltype(call(*TheSession())) {
+  PrepareToThrow();
   const NoCancellation noCancellation;
   const CallUnderWay underWay;
   if (!underWay.isOpen()) return {};
@@ -241,6 +254,8 @@ void RecordReadBack() noexcept { TheSession()->Record(Strategy::kOpenGL); }
 void FailCapture(Reason reason, const char* message) noexcept {
   TheSession()->Fail(reason, message);
 }
+
+void ShowPointer(Pointer pointer) noexcept { TheSession()->ShowPointer(pointer); }
 
 bool HasCaptureFailed() noexcept {
   return !Guarded([](Session& session) { return !session.hasFailed(); });

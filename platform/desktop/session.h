@@ -18,6 +18,7 @@
 #include "platform/desktop/display.h"
 #include "platform/desktop/error.h"
 #include "platform/desktop/frames/frame.h"
+#include "platform/desktop/frames/pointer.h"
 #include "platform/desktop/window.h"
 
 namespace qrv::desktop {
@@ -46,6 +47,9 @@ std::optional<std::vector<Window>> ListWindows() noexcept;
 // The pixels of a region of the display as they are now. Empty when the display is gone, and when
 // the capture has failed.
 Frame Capture(const Display& display, const PixelRect& region, Strategy strategy) noexcept;
+
+// Whether captures show the pointer from now on. They don't until then.
+void ShowPointer(Pointer pointer) noexcept;
 
 // The pixels that the display is read back from: as they were when they were asked for first. They
 // stay until they are dropped, and until the next refresh. Empty when the capture has failed.

@@ -1,11 +1,8 @@
 // The display server dies and hangs while it is captured; the host lives on and nothing stays.
 // QRV_TEST_KILLS says how often it is killed.
 
-#include <sys/mman.h>
-
 #include <chrono>
 #include <csignal>
-#include <new>
 #include <random>
 #include <thread>
 
@@ -132,9 +129,8 @@ void Endure(const Capture& capture, const Image& expected, Moment moment, Stage&
 
 template <typename Server>
 void HangAndRunAgain(Moment moment) {
-  void* const shared =
-      mmap(nullptr, sizeof(Stage), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
-  Stage& stage = *new (shared) Stage;
+  const Shared<Stage> shared;
+  Stage& stage = *shared;
   const Server server;
   std::vector<pid_t> processes;
   processes.reserve(kCaptures.size());

@@ -1,6 +1,7 @@
-// Every allocation that a capture makes outside of the plug-in is refused once: the platform's, the
-// host's, and those of the libraries that they call. The plug-in's own are refused in its unit
-// tests. The picture is right or nil, nothing is left, and the next one is right.
+// Every allocation that a capture makes outside of the plug-in is refused once, and once with all
+// that follow: the platform's, the host's, and those of the libraries that they call. The plug-in's
+// own are refused in its unit tests. The picture is right or nil, nothing is left, and the next one
+// is right.
 
 #include <dlfcn.h>
 #include <sys/wait.h>
@@ -13,6 +14,7 @@ namespace {
 
 constexpr long kNone = -1;
 std::atomic<long> left = kNone;  // until the refused one, while methods run
+std::atomic<bool> refusesRest = false, isRefused = false;
 
 [[maybe_unused]] bool Refuse(const void* caller) {
   if (left == kNone || !qrv::testing::Plugin::isCalling) return false;
@@ -20,7 +22,12 @@ std::atomic<long> left = kNone;  // until the refused one, while methods run
   if (dladdr(caller, &info) != 0 && strstr(info.dli_fname, "ScreenshotQRV.so") != nullptr) {
     return false;
   }
-  if (left-- != 0) return false;
+  if (left > 0) {
+    --left;
+    return false;
+  }
+  isRefused = true;
+  if (!refusesRest) left = kNone;
   errno = ENOMEM;
   return true;
 }
@@ -74,23 +81,28 @@ class RefusedMemory : public ::testing::TestWithParam<const char*> {
   // Captures with one allocation refused, and once more.
   static Outcome Try(Plugin& plugin, const Capture& capture, const Image& expected, long n) {
     SCOPED_TRACE(n);
+    isRefused = false;
     left = n;
     capture.ExpectRightOrNil(plugin, expected);
-    const bool isRefused = left.exchange(kNone) < 0;
+    left = kNone;
     capture.ExpectRight(plugin, expected);
     return HasFailure() ? kWrong : isRefused ? kRefused : kNotRefused;
   }
 
-  // Refuses one allocation after the other, until there are no more.
+  // Refuses one allocation after the other, until there are no more; and then each with all that
+  // follow it.
   template <typename Attempt>
   void RefuseEach(const Capture& capture, const Attempt& attempt) {
     const Image expected = Expected(capture.part);
-    long n = 0;
-    int outcome = kRefused;
-    while (outcome == kRefused) outcome = attempt(expected, n++);
-    EXPECT_EQ(outcome, kNotRefused) << capture.name << " on " << capture.system << ": " << n;
-    EXPECT_GT(n, 5);
-    std::cout << capture.name << " on " << capture.system << ": " << n - 1 << " refused\n";
+    for (const bool rest : {false, true}) {
+      refusesRest = rest;
+      long n = 0;
+      int outcome = kRefused;
+      while (outcome == kRefused) outcome = attempt(expected, n++);
+      EXPECT_EQ(outcome, kNotRefused) << capture.name << " on " << capture.system << ": " << n;
+      EXPECT_GT(n, 5);
+      std::cout << capture.name << " on " << capture.system << ": " << n - 1 << " refused\n";
+    }
   }
 
   std::optional<TwoMonitors> server_;

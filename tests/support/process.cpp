@@ -9,6 +9,8 @@
 #include <stdlib.h>
 #include <sys/mount.h>
 #include <sys/prctl.h>
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -61,6 +63,27 @@ Outcome RunProgram(const std::vector<std::string>& command, const std::function<
   return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, streams.Read("out"), streams.Read("err")};
 }
 
+std::string OutputOf(const std::vector<std::string>& command,
+                     const std::map<const char*, std::string>& variables) {
+  Outcome outcome = RunProgram(command, [&] {
+    for (const auto& [name, value] : variables) setenv(name, value.c_str(), 1);
+    return true;
+  });
+  if (outcome.exitCode == 0) return std::move(outcome.output);
+  throw std::runtime_error(command.front() + ": " + outcome.errors + outcome.output);
+}
+
+int ListenAt(const std::string& path) {
+  const int listener = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  sockaddr_un address = {AF_UNIX, {}};
+  path.copy(address.sun_path, sizeof address.sun_path - 1);
+  if (bind(listener, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
+      listen(listener, 4) != 0) {
+    throw std::runtime_error("no socket");
+  }
+  return listener;
+}
+
 void UseNoStreams() {
   const int nothing = open("/dev/null", O_RDWR | O_CLOEXEC);
   for (const int each : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) dup2(nothing, each);
@@ -82,6 +105,13 @@ pid_t StartUntilReady(const std::vector<std::string>& command, int stream,
   kill(process, SIGKILL);
   WaitForEnd(process);
   return 0;
+}
+
+std::string ReadToEnd(int fd) {
+  std::string text;
+  for (char byte = 0; read(fd, &byte, 1) == 1;) text += byte;
+  close(fd);
+  return text;
 }
 
 void Server::End(int signal) {

@@ -2,6 +2,7 @@
 #ifndef TESTS_SUPPORT_PROCESS_H_
 #define TESTS_SUPPORT_PROCESS_H_
 
+#include <sys/mman.h>
 #include <sys/types.h>
 
 #include <csignal>
@@ -9,6 +10,8 @@
 #include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <map>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -35,6 +38,32 @@ Outcome RunProgram(
     const std::vector<std::string>& command,
     const std::function<bool()>& prepare = [] { return true; });
 
+// What processes that are forked from here share.
+template <typename T>
+class Shared {
+ public:
+  Shared()
+      : shared_(new (mmap(nullptr, sizeof(T), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS,
+                          -1, 0)) T()) {}
+  Shared(const Shared&) = delete;
+  Shared& operator=(const Shared&) = delete;
+  ~Shared() { munmap(shared_, sizeof(T)); }
+
+  T* get() const { return shared_; }
+  T& operator*() const { return *shared_; }
+
+ private:
+  T* const shared_;
+};
+
+// A socket at that path that clients may connect to.
+int ListenAt(const std::string& path);
+
+// What a program writes to its standard output with these variables set. Throws when it doesn't end
+// with status 0.
+std::string OutputOf(const std::vector<std::string>& command,
+                     const std::map<const char*, std::string>& variables);
+
 // For such a process: nothing comes from its standard streams, and nothing is left of what it
 // writes.
 void UseNoStreams();
@@ -49,6 +78,9 @@ pid_t StartUntilReady(
 // these flags; a folder is a disk of that size, such as 64k. False without the right to.
 bool RefuseSystemCall(uint32_t number, uint16_t error, uint32_t flags = 0);
 bool MountSmallDisk(const std::string& folder, const std::string& size);
+
+// What comes from there until its last writer ends. Closes it.
+std::string ReadToEnd(int fd);
 
 // A server of a test's own, which ends with the object that started it or with the test's process.
 class Server {

@@ -106,16 +106,9 @@ void Sway::EndFilling() {
 }
 
 std::string Sway::Run(const std::vector<std::string>& command) const {
-  const std::string commands =
-      folder_.File("sway-ipc." + std::to_string(User()) + "." + std::to_string(pid_) + ".sock");
-  Outcome outcome = RunProgram(command, [&] {
-    return setenv("WAYLAND_DISPLAY", socket_.c_str(), 1) == 0 &&
-           setenv("SWAYSOCK", commands.c_str(), 1) == 0;
-  });
-  if (outcome.exitCode != 0) {
-    throw std::runtime_error(command.front() + ": " + outcome.errors + outcome.output);
-  }
-  return std::move(outcome.output);
+  const std::string name = "sway-ipc." + std::to_string(User()) + "." + std::to_string(pid_);
+  return OutputOf(command,
+                  {{"WAYLAND_DISPLAY", socket_}, {"SWAYSOCK", folder_.File(name + ".sock")}});
 }
 
 }  // namespace qrv::testing

@@ -62,13 +62,6 @@ void Xvfb::Restart() {
   if (!Start(display_)) Fail("Xvfb did not start again");
 }
 
-std::string Xvfb::Run(const std::vector<std::string>& command) const {
-  Outcome outcome =
-      RunProgram(command, [this] { return setenv("DISPLAY", display_.c_str(), 1) == 0; });
-  if (outcome.exitCode != 0) Fail(command.front() + " on " + display_ + ": " + outcome.errors);
-  return std::move(outcome.output);
-}
-
 void Xvfb::SetMonitor(const std::string& name, const Area& area, const char* output) const {
   const std::string size = std::to_string(area.width) + "/50x" + std::to_string(area.height);
   const std::string place = std::to_string(area.left) + "+" + std::to_string(area.top);

@@ -40,7 +40,9 @@ class Xvfb : public Server {
 
   // Runs a program with DISPLAY set to this server and returns what it wrote to its standard
   // output. Throws when it doesn't end with status 0.
-  std::string Run(const std::vector<std::string>& command) const;
+  std::string Run(const std::vector<std::string>& command) const {
+    return OutputOf(command, {{"DISPLAY", display_}});
+  }
 
   // Makes a part of the screen a monitor, the primary one with a star before its name. The first
   // takes the server's one output, "screen".

@@ -1,20 +1,15 @@
 #include "tests/wayland/server.h"
 
-#include <sys/mman.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 #include <wayland-server.h>
 
 #include <algorithm>
 #include <bit>
 #include <cerrno>
-#include <csignal>
 #include <cstring>
 #include <deque>
-#include <new>
 #include <sstream>
-#include <stdexcept>
 #include <string_view>
 #include <tuple>
 #include <utility>
@@ -438,25 +433,9 @@ uint32_t ColorAt(uint32_t format, uint32_t picture, int x, int y) {
 }
 
 Compositor::Compositor(const CompositorSetup& setup) {
-  void* const shared =
-      mmap(nullptr, sizeof *script_, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
-  const int listener = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  sockaddr_un address = {AF_UNIX, {}};
-  path().copy(address.sun_path, sizeof address.sun_path - 1);
-  if (shared == MAP_FAILED ||
-      bind(listener, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
-      listen(listener, 4) != 0) {
-    throw std::runtime_error("no compositor");
-  }
-  script_ = new (shared) Script();
-  process_ = Fork([&] { return Serve(setup, script_, listener); });
+  const int listener = ListenAt(path());
+  pid_ = Fork([&] { return Serve(setup, script_.get(), listener); });
   close(listener);
-}
-
-Compositor::~Compositor() {
-  kill(process_, SIGKILL);
-  WaitForEnd(process_);
-  munmap(script_, sizeof *script_);
 }
 
 }  // namespace qrv::testing

@@ -3,8 +3,6 @@
 #ifndef TESTS_WAYLAND_SERVER_H_
 #define TESTS_WAYLAND_SERVER_H_
 
-#include <sys/types.h>
-
 #include <atomic>
 #include <cstdint>
 #include <map>
@@ -82,20 +80,17 @@ struct Script {
   std::atomic<int> truncated;     // errno of an attempt on the last pool's memory
 };
 
-class Compositor {
+class Compositor : public Server {
  public:
   explicit Compositor(const CompositorSetup& setup = {});
-  Compositor(const Compositor&) = delete;
-  Compositor& operator=(const Compositor&) = delete;
-  ~Compositor();
+  ~Compositor() { Kill(); }
 
   std::string path() const { return folder_.File("wayland"); }
   Script& script() { return *script_; }
 
  private:
   ScratchFolder folder_;
-  Script* script_;
-  pid_t process_;
+  const Shared<Script> script_;
 };
 
 }  // namespace qrv::testing

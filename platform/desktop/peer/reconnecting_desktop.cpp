@@ -50,9 +50,9 @@ Link& ReconnectingDesktop::ListedLink(Deadline deadline) {
   return *link_;
 }
 
-Frame ReconnectingDesktop::Capture(const Display& display, const PixelRect& region,
+Frame ReconnectingDesktop::Capture(const Display& display, const PixelRect& region, Pointer pointer,
                                    Deadline deadline) {
-  return Call([&] { return ListedLink(deadline).Capture(display, region); });
+  return Call([&] { return ListedLink(deadline).Capture(display, region, pointer); });
 }
 
 std::vector<Window> ReconnectingDesktop::ListWindows(Deadline deadline) {

@@ -30,7 +30,7 @@ class Link {
 
   // As Desktop's.
   virtual std::vector<Display> ListDisplays() = 0;
-  virtual Frame Capture(const Display& display, const PixelRect& region) = 0;
+  virtual Frame Capture(const Display& display, const PixelRect& region, Pointer pointer) = 0;
   virtual std::vector<Window> ListWindows() = 0;
   virtual const char* Backend() const = 0;
   virtual const char* Note() const { return ""; }
@@ -52,7 +52,8 @@ class ReconnectingDesktop : public Desktop {
   ReconnectingDesktop(std::string name, Opener open);
 
   std::vector<Display> ListDisplays(Deadline deadline) override;
-  Frame Capture(const Display& display, const PixelRect& region, Deadline deadline) override;
+  Frame Capture(const Display& display, const PixelRect& region, Pointer pointer,
+                Deadline deadline) override;
   std::vector<Window> ListWindows(Deadline deadline) override;
   const char* Name() const override { return name_.c_str(); }
   const char* Note() const override { return link_ ? link_->Note() : ""; }

@@ -28,14 +28,18 @@ Frame RenderCard(size_t index, const Display& display, const PixelRect& part) {
 VirtualDesktop::VirtualDesktop(std::vector<Display> displays)
     : displays_(std::move(displays)), cards_(displays_.size()) {}
 
-Frame VirtualDesktop::Capture(const Display& display, const PixelRect& region, Deadline) {
+Frame VirtualDesktop::Capture(const Display& display, const PixelRect& region, Pointer pointer,
+                              Deadline) {
   const auto found = std::find_if(displays_.begin(), displays_.end(),
                                   [&](const Display& each) { return each.id == display.id; });
   if (found == displays_.end()) throw DisplayGone();
   if (!Contains(found->pixelWidth, found->pixelHeight, region)) throw DisplayChanged();
   const auto index = static_cast<size_t>(found - displays_.begin());
-  if (FrameBytes(found->pixelWidth, found->pixelHeight) > kMaxKeptBytes) {
-    return RenderCard(index, *found, region);
+  const bool hasPointer = pointer == Pointer::kShown && index == 0;
+  if (hasPointer || FrameBytes(found->pixelWidth, found->pixelHeight) > kMaxKeptBytes) {
+    Frame frame = RenderCard(index, *found, region);
+    if (hasPointer) DrawPointer(TestPointer(found->pixelWidth, found->pixelHeight), region, frame);
+    return frame;
   }
   if (!cards_[index]) cards_[index] = RenderCard(index, *found, AllPixels(*found));
   return PartOf(cards_[index], region);

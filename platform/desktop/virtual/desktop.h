@@ -15,7 +15,8 @@ class VirtualDesktop : public Desktop {
   explicit VirtualDesktop(std::vector<Display> displays);
 
   std::vector<Display> ListDisplays(Deadline) override { return displays_; }
-  Frame Capture(const Display& display, const PixelRect& region, Deadline) override;
+  Frame Capture(const Display& display, const PixelRect& region, Pointer pointer,
+                Deadline) override;
   const char* Backend() const override { return "test card"; }
   const char* Name() const override { return "the virtual desktop"; }
 

@@ -93,6 +93,20 @@ uint32_t TestCardPixel(uint32_t displayIndex, int32_t width, int32_t height, int
          (Tint(displayIndex) + Texture(static_cast<uint32_t>(x), static_cast<uint32_t>(y)));
 }
 
+PointerImage TestPointer(int32_t width, int32_t height) {
+  constexpr int32_t kSide = 16;
+  constexpr uint32_t kBlack = 0xFF000000;
+  constexpr uint32_t kHalfWhite = 0x80808080;
+  PointerImage pointer = {{width / 4, height / 4, kSide, kSide}, {}};
+  for (int32_t i = 0; i < kSide * kSide; ++i) {
+    const int32_t x = i % kSide;
+    const int32_t y = i / kSide;
+    const bool isBorder = x == 0 || y == 0 || x == kSide - 1 || y == kSide - 1;
+    pointer.pixels.push_back(isBorder ? kBlack : kHalfWhite);
+  }
+  return pointer;
+}
+
 uint32_t ReduceColor(int32_t bitsPerPixel, uint32_t color) {
   const uint32_t red = color >> 16 & 0xFF;
   const uint32_t green = color >> 8 & 0xFF;

@@ -18,10 +18,16 @@
 #include <cstdint>
 #include <vector>
 
+#include "platform/desktop/frames/pointer.h"
+
 namespace qrv::desktop {
 
 // The card of a display of width x height pixels, at 32 bits per pixel.
 uint32_t TestCardPixel(uint32_t displayIndex, int32_t width, int32_t height, int32_t x, int32_t y);
+
+// The pointer on the main display, when it is shown: 16 x 16 pixels, the top-left one at
+// (width / 4, height / 4), black at the border and within that white of half opacity (128 of 255).
+PointerImage TestPointer(int32_t width, int32_t height);
 
 // What a screen of fewer bits per pixel shows instead of a colour.
 // 16: each sample keeps its upper 5 bits v, and shows as v * 255 / 31 rounded down.

@@ -7,6 +7,7 @@
 #include "platform/desktop/deadline.h"
 #include "platform/desktop/error.h"
 #include "platform/desktop/frames/frame.h"
+#include "platform/desktop/frames/pointer.h"
 #include "platform/desktop/wayland/placed_output.h"
 
 namespace qrv::desktop::wayland {
@@ -23,7 +24,11 @@ class Backend {
 
   // A region of the output's pixels, upright, by the deadline, other than for a person's answer.
   // Throws Error.
-  virtual Frame Capture(const PlacedOutput& output, const PixelRect& region, Deadline deadline) = 0;
+  virtual Frame Capture(const PlacedOutput& output, const PixelRect& region, Pointer pointer,
+                        Deadline deadline) = 0;
+
+  // Whether the pointer can be shown.
+  virtual bool HasPointer() const { return true; }
 
   // What a person finds in the compositor's documentation.
   virtual const char* Name() const = 0;

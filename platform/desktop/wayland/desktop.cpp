@@ -22,10 +22,13 @@ class WaylandLink : public Link {
       : connection_(std::move(connection)), screen_(*connection_), byPortal_(byPortal) {}
 
   void BeginCall(Deadline deadline) override { connection_->BeginCall(deadline); }
+  const char* Note() const override {
+    return isPointerLacking_ ? "the desktop portal gives pictures without the pointer" : "";
+  }
   const char* Backend() const override { return backend_ ? backend_->Name() : ""; }
 
   std::vector<Display> ListDisplays() override;
-  Frame Capture(const Display& display, const PixelRect& region) override;
+  Frame Capture(const Display& display, const PixelRect& region, Pointer pointer) override;
   std::vector<Window> ListWindows() override {
     const Display& main = outputs_.front().display;
     return QuerySwayWindows(main.offsetX, main.offsetY, connection_->deadline());
@@ -40,6 +43,7 @@ class WaylandLink : public Link {
   bool byPortal_;
   std::vector<PlacedOutput> outputs_;  // as last listed, once there is a backend
   std::unique_ptr<wayland::Backend> backend_;
+  bool isPointerLacking_ = false;  // from the last capture
 };
 
 std::vector<Display> WaylandLink::ListDisplays() {
@@ -69,10 +73,11 @@ void WaylandLink::ExpectUnchanged(const PlacedOutput& output) const {
 
 // A frame may be of an output that turned, or went, after it was listed. The compositor says so
 // before it sends the frame, or before it answers.
-Frame WaylandLink::Capture(const Display& display, const PixelRect& region) {
+Frame WaylandLink::Capture(const Display& display, const PixelRect& region, Pointer pointer) {
   const PlacedOutput& output = Find(outputs_, display.id);
   try {
-    Frame frame = backend_->Capture(output, region, connection_->deadline());
+    Frame frame = backend_->Capture(output, region, pointer, connection_->deadline());
+    isPointerLacking_ = pointer == Pointer::kShown && !backend_->HasPointer();
     ExpectUnchanged(output);
     return frame;
   } catch (const Error& error) {

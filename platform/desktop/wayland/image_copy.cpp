@@ -89,7 +89,8 @@ class ImageCopy : public Backend {
   ImageCopy(Connection& connection, uint32_t sources, uint32_t manager, uint32_t shm)
       : connection_(connection), sources_(sources), manager_(manager), segments_(connection, shm) {}
 
-  Frame Capture(const PlacedOutput& output, const PixelRect& region, Deadline) override;
+  Frame Capture(const PlacedOutput& output, const PixelRect& region, Pointer pointer,
+                Deadline) override;
   const char* Name() const override { return "ext-image-copy-capture"; }
 
  private:
@@ -103,8 +104,8 @@ class ImageCopy : public Backend {
 
 // A session of its own for each capture: the first frame of a session comes at once, those that
 // follow wait for something to change.
-Frame ImageCopy::Capture(const PlacedOutput& output, const PixelRect& region, Deadline) {
-  constexpr uint32_t kNoPointer = 0;
+Frame ImageCopy::Capture(const PlacedOutput& output, const PixelRect& region, Pointer pointer,
+                         Deadline) {
   const ScopedObject source(connection_, kSourceDestroy);
   connection_.Send(sources_, kSourceManagerCreate, {source.id(), output.object});
   Constraints sent;
@@ -112,7 +113,8 @@ Frame ImageCopy::Capture(const PlacedOutput& output, const PixelRect& region, De
                              [&sent](uint32_t event, Arguments& arguments) {
                                HandleSessionEvent(sent, event, arguments);
                              });
-  connection_.Send(manager_, kCopyManagerCreateSession, {session.id(), source.id(), kNoPointer});
+  connection_.Send(manager_, kCopyManagerCreateSession,
+                   {session.id(), source.id(), pointer == Pointer::kShown ? kPaintCursors : 0});
   for (int tries = 0; tries < kTries; ++tries) {
     const Frame whole = TryToCapture(output.display, session.id(), sent);
     if (whole) return PartOf(whole, region);

@@ -56,6 +56,7 @@ inline constexpr uint32_t kSourceDestroy = 0;
 
 // ext_image_copy_capture_manager_v1
 inline constexpr uint32_t kCopyManagerCreateSession = 0;
+inline constexpr uint32_t kPaintCursors = 1;
 
 // ext_image_copy_capture_session_v1
 inline constexpr uint32_t kCopySessionCreateFrame = 0;

@@ -90,18 +90,20 @@ class Screencopy : public Backend {
   Screencopy(Connection& connection, const BoundGlobal& manager, uint32_t shm)
       : connection_(connection), manager_(manager), segments_(connection, shm) {}
 
-  Frame Capture(const PlacedOutput& output, const PixelRect& region, Deadline) override;
+  Frame Capture(const PlacedOutput& output, const PixelRect& region, Pointer pointer,
+                Deadline) override;
   const char* Name() const override { return "wlr-screencopy"; }
 
  private:
-  void SendRequest(const Request& request, uint32_t frame, uint32_t output);
+  void SendRequest(const Request& request, uint32_t frame, uint32_t output, Pointer pointer);
 
   Connection& connection_;
   BoundGlobal manager_;
   WaylandSegments segments_;
 };
 
-Frame Screencopy::Capture(const PlacedOutput& output, const PixelRect& region, Deadline) {
+Frame Screencopy::Capture(const PlacedOutput& output, const PixelRect& region, Pointer pointer,
+                          Deadline) {
   FrameEvents events;
   const ScopedObject frame(connection_, kScreencopyFrameDestroy,
                            [&](uint32_t event, Arguments& arguments) {
@@ -112,7 +114,7 @@ Frame Screencopy::Capture(const PlacedOutput& output, const PixelRect& region, D
     if (events.hasFailed) throw Error(Reason::kRefused, kCaptureRefused);
   };
   const Request request = RequestFor(output, region);
-  SendRequest(request, frame.id(), output.object);
+  SendRequest(request, frame.id(), output.object, pointer);
   awaitUnlessFailed(events.isLayoutWhole);
   const auto& [units, density, isWhole] = request;
   const SharedImage image(connection_, segments_, events.layout, units.width * density,
@@ -126,16 +128,17 @@ Frame Screencopy::Capture(const PlacedOutput& output, const PixelRect& region, D
                            region.height});
 }
 
-void Screencopy::SendRequest(const Request& request, uint32_t frame, uint32_t output) {
-  constexpr uint32_t kNoPointer = 0;
+void Screencopy::SendRequest(const Request& request, uint32_t frame, uint32_t output,
+                             Pointer pointer) {
+  const uint32_t overlay = pointer == Pointer::kShown ? 1 : 0;
   if (request.isWhole) {
-    connection_.Send(manager_.object, kScreencopyCaptureOutput, {frame, kNoPointer, output});
+    connection_.Send(manager_.object, kScreencopyCaptureOutput, {frame, overlay, output});
     return;
   }
   const PixelRect& units = request.units;
   connection_.Send(
       manager_.object, kScreencopyCaptureRegion,
-      {frame, kNoPointer, output, static_cast<uint32_t>(units.x), static_cast<uint32_t>(units.y),
+      {frame, overlay, output, static_cast<uint32_t>(units.x), static_cast<uint32_t>(units.y),
        static_cast<uint32_t>(units.width), static_cast<uint32_t>(units.height)});
 }
 

@@ -36,6 +36,9 @@ class Connection {
   uint8_t randr() const { return randr_; }  // version 1.5
   uint8_t shm() const { return shm_; }      // MIT-SHM 1.2, on this machine
 
+  // What the requests of another extension begin with; 0 when the server lacks it.
+  uint8_t FindExtension(std::string_view name) { return AwaitOpcode(QueryExtension(name)); }
+
   // Gives the server until then for all that is awaited from now on, and drops what it sent
   // unasked.
   void BeginCall(Deadline deadline);

@@ -7,12 +7,15 @@
 #include "platform/desktop/x11/address.h"
 #include "platform/desktop/x11/connection.h"
 #include "platform/desktop/x11/pixels.h"
+#include "platform/desktop/x11/pointer.h"
 #include "platform/desktop/x11/screen.h"
 #include "platform/desktop/x11/windows.h"
 
 namespace qrv::desktop {
 namespace x11 {
 namespace {
+
+constexpr char kNoPointer[] = "the X server does not tell its pointer's image (XFixes)";
 
 class X11Link : public Link {
  public:
@@ -21,20 +24,24 @@ class X11Link : public Link {
 
   void BeginCall(Deadline deadline) override { connection_.BeginCall(deadline); }
   std::vector<Display> ListDisplays() override;
-  Frame Capture(const Display& display, const PixelRect& region) override;
+  Frame Capture(const Display& display, const PixelRect& region, Pointer pointer) override;
   std::vector<Window> ListWindows() override {
     return QueryWindows(connection_, displays_.front().area);
   }
   const char* Backend() const override { return connection_.shm() != 0 ? "MIT-SHM" : "GetImage"; }
-  const char* Note() const override { return pixels_.note(); }
+  const char* Note() const override { return isPointerLacking_ ? kNoPointer : pixels_.note(); }
 
  private:
   // Of the root window. Empty when there is no such display.
   PixelRect AreaOf(uint32_t displayId) const;
 
+  // Draws it into a frame of that part of the root window.
+  void AddPointer(const PixelRect& part, const Frame& frame);
+
   Connection connection_;
   PixelFetcher pixels_;
   std::vector<PlacedDisplay> displays_;  // as last listed
+  bool isPointerLacking_ = false;        // from the last capture
 };
 
 std::vector<Display> X11Link::ListDisplays() {
@@ -51,12 +58,21 @@ PixelRect X11Link::AreaOf(uint32_t displayId) const {
   return found == displays_.end() ? PixelRect{} : found->area;
 }
 
+void X11Link::AddPointer(const PixelRect& part, const Frame& frame) {
+  const std::optional<PointerImage> pointer = QueryPointer(connection_);
+  isPointerLacking_ = !pointer;
+  if (pointer) DrawPointer(*pointer, part, frame);
+}
+
 // A server refuses what lies outside of its screen, which may have shrunk since the list.
-Frame X11Link::Capture(const Display& display, const PixelRect& region) {
+Frame X11Link::Capture(const Display& display, const PixelRect& region, Pointer pointer) {
   const PixelRect area = AreaOf(display.id);
   if (Contains(area.width, area.height, region)) {
     try {
-      return pixels_.Fetch({area.x + region.x, area.y + region.y, region.width, region.height});
+      const PixelRect part = {area.x + region.x, area.y + region.y, region.width, region.height};
+      Frame frame = pixels_.Fetch(part);
+      if (pointer == Pointer::kShown) AddPointer(part, frame);
+      return frame;
     } catch (const Error& error) {
       if (error.reason() != Reason::kRefused) throw;
       displays_ = QueryDisplays(connection_, displays_);

@@ -220,6 +220,14 @@ TEST_F(Captures, TakeNoWorldThatQuickDrawHasNotMade) {
   EXPECT_EQ(layer.CallsOf("SetGWorld") + layer.CallsOf("GetGWorldPixMap"), 1);
 }
 
+TEST_F(Captures, ConvertWorldsOfTwentyFourBits) {
+  seam::NewGWorld.answer = [](GWorldPtr* world, short, auto... rest) {
+    return seam::NewGWorld.habit(world, 24, rest...);
+  };
+  UseSystem(kQuickDraw);
+  ExpectIs(ScreenshotRectQRV(-2, -8, 71, 57), Expected({-2, -8, 71, 57}, Stored(0), -1));
+}
+
 TEST_F(Captures, LeaveThePortWhereNoneWasCurrent) {
   seam::GetPort.answer = [](GrafPtr* port) { *port = nullptr; };
   ExpectShows(ScreenshotRectDestQRV(1, 2, 8, 8, 8, 8), kQuickDraw, {1, 2, 8, 8});

@@ -23,7 +23,7 @@ const Module& Load() {
                             : nullptr;
   const void* const module = library == nullptr ? nullptr : dlsym(library, kModuleSymbol);
   if (module == nullptr) {
-    throw Error(Reason::kUnsupported, std::string(kFileName) + " can't be loaded");
+    throw Error(Reason::kUnsupported, std::string(kFileName) + " is missing or can't be loaded");
   }
   return *static_cast<const Module*>(module);
 }
@@ -39,11 +39,12 @@ class LibraryBackend : public wayland::Backend {
   ~LibraryBackend() override { module_.close(backend_); }
 
   void BeginCapture() override { module_.beginCapture(backend_); }
-  Frame Capture(const wayland::PlacedOutput& output, const PixelRect& region,
+  Frame Capture(const wayland::PlacedOutput& output, const PixelRect& region, Pointer pointer,
                 Deadline deadline) override {
     ModuleFrame captured;
     ModuleError error;
-    if (!module_.capture(backend_, output, region, Nanoseconds(deadline), captured, error)) {
+    if (!module_.capture(backend_, output, region, pointer, Nanoseconds(deadline), captured,
+                         error)) {
       throw Error(error.reason, error.message);
     }
     return {std::shared_ptr<void>(captured.owner, module_.releaseFrame), captured.pixels,
@@ -67,11 +68,13 @@ class PortalBackend : public LibraryBackend {
  public:
   using LibraryBackend::LibraryBackend;
 
-  Frame Capture(const wayland::PlacedOutput& output, const PixelRect& region,
+  bool HasPointer() const override { return false; }
+
+  Frame Capture(const wayland::PlacedOutput& output, const PixelRect& region, Pointer pointer,
                 Deadline deadline) override {
     if (Clock::now() < refusedUntil) throw Error(theRefusal.reason, theRefusal.message);
     try {
-      return LibraryBackend::Capture(output, region, deadline);
+      return LibraryBackend::Capture(output, region, pointer, deadline);
     } catch (const Error& error) {
       theRefusal.reason = error.reason();
       CopyText(theRefusal.message, error.what());

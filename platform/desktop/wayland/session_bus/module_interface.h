@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "platform/desktop/error.h"
+#include "platform/desktop/frames/pointer.h"
 #include "platform/desktop/wayland/placed_output.h"
 
 namespace qrv::desktop::session_bus {
@@ -43,7 +44,7 @@ struct Module {
   ModuleBackend* (*openPortal)(const PersonCalls& person, int64_t deadline, ModuleError& error);
   void (*beginCapture)(ModuleBackend* backend);
   bool (*capture)(ModuleBackend* backend, const wayland::PlacedOutput& output,
-                  const PixelRect& region, int64_t deadline, ModuleFrame& frame,
+                  const PixelRect& region, Pointer pointer, int64_t deadline, ModuleFrame& frame,
                   ModuleError& error);
   void (*releaseFrame)(void* owner);
   void (*close)(ModuleBackend* backend);

@@ -1,10 +1,11 @@
 #include "cli/image/image_file.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 #include <spng.h>
 
 #include <random>
 
+#include "cli/failure.h"
 #include "tests/support/process.h"
 
 namespace qrv::cli {
@@ -53,8 +54,7 @@ TEST(PngFile, HoldsEveryPixelInOneStripAndInManyAtEveryCompression) {
       const Bytes pixels = Pixels(width, height, isTransparent);
       std::map<std::optional<int>, size_t> sizes;
       for (const std::optional<int> level : {std::optional<int>(), {0}, {1}, {6}, {9}}) {
-        const std::string file =
-            Write(pixels, width, height, isTransparent, {&kImageFormats[0], level, {}});
+        const std::string file = Write(pixels, width, height, isTransparent, {&kPng, level, {}});
         const auto png = OpenPng(file);
         sizes[level] = file.size();
         spng_ihdr header = {};
@@ -72,11 +72,6 @@ TEST(PngFile, HoldsEveryPixelInOneStripAndInManyAtEveryCompression) {
   }
 }
 
-const ImageFormat* Format(const std::string& name) {
-  return std::find_if(kImageFormats, kImageFormats + kImageFormatCount - 1,
-                      [&](const ImageFormat& each) { return each.name == name; });
-}
-
 // Red, green, blue, alpha, as another program reads the file.
 std::string Decode(const std::string& file, const std::string& format) {
   const testing::ScratchFolder folder;
@@ -86,10 +81,12 @@ std::string Decode(const std::string& file, const std::string& format) {
 }
 
 TEST(WebpFile, HoldsEveryPixelAtEveryCompressionAndFewerBytesInAWorseQuality) {
+  const ImageFormat* const webp = FindImageFormat("webp");
+  if (webp == nullptr) GTEST_SKIP() << "this build writes no WebP";
   for (const bool isTransparent : {false, true}) {
     const Bytes pixels = Pixels(123, 47, isTransparent);
     const auto write = [&](std::optional<int> level, std::optional<int> quality) {
-      return Write(pixels, 123, 47, isTransparent, {Format("webp"), level, quality});
+      return Write(pixels, 123, 47, isTransparent, {webp, level, quality});
     };
     EXPECT_LT(write({}, 10).size(), write({}, 90).size());
     EXPECT_LT(write(9, {}).size(), write(0, {}).size());
@@ -97,6 +94,12 @@ TEST(WebpFile, HoldsEveryPixelAtEveryCompressionAndFewerBytesInAWorseQuality) {
       EXPECT_TRUE(Decode(write(level, {}), "webp") == std::string(pixels.begin(), pixels.end()));
     }
   }
+  EXPECT_THAT(
+      [&] {
+        Write(Pixels(1, 16384, false), 1, 16384, false, {webp, {}, {}});
+      },
+      ::testing::ThrowsMessage<Failure>(::testing::HasSubstr(
+          "16383 pixels a side at most, and these are 1x16384. Choose another format")));
 }
 
 TEST(PngFile, CarriesTheTimeAndTheDensityOfADenseDisplay) {
@@ -120,8 +123,9 @@ TEST(PngFile, CarriesTheTimeAndTheDensityOfADenseDisplay) {
     tm local = {};
     EXPECT_NE(strptime(texts[1].text, "%FT%T%z", &local), nullptr);
     EXPECT_NEAR(difftime(::time(nullptr), timegm(&local) - local.tm_gmtoff), 0, 30);
-    const std::string jpeg =
-        Write(Pixels(3, 2, false), 3, 2, false, {Format("jpg"), {}, {}}, density);
+    const ImageFormat* const jpg = FindImageFormat("jpg");
+    if (jpg == nullptr) continue;  // it is left out of this build
+    const std::string jpeg = Write(Pixels(3, 2, false), 3, 2, false, {jpg, {}, {}}, density);
     const int dots = density == 1 ? 1 : static_cast<int>(96 * density);  // or a ratio of 1:1
     EXPECT_EQ(jpeg.substr(13, 5),
               std::string({density != 1, 0, static_cast<char>(dots), 0, static_cast<char>(dots)}));
@@ -131,6 +135,8 @@ TEST(PngFile, CarriesTheTimeAndTheDensityOfADenseDisplay) {
 
 // Single pixels keep their colours: these are halved neither across nor down.
 TEST(JpegFile, IsNearEveryPixelAndNearerInBetterQuality) {
+  const ImageFormat* const jpg = FindImageFormat("jpg");
+  if (jpg == nullptr) GTEST_SKIP() << "this build writes no JPEG";
   constexpr size_t kWidth = 64;
   Bytes pixels;
   for (size_t i = 0; i < kWidth * kWidth; ++i) {
@@ -141,7 +147,7 @@ TEST(JpegFile, IsNearEveryPixelAndNearerInBetterQuality) {
   int previous = 256;
   for (const std::optional<int> quality : {std::optional<int>(20), {}, {100}}) {
     const std::string decoded =
-        Decode(Write(pixels, kWidth, kWidth, false, {Format("jpg"), {}, quality}), "jpg");
+        Decode(Write(pixels, kWidth, kWidth, false, {jpg, {}, quality}), "jpg");
     ASSERT_EQ(decoded.size(), pixels.size());
     int worst = 0;
     for (size_t i = 0; i < pixels.size(); ++i) {
@@ -154,8 +160,9 @@ TEST(JpegFile, IsNearEveryPixelAndNearerInBetterQuality) {
 }
 
 TEST(PpmFile, HoldsTheColoursAfterItsHeader) {
-  EXPECT_EQ(Write({'a', 'b', 'c', 255, 'd', 'e', 'f', 0}, 1, 2, true, {&kImageFormats[4], {}, {}}),
-            "P6\n1 2\n255\nabcdef");
+  EXPECT_EQ(
+      Write({'a', 'b', 'c', 255, 'd', 'e', 'f', 0}, 1, 2, true, {FindImageFormat("ppm"), {}, {}}),
+      "P6\n1 2\n255\nabcdef");
 }
 
 }  // namespace

@@ -152,7 +152,7 @@ TEST(OutputFile, KeepsPermissionsLinksAndPipesAndLeavesAnIgnoredSignalIgnored) {
 std::string ProgressOn(bool isTerminal, useconds_t pause) {
   int ends[2];
   EXPECT_EQ(isTerminal ? openpty(&ends[0], &ends[1], nullptr, nullptr, nullptr) : pipe(ends), 0);
-  WaitForEnd(Fork([&] {
+  const pid_t process = Fork([&] {
     dup2(ends[1], STDERR_FILENO);
     Progress progress("a.png");
     progress.Show(1, 4);
@@ -160,11 +160,11 @@ std::string ProgressOn(bool isTerminal, useconds_t pause) {
     progress.Show(2, 4);
     progress.Show(3, 4);  // too soon after the one before
     return 0;
-  }));
-  fcntl(ends[0], F_SETFL, O_NONBLOCK);
-  char text[256];
-  const ssize_t length = read(ends[0], text, sizeof text);
-  return {text, static_cast<size_t>(std::max<ssize_t>(length, 0))};
+  });
+  close(ends[1]);
+  std::string text = testing::ReadToEnd(ends[0]);
+  WaitForEnd(process);
+  return text;
 }
 
 TEST(Progress, IsShownOnATerminalAfterASecondAndWiped) {

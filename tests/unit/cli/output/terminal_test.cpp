@@ -25,12 +25,7 @@ std::string OnTerminal(const ScratchFolder& folder, const std::string& line,
     return Prepare(folder);
   });
   close(terminal);
-  std::string text;
-  char block[4096];
-  for (ssize_t length = 0; (length = read(master, block, sizeof block)) > 0;) {
-    text.append(block, static_cast<size_t>(length));
-  }
-  close(master);
+  const std::string text = testing::ReadToEnd(master);
   return text + "= " + std::to_string(WEXITSTATUS(testing::WaitForEnd(process)));
 }
 

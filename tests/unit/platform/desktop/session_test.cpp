@@ -25,6 +25,9 @@ void ExpectShown(const Choice& choice) {
   const ScopedVariable display("DISPLAY", choice.display);
   const std::vector<Display>* const displays = RefreshDisplays();
   EXPECT_EQ(displays == nullptr ? 0 : displays->back().pixelWidth, choice.width) << choice.problem;
+  if (displays != nullptr) {
+    EXPECT_EQ(FrameBuffer(displays->back()).width, choice.width);
+  }
   const Status status = CurrentStatus();
   EXPECT_EQ(std::tuple(status.name, status.message, status.note),
             std::tuple(choice.name, choice.problem, choice.note));
@@ -65,6 +68,11 @@ TEST(Session, TakesTheServerOfDisplayAndFollowsItsChange) {
   const testing::Xvfb large("640x480x24");
   ExpectShown({nullptr, small.display().c_str(), 320, "X11 " + small.display()});
   ExpectShown({nullptr, large.display().c_str(), 640, "X11 " + large.display()});
+  const Display display = LatestDisplays()->front();
+  const Frame before = FrameBuffer(display);
+  EXPECT_EQ(FrameBuffer(display).pixels, before.pixels);
+  DropFrameBuffer(display.id);
+  EXPECT_NE(FrameBuffer(display).pixels, before.pixels);
 }
 
 TEST(Session, CapturesNothingMoreOnceACaptureHasFailed) {

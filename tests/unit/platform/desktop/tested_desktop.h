@@ -26,7 +26,10 @@ struct TestedDesktop {
   // Empty when there is an error.
   Frame Capture(const PixelRect& region, size_t index = 0) {
     Frame frame;
-    Try([&] { frame = desktop->Capture(displays.at(index), region, Clock::now() + kTimeout); });
+    Try([&] {
+      frame =
+          desktop->Capture(displays.at(index), region, Pointer::kHidden, Clock::now() + kTimeout);
+    });
     return frame;
   }
   PixelRect Whole(size_t index = 0) const { return AllPixels(displays.at(index)); }

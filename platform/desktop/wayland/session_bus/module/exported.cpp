@@ -53,9 +53,9 @@ ModuleBackend* OpenPortal(const PersonCalls& person, int64_t deadline, ModuleErr
 }
 
 bool Capture(ModuleBackend* backend, const wayland::PlacedOutput& output, const PixelRect& region,
-             int64_t deadline, ModuleFrame& frame, ModuleError& error) {
+             Pointer pointer, int64_t deadline, ModuleFrame& frame, ModuleError& error) {
   return Contained(error, [&] {
-    const Frame captured = backend->backend->Capture(output, region, DeadlineOf(deadline));
+    const Frame captured = backend->backend->Capture(output, region, pointer, DeadlineOf(deadline));
     frame = {new Frame(captured), captured.pixels, captured.width, captured.height,
              captured.rowBytes};
     return true;

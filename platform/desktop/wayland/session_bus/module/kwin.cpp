@@ -121,7 +121,7 @@ class KWin : public wayland::Backend {
  public:
   explicit KWin(uint32_t version) : version_(version) {}
 
-  Frame Capture(const wayland::PlacedOutput& output, const PixelRect& region,
+  Frame Capture(const wayland::PlacedOutput& output, const PixelRect& region, Pointer pointer,
                 Deadline deadline) override;
   const char* Name() const override { return "KWin ScreenShot2"; }
 
@@ -129,7 +129,7 @@ class KWin : public wayland::Backend {
   uint32_t version_;
 };
 
-Frame KWin::Capture(const wayland::PlacedOutput& output, const PixelRect& region,
+Frame KWin::Capture(const wayland::PlacedOutput& output, const PixelRect& region, Pointer pointer,
                     Deadline deadline) {
   const Display& display = output.display;
   const PixelRect whole = AllPixels(display);
@@ -146,10 +146,10 @@ Frame KWin::Capture(const wayland::PlacedOutput& output, const PixelRect& region
   } else {
     Append(call, "s", display.name);
   }
-  // Pixels of the screen as they are, without the pointer.
+  // Pixels of the screen as they are.
   const int options = version_ >= kHidingVersion ? 3 : 2;
-  Append(call, "a{sv}", options, "native-resolution", "b", 1, "include-cursor", "b", 0,
-         "hide-caller-windows", "b", 0);
+  Append(call, "a{sv}", options, "native-resolution", "b", 1, "include-cursor", "b",
+         pointer == Pointer::kShown ? 1 : 0, "hide-caller-windows", "b", 0);
   Append(call, "h", pipe.writeEnd.get());
   const Message reply = Call(bus, call, deadline);
   // KWin alone holds the other end from here on.
@@ -165,7 +165,7 @@ Frame KWin::Capture(const wayland::PlacedOutput& output, const PixelRect& region
 std::unique_ptr<wayland::Backend> OpenKWinBackend(const wayland::PlacedOutput& output,
                                                   Deadline deadline) {
   auto backend = std::make_unique<KWin>(ReadVersion(deadline));
-  backend->Capture(output, {0, 0, 1, 1}, deadline);
+  backend->Capture(output, {0, 0, 1, 1}, Pointer::kHidden, deadline);
   return backend;
 }
 

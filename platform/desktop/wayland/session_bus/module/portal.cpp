@@ -121,7 +121,7 @@ class Portal : public wayland::Backend {
       : person_(person), patience_(patience) {}
 
   void BeginCapture() override;
-  Frame Capture(const wayland::PlacedOutput& output, const PixelRect& region,
+  Frame Capture(const wayland::PlacedOutput& output, const PixelRect& region, Pointer,
                 Deadline deadline) override;
   const char* Name() const override { return "desktop portal"; }
 
@@ -171,7 +171,7 @@ Frame TakeAnswer(const Response& response, const wayland::Space& desktop) {
 
 // The displays of one capture are cut from one picture, so that a person is asked once for it.
 Frame Portal::Capture(const wayland::PlacedOutput& output, const PixelRect& region,
-                      Deadline deadline) {
+                      Pointer /*pointer*/, Deadline deadline) {
   if (!picture_ || served_.contains(output.display.id)) {
     BeginCapture();
     picture_ = TakeAnswer(Ask(deadline), output.desktop);

@@ -187,13 +187,16 @@ TEST(Wayland, IsRightOrNilWhateverTheCompositorDoes) {
            {Fault::kSendsWords, After::kLost, size, {1, 0xFFFC0000, 0, 0, 0}},
            {Fault::kSendsWords, After::kLost, shortMessage, {1, 8 << 16 | 1, 0, 0, 0}},
            {Fault::kSendsWords, After::kLost, shortMessage, {1, 20 << 16, 0, 0, 0xFFFFFFFF}},
+           {Fault::kSendsWords, After::kLost, shortMessage, {1, 20 << 16, 0, 0, 4}},
            {Fault::kSendsEvent, After::kLost, kDisorder, {3}},  // failed, and ready as well
            {Fault::kSendsEvent, After::kLost, kDisorder, {0}},
            {Fault::kSendsEvent, After::kLost, kDisorder, {2}},
        }) {
     for (const bool imageCopy : {false, true}) ExpectRecovery(row, imageCopy);
   }
-  ExpectRecovery({Fault::kTells, After::kNothing, kUnknown, {kXrgb, 61, 243}}, false);
+  for (const uint32_t stride : {243U, 262'140U}) {
+    ExpectRecovery({Fault::kTells, After::kNothing, kUnknown, {kXrgb, 61, stride}}, false);
+  }
   // Another layout, more of it, and ready before there is a buffer.
   for (const uint32_t event : {0U, 6U, 2U}) {
     ExpectRecovery({Fault::kSendsEventEarly, After::kLost, kDisorder, {event}}, false);
@@ -219,7 +222,9 @@ TEST(Wayland, TakesTheFormatThatIsOfferedNow) {
 
 TEST(Wayland, LeavesNothingAndNoFrameChanged) {
   for (const bool imageCopy : {false, true}) {
-    Screen screen(By(imageCopy));
+    CompositorSetup setup = By(imageCopy);
+    setup.outputs.push_back({"large", 200, 200, 0, 1, 61, 0, 200, 200});
+    Screen screen(setup);
     const Frame held = screen.Capture(screen.Whole());
     const auto captureAgain = [&](uint32_t times) {
       for (uint32_t i = 1; i <= times; ++i) {
@@ -230,6 +235,12 @@ TEST(Wayland, LeavesNothingAndNoFrameChanged) {
     captureAgain(30);
     const Holdings before;
     captureAgain(100);
+    const auto poolsOfCompositor = [&] {
+      return Holdings(std::to_string(screen.compositor.pid())).mappedFiles;
+    };
+    const long pools = poolsOfCompositor();
+    EXPECT_TRUE(screen.Capture(screen.Whole(1), 1));  // in a larger pool, in place of one
+    EXPECT_EQ(poolsOfCompositor(), pools);
     const Holdings after;
     EXPECT_EQ(std::tuple(after.files, after.mappedFiles),
               std::tuple(before.files, before.mappedFiles));

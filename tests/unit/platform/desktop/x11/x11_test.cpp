@@ -1,8 +1,8 @@
 #include "platform/desktop/x11/desktop.h"
 
+#include <netinet/in.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -10,6 +10,7 @@
 #include <thread>
 
 #include "platform/desktop/peer/signals.h"
+#include "platform/desktop/peer/socket.h"
 #include "platform/desktop/x11/address.h"
 #include "platform/desktop/x11/screen.h"
 #include "tests/support/holdings.h"
@@ -47,32 +48,6 @@ struct Screen : TestedDesktop {
   testing::Xvfb server;
   testing::RgbImage seen;  // by another program
 };
-
-// The second time with other pixels and another colour map. Those of depth 24 that are laid out as
-// a frame's are held against other programs by whoever captures them.
-TEST(X11Desktop, LooksAsToOtherProgramsAtEveryDepth) {
-  const std::tuple<const char*, Arguments, std::tuple<int, int, int, int>> cases[] = {
-      {"803x601x30", {}, {30, 10, 3, 32}},
-      {"803x601x16", {}, {16, 5, 3, 16}},
-      {"803x601x8", {}, {8, 8, 1, 8}},
-      {"803x601x24", {"-cc", "5"}, {32, 8, 3, 32}}};
-  for (size_t i = 0; i < 2 * std::size(cases); ++i) {
-    auto [size, arguments, numbers] = cases[i / 2];
-    if (i % 2 == 1) arguments.insert(arguments.end(), {"-extension", "MIT-SHM"});
-    SCOPED_TRACE(size + ::testing::PrintToString(arguments));
-    Screen screen(size, arguments);
-    ASSERT_EQ(screen.displays.size(), 1U) << screen.problem;
-    for (const uint32_t seed : {1U, 2U}) {
-      screen.Fill(seed);
-      EXPECT_EQ(screen.CountWrongPixels(screen.CaptureWhole()), 0);
-      EXPECT_EQ(screen.CountWrongPixels(screen.Capture({101, 33, 77, 51}), 101, 33), 0);
-    }
-    const Display& display = screen.displays[0];
-    EXPECT_EQ(std::tuple(display.bitsPerPixel, display.bitsPerSample, display.samplesPerPixel,
-                         display.quickDrawPixelSize),
-              numbers);
-  }
-}
 
 // Monitors of different places and sizes on a screen of 800 x 600 pixels.
 testing::Area AreaOfMonitor(int index) {
@@ -135,33 +110,6 @@ TEST(X11Desktop, LeavesAHeldFrameUnchangedWhateverBecomesOfTheServer) {
   EXPECT_EQ(screen.CountWrongPixels(held), 0);
 }
 
-// The server stops while it delivers a large image, after a quarter, half and three quarters of
-// the time that this takes. A stop that comes late lets the capture end; not every one does.
-TEST(X11Desktop, FailsInTimeWhenItsServerStopsInTheMiddle) {
-  Screen screen("4096x4096x24", {"-extension", "MIT-SHM"});
-  auto start = Clock::now();
-  ASSERT_TRUE(screen.CaptureWhole());
-  const std::chrono::duration<double, std::micro> whole = Clock::now() - start;
-  int stopped = 0;
-  for (const double part : {0.25, 0.5, 0.75}) {
-    const pid_t stopper = testing::Fork([&] {
-      usleep(static_cast<useconds_t>(whole.count() * part));
-      return kill(screen.server.pid(), SIGSTOP);
-    });
-    start = Clock::now();
-    if (!screen.CaptureWhole()) {
-      ++stopped;
-      EXPECT_EQ(screen.problem, "X server " + screen.server.display() + " does not answer");
-    }
-    EXPECT_LT(Clock::now() - start, 2 * Screen::kTimeout);
-    testing::WaitForEnd(stopper);
-    screen.server.Continue();
-    screen.List();
-    EXPECT_TRUE(screen.CaptureWhole()) << screen.problem;
-  }
-  EXPECT_GE(stopped, 1);
-}
-
 // A server that lets in only who knows the cookie of an authority file.
 TEST(GuardedServer, ReportsWhyItRefusesAndNoPipeOfAnAuthorityFileIsAwaited) {
   const testing::ScratchFolder folder;
@@ -177,7 +125,10 @@ TEST(GuardedServer, ReportsWhyItRefusesAndNoPipeOfAnAuthorityFileIsAwaited) {
   ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
   TestedDesktop tested;
   tested.desktop = OpenX11Desktop(server.display());
-  for (const char* none : {"/nonexistent", "/dev/zero", pipe.c_str()}) {
+  const std::string large = folder.File("large");
+  std::filesystem::copy_file(file, large);
+  std::filesystem::resize_file(large, 2 << 20);
+  for (const char* none : {"/nonexistent", "/dev/zero", pipe.c_str(), large.c_str()}) {
     const testing::ScopedVariable authority("XAUTHORITY", none);
     EXPECT_EQ(tested.List(), 0U);
     EXPECT_EQ(tested.reason, Reason::kRefused);
@@ -210,17 +161,32 @@ std::vector<std::string> HonestAnswers() {
           Message(32 + 16, {0, 1, 2, 8, 4, 4})};
 }
 
-// Answers one client's handshake and its requests.
-void Answer(int listener, const std::vector<std::string>& answers) {
-  const UniqueFd client(accept(listener, nullptr, nullptr));
-  uint8_t request[2048];
-  size_t rest = 8;  // of a handshake, after the first four bytes
-  for (const std::string& answer : answers) {
-    if (recv(client.get(), request, 4, MSG_WAITALL) != 4) return;
-    if (&answer != &answers.front()) rest = (request[2] | request[3] << 8) * 4U - 4;
-    recv(client.get(), request, std::min(rest, sizeof request), MSG_WAITALL);
-    send(client.get(), answer.data(), answer.size(), MSG_NOSIGNAL);
-  }
+// Whether the desktop is captured while one client of the listener is answered so, each time with a
+// descriptor. The authority is what that client has sent to be let in.
+bool IsCaptured(TestedDesktop& tested, int listener, const std::vector<std::string>& answers,
+                std::string& authority) {
+  std::thread server([&] {
+    const UniqueFd client(accept(listener, nullptr, nullptr));
+    uint8_t request[2048];
+    const auto receive = [&](size_t bytes) {
+      return recv(client.get(), request, std::min(bytes, sizeof request), MSG_WAITALL);
+    };
+    receive(12);
+    const size_t bytes = (request[6] + 3) / 4 * 4U + request[8];
+    if (bytes > 0) authority.assign(request, request + receive(bytes));
+    for (const std::string& answer : answers) {
+      if (&answer != &answers.front()) {
+        if (receive(4) != 4) return;
+        receive((request[2] | request[3] << 8) * 4U - 4);
+      }
+      SendSome(client.get(), std::as_bytes(std::span(answer)), client.get());
+    }
+    receive(1);  // until the client goes
+  });
+  const bool isCaptured = tested.List() == 1 && tested.Capture({0, 0, 4, 4});
+  tested.desktop.reset();
+  server.join();
+  return isCaptured;
 }
 
 TEST(LyingServer, IsFoundOutByWhateverItStates) {
@@ -228,34 +194,58 @@ TEST(LyingServer, IsFoundOutByWhateverItStates) {
     const char* what;
     size_t answer, offset;
     uint8_t value;
-  } lies[] = {{"nothing", 0, 2, 0},      {"vendor's length", 0, 25, 1},
-              {"formats", 0, 29, 9},     {"depths", 0, 91, 2},
-              {"visuals", 0, 95, 1},     {"monitors", 4, 15, 255},
-              {"one monitor", 4, 12, 2}, {"outputs", 4, 38, 2},
-              {"endless", 4, 7, 255},    {"later request", 4, 2, 9},
-              {"no width", 5, 16, 0},    {"name", 6, 8, 5},
-              {"colours", 7, 5, 1},      {"pixels", 8, 4, 3}};
+  } lies[] = {{"nothing", 0, 2, 0},       {"vendor's length", 0, 25, 1}, {"formats", 0, 29, 9},
+              {"depths", 0, 91, 2},       {"visuals", 0, 95, 1},         {"monitors", 4, 15, 255},
+              {"one monitor", 4, 12, 2},  {"outputs", 4, 38, 2},         {"endless", 4, 7, 255},
+              {"later request", 4, 2, 9}, {"no width", 5, 16, 0},        {"name", 6, 8, 5},
+              {"colours", 7, 5, 1},       {"pixels", 8, 4, 3},           {"stops", 8, 4, 4}};
   const testing::ScratchFolder folder;
   const testing::ScopedVariable noAuthority("XAUTHORITY", "/nonexistent");
   for (const auto& lie : lies) {
     SCOPED_TRACE(lie.what);
     const std::string path = folder.File(lie.what);
-    const UniqueFd listener(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    sockaddr_un address = {AF_UNIX, ""};
-    path.copy(address.sun_path, sizeof address.sun_path - 1);
-    ASSERT_EQ(bind(listener.get(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-    ASSERT_EQ(listen(listener.get(), 1), 0);
+    const UniqueFd listener(testing::ListenAt(path));
+    const auto files = testing::Holdings().files;
     std::vector<std::string> answers = HonestAnswers();
     answers[lie.answer][lie.offset] = static_cast<char>(lie.value);
-    std::thread server([&] { Answer(listener.get(), answers); });
-    TestedDesktop tested;
-    tested.desktop = OpenX11Desktop(path);
-    const bool isCaptured = tested.List() == 1 && tested.Capture({0, 0, 4, 4});
-    EXPECT_EQ(tested.problem, &lie == lies ? "" : "the X server breaks the X protocol");
-    EXPECT_EQ(isCaptured, &lie == lies);
-    tested.desktop.reset();
-    server.join();
+    const bool stops = &lie == std::end(lies) - 1;  // in the middle of the pixels
+    if (stops) answers.back().resize(40);
+    TestedDesktop tested = {OpenX11Desktop(path)};
+    const auto start = Clock::now();
+    std::string authority;
+    EXPECT_EQ(IsCaptured(tested, listener.get(), answers, authority), &lie == lies);
+    EXPECT_EQ(tested.problem, &lie == lies ? ""
+                              : stops      ? "X server " + path + " does not answer"
+                                           : "the X server breaks the X protocol");
+    EXPECT_LT(Clock::now() - start, 2 * TestedDesktop::kTimeout);
+    EXPECT_EQ(authority, "");
+    EXPECT_EQ(testing::Holdings().files, files);
   }
+}
+
+// A listener at the second of the addresses that the name has, where there are two. It would take
+// shared memory.
+TEST(RemoteServer, IsReachedAtItsPortWithItsCookieAndSentNoDescriptor) {
+  const UniqueFd listener(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  sockaddr_in address = {AF_INET, 0, {htonl(INADDR_LOOPBACK)}, {}};
+  socklen_t length = sizeof address;
+  auto* const any = reinterpret_cast<sockaddr*>(&address);
+  ASSERT_EQ(bind(listener.get(), any, length) + listen(listener.get(), 1), 0);
+  ASSERT_EQ(getsockname(listener.get(), any, &length), 0);
+  const std::string display = ":" + std::to_string(ntohs(address.sin_port) - 6000);
+  const testing::ScratchFolder folder;
+  const std::string file = folder.File("authority");
+  for (const std::string& each : {std::string(":0"), display}) {
+    testing::RunProgram(
+        {"xauth", "-f", file, "add", each, ".", each == display ? "6b657920" : "00"});
+  }
+  const testing::ScopedVariable variable("XAUTHORITY", file.c_str());
+  std::vector<std::string> answers = HonestAnswers();
+  answers[2][8] = answers[2][9] = 1;
+  TestedDesktop tested = {OpenX11Desktop("localhost" + display)};
+  std::string authority;
+  EXPECT_TRUE(IsCaptured(tested, listener.get(), answers, authority)) << tested.problem;
+  EXPECT_TRUE(authority.starts_with("MIT-MAGIC-COOKIE-1") && authority.ends_with("key "));
 }
 
 TEST(X11DisplayName, IsAHostANumberAndAScreenOrAPath) {

@@ -308,7 +308,7 @@ Words ValuesOf(const CommandLine& line, const Option& option, const std::string&
   if (const GivenOption* const desktop = line.Find("--desktop")) arguments.desktop = desktop->value;
   ChooseDesktop(arguments);
   Words values = option.choices();
-  for (std::string& each : values) each.insert(0, before);
+  for (std::string& each : values) each = before + Printable(each);
   return values;
 }
 
@@ -357,7 +357,7 @@ bool PrintPage(const CommandLine& line) {
 
 std::optional<Arguments> ParseArguments(int argc, const char* const* argv) {
   if (argc > 2 && argv[1] == kComplete) {
-    for (const std::string& each : Candidates(argc - 1, argv + 1)) PrintLine(stdout, each);
+    for (const std::string& each : Candidates(argc - 1, argv + 1)) puts(each.c_str());
     return std::nullopt;
   }
   CommandLine line = SplitLine(argc, argv);

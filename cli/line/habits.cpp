@@ -15,7 +15,7 @@ struct Habit {
 // advice for all of them.
 constexpr Habit kHabits[] = {
     {" -e --exec ", "run the other program behind it: qrvshot a.png && PROGRAM a.png"},
-    {" -c ", "--copy copies to the clipboard; the mouse pointer is in no picture"},
+    {" -c ", "--copy copies to the clipboard, --pointer shows the mouse pointer"},
     {" -C --clipboard ", "--copy copies to the clipboard"},
     {" -l --level ", "--compression 0 is the fastest and 9 the smallest"},
     {" -m --multidisp --all --all-screens --fullscreen --full --root ",
@@ -25,8 +25,8 @@ constexpr Habit kHabits[] = {
     {" -F --file --filename ", "-o names the file"},
     {" -f ", "-o names the file, --format its format"},
     {" -t --type --thumb ", "--format names the format; --scale 25% makes the picture small"},
-    {" -p --cursor --hidecursor --include-cursor --include-pointer --pointer --show-cursor ",
-     "the mouse pointer is in no picture"},
+    {" -p --cursor --hidecursor --include-cursor --include-pointer --show-cursor ",
+     "--pointer shows the mouse pointer"},
     {" -a -G -r --area --autoselect --crop --geometry --region ",
      "-g X,Y,W,H is a rectangle, and -s marks one with the mouse"},
     {" -I --interactive ", "-s marks a rectangle with the mouse"},

@@ -52,7 +52,7 @@ constexpr std::pair<const char*, const char*> kMistakes[] = {
     {"''", "file name has an empty value"},
     {"--desktpo x11", "capture has no option --desktpo; did you mean --desktop?"},
     {"-w", "no option -w: --window active"},
-    {"--pointer a.png", "no option --pointer: the mouse pointer is in no"},
+    {"--cursor a.png", "no option --cursor: --pointer"},
     {"--geometry 5x5+0+0", "--geometry: -g X,Y,W,H"},
     {"-s 0.5 a.png", "a.png is one|behind 0.5;|--scale 50%"},
     {"-o VIRTUAL-2 a.png", "--display VIRTUAL-2"},

@@ -131,6 +131,11 @@ std::string ReadSize(const std::string& text, std::optional<Size>& size) {
   return isSize ? "" : "a size: WxH, Wx or xH in whole numbers from 1 to 32767";
 }
 
+std::string ReadDesktop(const std::string& text, std::string& desktop) {
+  desktop = text;
+  return text.starts_with(':') ? "a kind of desktop; did you mean x11:" + text + "?" : "";
+}
+
 std::string ReadHostVersion(const std::string& text, std::optional<double>& version) {
   version = ParseDecimal(text);
   return version || text == "none" ? "" : "a version such as 2013.03, nor none";

@@ -37,6 +37,7 @@ std::string ReadCount(const std::string& text, std::optional<int32_t>& count);  
 std::string ReadPercent(const std::string& text, std::optional<double>& percent);
 std::string ReadRect(const std::string& text, std::optional<Rect>& rect);
 std::string ReadSize(const std::string& text, std::optional<Size>& size);  // a missing side is 0
+std::string ReadDesktop(const std::string& text, std::string& desktop);
 std::string ReadHostVersion(const std::string& text, std::optional<double>& version);
 std::string ReadSystemVersion(const std::string& text, std::string& version);
 

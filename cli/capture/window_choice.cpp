@@ -57,11 +57,9 @@ Windows RequireWindows() {
     const int32_t count =
         QRVListWindows(windows.data(), sizeof(QRVWindow), static_cast<int32_t>(windows.size()));
     if (count < 0) {
-      throw Failure(kNothingCaptured,
-                    std::string("The windows of ") + QRVDesktopName() +
-                        " can't be listed: " + QRVFailureMessage() +
-                        ". Mark what you want with the mouse instead: --rect \"$(slop)\" on X11, "
-                        "--rect \"$(slurp)\" on Wayland.");
+      throw Failure(kNothingCaptured, std::string("The windows of ") + QRVDesktopName() +
+                                          " can't be listed: " + QRVFailureMessage() +
+                                          ". Mark what you want with the mouse instead, by -s.");
     }
     const bool isAll = static_cast<size_t>(count) <= windows.size();
     windows.resize(static_cast<size_t>(count));

@@ -104,12 +104,12 @@ void Deliver(const Arguments& arguments, const Captured& captured, const FileNam
   const Rows& rows = captured.rows;
   CaptureReport report{"", DesktopName(), captured.method, StrategyNames(used), milliseconds};
   FILE* const stream = ReportStream(name.path);
-  if (arguments.makesFolders && !arguments.output.empty()) MakeFolders(name.path);
   if (arguments.copies) {
     CopyImage(rows, FindClipboardProgram());
     if (!arguments.json) ReportImage("the clipboard", rows, report.desktop, stream);
   }
   if (!arguments.copies || !arguments.output.empty()) {
+    if (arguments.makesFolders) MakeFolders(name.path);
     report.file = WriteImage(rows, arguments.encoding, name.path, name.existing);
     const std::string note = FormatNote(name.path, arguments.encoding);
     if (!arguments.json) ReportImage(report.file, rows, report.desktop + note, stream);

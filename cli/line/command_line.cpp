@@ -29,6 +29,9 @@ constexpr std::string_view kComplete = "--complete";
 constexpr char kHelp[] = "help";  // in place of a command, asks for the help of the next word
 constexpr int kFirstLong = 256;   // the codes of long options to getopt_long, beyond all letters
 
+// What to say of a number without its option, as other programs' -q and -s take one.
+constexpr char kNumbers[] = "; numbers are for -d 3, -g 0,0,50,50, --scale 50% or --quality 90";
+
 struct GivenOption {
   const Option* option;
   std::string typed;  // "-o", "--output", or the file's name
@@ -100,6 +103,10 @@ std::string DescribeNoOption(const CommandEntry& command, const std::string& nam
          (advice.empty() ? DidYouMean(name, OptionNames(command)) : ": " + std::string(advice));
 }
 
+bool IsNumber(const std::string& word) {
+  return !word.empty() && std::isdigit(static_cast<unsigned char>(word[0])) != 0;
+}
+
 // Whether a word in place of a command is rather the file of a capture.
 bool IsFileName(const std::string& word) {
   std::error_code error;
@@ -108,7 +115,7 @@ bool IsFileName(const std::string& word) {
 }
 
 std::string DescribeNoCommand(const CommandLine& line, const std::string& word) {
-  const std::string meant = DidYouMean(word, CommandNames());
+  const std::string meant = IsNumber(word) ? kNumbers : DidYouMean(word, CommandNames());
   const std::string file = line.isHelpCommand ? "" : "; a file of that name is ./" + word;
   return "There is no command " + word +
          (meant.empty() ? file + "; there are " + JoinWords(CommandNames(), " and ") : meant);
@@ -142,7 +149,10 @@ void TakeWord(CommandLine& line, const std::string& word) {
       return;
     }
     line.lacksCommand = !isCommand && (line.isHelpCommand || !IsFileName(word));
-    if (line.lacksCommand) return line.SetFault(DescribeNoCommand(line, word));
+    if (line.lacksCommand) {
+      line.lacksCommand = line.fault.empty();
+      return line.SetFault(DescribeNoCommand(line, word));
+    }
     line.command = isCommand ? &*found : &Meant(line);
     if (isCommand) return;
   }
@@ -150,10 +160,9 @@ void TakeWord(CommandLine& line, const std::string& word) {
   const auto file = std::ranges::find_if(options, &Option::IsFile);
   if (file == options.end() || line.Find(kFile) != nullptr) {
     const std::string first = file == options.end() ? "" : line.Find(kFile)->value;
-    const bool isNumber = !first.empty() && std::isdigit(static_cast<unsigned char>(first[0])) != 0;
     return line.SetFault(word + " is one argument too many" +
                          (first.empty() ? "" : " behind " + first) +
-                         (isNumber ? "; numbers are for --scale 50%, --quality 90 or -d 3" : ""));
+                         (IsNumber(first) ? kNumbers : ""));
   }
   if (word.empty()) line.SetFault("The file name has an empty value");
   line.Add(**file, word, word);
@@ -299,7 +308,7 @@ Words ValuesOf(const CommandLine& line, const Option& option, const std::string&
   if (const GivenOption* const desktop = line.Find("--desktop")) arguments.desktop = desktop->value;
   ChooseDesktop(arguments);
   Words values = option.choices();
-  for (std::string& each : values) each.insert(0, before);
+  for (std::string& each : values) each = before + Printable(each);
   return values;
 }
 

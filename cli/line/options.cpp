@@ -128,7 +128,7 @@ constexpr char kDesktop[] = "Which desktop";
 constexpr CommandEntry kCommands[] = {
     {"capture", "Capture the desktop or a part of it into an image file", kCapture, Capture,
      "  qrvshot capture -g 100,50,640,480     left, top, width and height\n"
-     "  qrvshot capture -s -d 3 --copy        marked now, in 3 seconds, to the clipboard\n"
+     "  qrvshot capture -s -d 3 --copy        marked now, in 3 s, to the clipboard\n"
      "  qrvshot capture --count 5 --interval 200ms a-%03d.jpg  a-001.jpg to a-005.jpg\n",
      "Names may have date's %Y-%m-%d and a number, %03d; `man qrvshot` says more."},
     {"displays", "List the displays", kDisplays, ShowDisplays,
@@ -171,8 +171,8 @@ std::vector<Option> MakeOptions() {
       {kWhat, kCapture, 'p', "--pointer", "", "With the mouse pointer",
        Flag<&Arguments::withPointer>},
       {kWhat, kCapture | kDisplays | kWindows | kRaw, 0, "--desktop", "WHICH",
-       "wayland, portal, x11 or virtual; or such as x11::1", Value<ReadText, &Arguments::desktop>,
-       kNoRules, DesktopKinds},
+       "wayland, portal, x11 or virtual; or such as x11::1",
+       Value<ReadDesktop, &Arguments::desktop>, kNoRules, DesktopKinds},
       {kWhat, kCapture, 0, "--units", "", "One pixel per unit, of denser displays too",
        Flag<&Arguments::inUnits>},
       {kWhat, kCapture, 0, "--size", "WxH",
@@ -204,7 +204,7 @@ std::vector<Option> MakeOptions() {
       {kWhere, kCapture, 0, "--copy", "", "To the clipboard as PNG; to a file only if one is named",
        Flag<&Arguments::copies>},
       {kWhere, kCapture | kFromRaw, 0, "--format", "NAME",
-       JoinWords(ImageFormatNames(), " or ") + " (default: by the name, else png)",
+       JoinWords(ImageFormatNames(), " or ") + " (default: by the name)",
        Value<ReadFormat, &Arguments::encoding, &Encoding::format>, kNoRules, ImageFormatNames},
       {kWhere, kCapture | kFromRaw, 0, "--quality", "1-100",
        "Of JPEG (default: 90), or WebP with losses",

@@ -22,7 +22,8 @@ _qrvshot() {
       compopt -o filenames 2>/dev/null
       mapfile -t -O "${#COMPREPLY[@]}" COMPREPLY < <(compgen -f -- "$cur")
     elif [[ $each == "$before$cur"* ]]; then
-      COMPREPLY+=("${each#"$before"}")
+      printf -v each %q "${each#"$before"}"
+      COMPREPLY+=("$each")
     fi
   done
 }

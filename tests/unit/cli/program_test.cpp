@@ -73,6 +73,22 @@ TEST(Capture, ReportsApartFromThePicture) {
   EXPECT_EQ(quiet.output + quiet.errors, "");
 }
 
+TEST(Capture, OfASeriesIsReportedAtOnceAndOneStream) {
+  const ScratchFolder folder;
+  const std::string shell =
+      QRV_BUILD_DIR "/qrvshot --count forever --interval 100ms a-%02d.ppm | head -n 2";
+  EXPECT_EQ(testing::RunProgram({"sh", "-c", shell}, [&] { return Prepare(folder); }).output,
+            "a-01.ppm: 2720x1024 pixels of the virtual desktop\n"
+            "a-02.ppm: 2720x1024 pixels of the virtual desktop\n");
+  EXPECT_LT(folder.Count(), 10U);
+  const std::string one = Capture("--display 1");
+  for (const char* stream : {"-", "/dev/stdout", "/proc/self/fd/1"}) {
+    const Outcome outcome = Qrvshot(
+        folder, std::string("--display 1 --count 2 --interval 0 --format ppm -o ") + stream);
+    EXPECT_TRUE(outcome.output == one + one) << outcome.errors;
+  }
+}
+
 TEST(Capture, ShowsWhatWasAskedFor) {
   const std::string desktop = "--desktop=virtual:100x80+0+0,60x40-60+0 ";
   const std::string dense = "--desktop=virtual:100x80+0+0*2 ";

@@ -42,10 +42,28 @@ TEST(Terminal, GetsEmphasisAndACountdownButNoPicture) {
   EXPECT_EQ(OnTerminal(folder, "capture a.ppm -q --delay 0.1"), "= 0");
 }
 
+// With that variable set, and no other program than this script of that name.
+Outcome WithProgram(const ScratchFolder& programs, const std::string& name,
+                    const std::string& script, const char* variable, const char* line) {
+  programs.Write(name, "#!/bin/sh\n" + script);
+  chmod(programs.File(name).c_str(), 0755);
+  const ScratchFolder folder;
+  const Outcome outcome =
+      testing::RunProgram(Split(std::string(QRV_BUILD_DIR "/qrvshot ") + line), [&] {
+        const bool isPrepared = Prepare(folder);
+        setenv("PATH", programs.path().c_str(), 1);
+        return setenv(variable, ":9", 1) == 0 && isPrepared;
+      });
+  EXPECT_EQ(folder.Count(), 0U);
+  return outcome;
+}
+
+// The variable that is set, the program that is there, what it does, the exit code and message.
+using ProgramCase = std::tuple<const char*, std::string, const char*, int, const char*>;
+
 // The program notes how it is called, and keeps what it is given.
 TEST(Clipboard, HasThePngByTheProgramThatFits) {
-  // The variable that is set, the program that is there and its ending, the exit code and message.
-  const std::tuple<const char*, std::string, const char*, int, const char*> cases[] = {
+  const ProgramCase cases[] = {
       {"DISPLAY", "xclip", "", 0, "the clipboard: 2720x1024"},
       {"WAYLAND_DISPLAY", "wl-copy", "", 0, "the clipboard: 2720x1024"},
       {"WAYLAND_DISPLAY", "xclip", "", 3, "install wl-clipboard"},
@@ -54,23 +72,32 @@ TEST(Clipboard, HasThePngByTheProgramThatFits) {
   };
   for (const auto& [variable, program, ending, exitCode, message] : cases) {
     const ScratchFolder programs;
-    const ScratchFolder folder;
-    programs.Write(program,
-                   std::string("#!/bin/sh\necho $* >$0.called\n/bin/cat >$0.input\n") + ending);
-    chmod(programs.File(program).c_str(), 0755);
-    const Outcome outcome =
-        testing::RunProgram(Split(QRV_BUILD_DIR "/qrvshot capture --copy"), [&, name = variable] {
-          const bool isPrepared = Prepare(folder);
-          setenv("PATH", programs.path().c_str(), 1);
-          return setenv(name, ":9", 1) == 0 && isPrepared;
-        });
+    const Outcome outcome = WithProgram(
+        programs, program, std::string("echo $* >$0.called\n/bin/cat >$0.input\n") + ending,
+        variable, "--copy");
     EXPECT_EQ(outcome.exitCode, exitCode) << outcome.errors;
     EXPECT_NE((outcome.output + outcome.errors).find(message), std::string::npos)
         << outcome.output << outcome.errors;
-    EXPECT_EQ(folder.Count(), 0U);
     if (exitCode != 0) continue;
     EXPECT_TRUE(programs.Read(program + ".input").starts_with("\x89PNG"));
     EXPECT_NE(programs.Read(program + ".called").find(" image/png"), std::string::npos);
+  }
+}
+
+TEST(Select, CapturesWhatIsMarkedByTheProgramThatFits) {
+  const ProgramCase cases[] = {
+      {"DISPLAY", "slop", "echo 30x20+-5+6", 0, "P6\n30 20\n"},
+      {"WAYLAND_DISPLAY", "slurp", "echo '5,6 30x20'", 0, "P6\n30 20\n"},
+      {"WAYLAND_DISPLAY", "slop", "", 3, "install slurp"},
+      {"DISPLAY", "slop", "echo 9x9+0+0; exit 1", 1, "slop was cancelled"},
+      {"DISPLAY", "slop", "echo moon", 1, "slop answered \"moon\""},
+  };
+  for (const auto& [variable, program, script, exitCode, message] : cases) {
+    const ScratchFolder programs;
+    const Outcome outcome =
+        WithProgram(programs, program, script, variable, "-s -q --format ppm -");
+    EXPECT_EQ(outcome.exitCode, exitCode) << outcome.errors;
+    EXPECT_NE((outcome.output + outcome.errors).find(message), std::string::npos) << outcome.errors;
   }
 }
 

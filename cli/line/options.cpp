@@ -123,7 +123,6 @@ constexpr char kWhat[] = "What is captured";
 constexpr char kPixels[] = "The pixels";
 constexpr char kWhen[] = "When";
 constexpr char kWhere[] = "Where it goes";
-constexpr char kDesktop[] = "Which desktop";
 
 constexpr CommandEntry kCommands[] = {
     {"capture", "Capture the desktop or a part of it into an image file", kCapture, Capture,

@@ -8,14 +8,14 @@
 #include "cli/capture/file_names.h"
 #include "cli/failure.h"
 #include "cli/output/terminal.h"
-#include "platform/desktop/peer/one_line.h"
+#include "platform/one_line.h"
 
 namespace qrv::cli {
 
 std::string JsonString(std::string_view text) {
   std::string quoted = "\"";
   while (!text.empty()) {
-    const auto [code, bytes] = desktop::FirstOf(text);
+    const auto [code, bytes] = FirstOf(text);
     const std::string_view character = text.substr(0, std::max<size_t>(bytes, 1));
     text.remove_prefix(character.size());
     if (bytes == 0) {

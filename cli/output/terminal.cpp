@@ -9,7 +9,7 @@
 #include <string_view>
 #include <thread>
 
-#include "platform/desktop/peer/one_line.h"
+#include "platform/one_line.h"
 
 namespace qrv::cli {
 
@@ -33,9 +33,7 @@ std::string Emphasised(FILE* stream, Emphasis emphasis, const std::string& text)
   return (emphasis == Emphasis::kBold ? "\033[1m" : "\033[1;31m") + text + "\033[0m";
 }
 
-std::string Printable(const std::string& text) {
-  return desktop::InOneLine(text, std::string::npos);
-}
+std::string Printable(const std::string& text) { return InOneLine(text, std::string::npos); }
 
 void PrintLine(FILE* stream, const std::string& line) {
   fprintf(stream, "%s\n", Printable(line).c_str());

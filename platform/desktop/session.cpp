@@ -11,9 +11,9 @@
 
 #include "platform/desktop/choice.h"
 #include "platform/desktop/desktop.h"
-#include "platform/desktop/peer/one_line.h"
 #include "platform/desktop/peer/signals.h"
 #include "platform/desktop/timeout.h"
+#include "platform/one_line.h"
 
 namespace qrv::desktop {
 namespace {

@@ -299,7 +299,7 @@ void MakeFrame(wl_resource* manager, uint32_t id, int pointer, const Image& want
   Image& image = images.emplace_back(wanted);
   wl_resource* const frame =
       NewChild<zwlr_screencopy_frame_v1_interface, kScreencopyFrame>(manager, id, &image);
-  if (pointer != 0) return wl_resource_post_error(frame, 9, "no pointer");
+  orders->withPointer = pointer != 0;
   if (Makes(Fault::kRefuses)) return zwlr_screencopy_frame_v1_send_failed(frame);
   Plan(image);
   const auto width = static_cast<uint32_t>(image.width);
@@ -394,7 +394,7 @@ constexpr struct ext_image_copy_capture_manager_v1_interface kImageCopy = {
       Image& image = images.emplace_back(WholeOf(*DataOf<ShownOutput>(source)));
       image.session =
           NewChild<ext_image_copy_capture_session_v1_interface, kSession>(manager, id, &image);
-      if (options != 0) return wl_resource_post_error(manager, 9, "no pointer");
+      orders->withPointer = options != 0;
       TellConstraints(image);
     },
     nullptr, Destroy};

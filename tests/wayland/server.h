@@ -76,6 +76,7 @@ struct Script {
   uint32_t words[5];              // what kTells tells and kSendsWords sends
   std::atomic<uint32_t> picture;  // which one the outputs show
   std::atomic<uint32_t> regions;  // captures of a region that were asked for
+  std::atomic<bool> withPointer;  // whether the last capture was to show it
   std::atomic<uint32_t> highest;  // number of an object
   std::atomic<int> truncated;     // errno of an attempt on the last pool's memory
 };

@@ -9,9 +9,9 @@
 #include <memory>
 #include <utility>
 
-#include "platform/desktop/peer/one_line.h"
 #include "platform/desktop/peer/socket.h"
 #include "platform/desktop/wayland/protocol.h"
+#include "platform/one_line.h"
 
 namespace qrv::desktop::wayland {
 namespace {

@@ -6,8 +6,8 @@
 #include <utility>
 
 #include "platform/desktop/frames/pixel_format.h"
-#include "platform/desktop/peer/one_line.h"
 #include "platform/desktop/wayland/protocol.h"
+#include "platform/one_line.h"
 
 namespace qrv::desktop::wayland {
 namespace {

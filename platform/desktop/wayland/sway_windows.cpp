@@ -12,8 +12,8 @@
 
 #include "platform/desktop/error.h"
 #include "platform/desktop/peer/descriptors.h"
-#include "platform/desktop/peer/one_line.h"
 #include "platform/desktop/peer/socket.h"
+#include "platform/one_line.h"
 
 namespace qrv::desktop::wayland {
 namespace {

@@ -10,9 +10,9 @@
 #include <cstring>
 #include <utility>
 
-#include "platform/desktop/peer/one_line.h"
 #include "platform/desktop/peer/socket.h"
 #include "platform/desktop/x11/authority.h"
+#include "platform/one_line.h"
 
 namespace qrv::desktop::x11 {
 namespace {

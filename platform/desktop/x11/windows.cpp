@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/desktop/peer/one_line.h"
+#include "platform/one_line.h"
 
 namespace qrv::desktop::x11 {
 namespace {

@@ -5,10 +5,10 @@
 #include <chrono>
 #include <string>
 
-#include "platform/desktop/peer/one_line.h"
 #include "platform/desktop/peer/person.h"
 #include "platform/desktop/wayland/session_bus/module_interface.h"
 #include "platform/library_file.h"
+#include "platform/one_line.h"
 
 namespace qrv::desktop::wayland::session_bus {
 namespace {

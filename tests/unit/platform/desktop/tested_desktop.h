@@ -24,11 +24,10 @@ struct TestedDesktop {
     return displays.size();
   }
   // Empty when there is an error.
-  Frame Capture(const PixelRect& region, size_t index = 0) {
+  Frame Capture(const PixelRect& region, size_t index = 0, Pointer pointer = Pointer::kHidden) {
     Frame frame;
     Try([&] {
-      frame =
-          desktop->Capture(displays.at(index), region, Pointer::kHidden, Clock::now() + kTimeout);
+      frame = desktop->Capture(displays.at(index), region, pointer, Clock::now() + kTimeout);
     });
     return frame;
   }

@@ -1,6 +1,6 @@
 #include "platform/desktop/wayland/session_bus/module/bus.h"
 
-#include "platform/desktop/peer/one_line.h"
+#include "platform/one_line.h"
 
 namespace qrv::desktop::wayland::session_bus {
 

@@ -3,10 +3,10 @@
 #include <exception>
 #include <memory>
 
-#include "platform/desktop/peer/one_line.h"
 #include "platform/desktop/wayland/session_bus/module/kwin.h"
 #include "platform/desktop/wayland/session_bus/module/portal.h"
 #include "platform/desktop/wayland/session_bus/module_interface.h"
+#include "platform/one_line.h"
 
 namespace qrv::desktop::wayland::session_bus {
 

@@ -1,5 +1,7 @@
 #include "platform/desktop/virtual/desktop.h"
 
+#include <cmath>
+
 #include "platform/desktop/virtual/layout.h"
 #include "platform/desktop/virtual/test_card.h"
 #include "tests/unit/platform/desktop/tested_desktop.h"
@@ -32,6 +34,27 @@ TEST(VirtualDesktop, ShowsTheTestCardOnEveryDisplayAtEveryDepthInFramesThatOutli
     EXPECT_EQ(std::pair(frames[i].width, frames[i].height),
               std::pair(parts[i].width, parts[i].height));
   }
+}
+
+TEST(VirtualDesktop, BlendsItsPointer) {
+  TestedDesktop tested = {OpenVirtualDesktop("100x80+0+0*2,90x90+100+0")};
+  ASSERT_EQ(tested.List(), 2U);
+  const PixelRect region = {55, 42, 40, 30};  // the pointer's corner is at (50, 40)
+  const auto shown = [&](int x, int y) {
+    const uint32_t card = TestCardPixel(0, 200, 160, 55 + x, 42 + y);
+    if (x > 10 || y > 13) return card;
+    if (x == 10 || y == 13) return 0U;
+    uint32_t blended = 0;
+    for (int shift = 0; shift < 24; shift += 8) {
+      const double behind = (card >> shift & 0xFF) * 127 / 255.0;
+      blended |= static_cast<uint32_t>(std::lround(128 + behind)) << shift;
+    }
+    return blended;
+  };
+  EXPECT_EQ(tested.CountOther(tested.Capture(region, 0, Pointer::kShown), shown), 0);
+  const Frame other = tested.Capture(tested.Whole(1), 1, Pointer::kShown);
+  EXPECT_EQ(tested.CountOther(other, [](int x, int y) { return TestCardPixel(1, 90, 90, x, y); }),
+            0);
 }
 
 TEST(TestCard, HasTheColorsOfItsEdgesReducedToTheScreensDepth) {

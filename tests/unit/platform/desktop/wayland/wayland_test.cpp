@@ -56,6 +56,9 @@ TEST(Wayland, ConvertsEveryFormatExactly) {
       setup.padding = 8;
       Screen screen(setup);
       EXPECT_EQ(screen.CountWrongNow(screen.Whole()), 0) << channels << " " << imageCopy;
+      EXPECT_FALSE(screen.compositor.script().withPointer);
+      EXPECT_TRUE(screen.Capture({1, 2, 3, 4}, 0, Pointer::kShown));
+      EXPECT_TRUE(screen.compositor.script().withPointer);
       EXPECT_STREQ(screen.desktop->backend(),
                    imageCopy ? "ext-image-copy-capture" : "wlr-screencopy");
     }

@@ -4,6 +4,7 @@
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <xcb/xcb.h>
 
 #include <chrono>
 #include <csignal>
@@ -91,6 +92,42 @@ TEST(X11Desktop, HasNoPixelsOfADisplayThatShrank) {
   EXPECT_EQ(screen.reason, Reason::kDisplayChanged);
   ASSERT_EQ(screen.List(), 1U);
   EXPECT_TRUE(screen.CaptureWhole()) << screen.problem;
+}
+
+// A pointer of 8 x 8 pixels, yellow and blue in turns but for its last row, which is transparent.
+TEST(X11Desktop, ShowsThePointerWhereItIs) {
+  Screen screen;
+  screen.Fill(7);
+  const testing::ScratchFolder folder;
+  const std::string size =
+      "#define b_width 8\n#define b_height 8\n#define b_x_hot 2\n"
+      "#define b_y_hot 3\nstatic char b_bits[] = {\n";
+  folder.Write("source", size + "0x55,0x55,0x55,0x55,0x55,0x55,0x55,0x55};\n");
+  folder.Write("mask", size + "0xff,0xff,0xff,0xff,0xff,0xff,0xff,0};\n");
+  screen.server.Run({"xsetroot", "-fg", "yellow", "-bg", "blue", "-cursor", folder.File("source"),
+                     folder.File("mask")});
+  xcb_connection_t* const xcb = xcb_connect(screen.server.display().c_str(), nullptr);
+  const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(xcb)).data->root;
+  for (const auto& [x, y] : {std::pair(100, 50), {0, 0}, {319, 199}, {40, 60}, {44, 61}}) {
+    xcb_warp_pointer(xcb, XCB_NONE, root, 0, 0, 0, 0, static_cast<int16_t>(x),
+                     static_cast<int16_t>(y));
+    std::free(xcb_get_input_focus_reply(xcb, xcb_get_input_focus(xcb), nullptr));
+    const auto shown = [&, x = x - 2, y = y - 3](int atX, int atY) {
+      const bool isPointer = atX >= x && atX < x + 8 && atY >= y && atY < y + 7;
+      if (isPointer) return (atX - x) % 2 == 0 ? 0xFFFF00U : 0x0000FFU;
+      const uint8_t* rgb = screen.seen.pixels.data() + (atY * screen.seen.width + atX) * 3;
+      return static_cast<uint32_t>(rgb[0] << 16 | rgb[1] << 8 | rgb[2]);
+    };
+    for (const PixelRect& region : {screen.Whole(), PixelRect{42, 10, 250, 51}}) {
+      EXPECT_EQ(screen.CountOther(
+                    screen.Capture(region, 0, Pointer::kShown),
+                    [&](int column, int row) { return shown(region.x + column, region.y + row); }),
+                0)
+          << x << "," << y << " from " << region.x;
+    }
+  }
+  xcb_disconnect(xcb);
+  EXPECT_EQ(screen.CountWrongPixels(screen.CaptureWhole()), 0);
 }
 
 TEST(X11Desktop, LeavesAHeldFrameUnchangedWhateverBecomesOfTheServer) {

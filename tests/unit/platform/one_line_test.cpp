@@ -1,8 +1,8 @@
-#include "platform/desktop/peer/one_line.h"
+#include "platform/one_line.h"
 
 #include <gtest/gtest.h>
 
-namespace qrv::desktop {
+namespace qrv {
 namespace {
 
 TEST(OneLine, IsWhatAPersonCanReadOfATextOfAnyBytes) {
@@ -42,4 +42,4 @@ TEST(OneLine, IsCutBetweenCharactersWhereThePlaceIsSmall) {
 }
 
 }  // namespace
-}  // namespace qrv::desktop
+}  // namespace qrv

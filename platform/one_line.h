@@ -1,12 +1,12 @@
 // Text from other processes, as one printable line.
-#ifndef PLATFORM_DESKTOP_PEER_ONE_LINE_H_
-#define PLATFORM_DESKTOP_PEER_ONE_LINE_H_
+#ifndef PLATFORM_ONE_LINE_H_
+#define PLATFORM_ONE_LINE_H_
 
 #include <cstddef>
 #include <string>
 #include <string_view>
 
-namespace qrv::desktop {
+namespace qrv {
 
 struct Character {
   char32_t code = 0;
@@ -34,6 +34,6 @@ void CopyText(char (&to)[kBytes], std::string_view text) {
   to[text.copy(to, end)] = '\0';
 }
 
-}  // namespace qrv::desktop
+}  // namespace qrv
 
-#endif  // PLATFORM_DESKTOP_PEER_ONE_LINE_H_
+#endif  // PLATFORM_ONE_LINE_H_

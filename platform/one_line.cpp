@@ -1,9 +1,9 @@
-#include "platform/desktop/peer/one_line.h"
+#include "platform/one_line.h"
 
 #include <algorithm>
 #include <bit>
 
-namespace qrv::desktop {
+namespace qrv {
 namespace {
 
 struct Range {
@@ -60,4 +60,4 @@ std::string InOneLine(std::string_view text, size_t maxBytes) {
   return line;
 }
 
-}  // namespace qrv::desktop
+}  // namespace qrv

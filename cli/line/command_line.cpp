@@ -308,7 +308,7 @@ Words ValuesOf(const CommandLine& line, const Option& option, const std::string&
   if (const GivenOption* const desktop = line.Find("--desktop")) arguments.desktop = desktop->value;
   ChooseDesktop(arguments);
   Words values = option.choices();
-  for (std::string& each : values) each = before + Printable(each);
+  for (std::string& each : values) each = std::string(before).append(Printable(each));
   return values;
 }
 

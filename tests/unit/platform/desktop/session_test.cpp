@@ -53,7 +53,8 @@ TEST(Session, FollowsTheChoiceFromListToList) {
   }
   for (const auto& [desktop, problem] : std::initializer_list<std::pair<const char*, std::string>>{
            {"x11:", "the desktop \"x11:\" names no DISPLAY"},
-           {"x11:moon", "'moon' is not the name of an X display"},
+           {"x11:moon",
+            "'moon' is not the name of an X display, which begins with a colon or a host: x11::0"},
            {"virtual:", "the desktop \"virtual:\" names no LAYOUT"},
            {"virtually", "there is no desktop \"virtually\""}}) {
     ExpectShown({desktop, nullptr, 0, none, problem, "", Reason::kBadChoice});
